@@ -1,0 +1,5 @@
+set(TERNVAULT_SANITIZE "" CACHE STRING "Comma-separated sanitizers for every target, as -fsanitize takes them")
+if(TERNVAULT_SANITIZE)
+  add_compile_options(-fsanitize=${TERNVAULT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TERNVAULT_SANITIZE})
+endif()

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace ternvault {
+
+/// What stands at the root of a volume: two different values mean that something was mounted or unmounted
+/// there in between. From statx(2).
+struct VolumeIdentity {
+    dev_t device = 0;
+    std::uint64_t mountId = 0;
+    bool operator==(const VolumeIdentity&) const = default;
+};
+
+/// File operations whose behaviour on a volume matters. Failures are std::system_error. Any thread.
+class FileManager {
+public:
+    virtual ~FileManager() = default;
+
+    /// Whether an entry exists; symbolic links are followed. Never waits for the program behind a volume.
+    virtual bool exists(const std::filesystem::path& path) const = 0;
+    virtual bool isDirectory(const std::filesystem::path& path) const = 0;
+    /// Creates the folder and its missing parents. Refuses with ENOENT to create an entry directly under the
+    /// volumes root: only the mounter does that.
+    virtual void createDirectories(const std::filesystem::path& path) = 0;
+    /// Removes a file, or a folder with all that it holds; throws when there is none.
+    virtual void remove(const std::filesystem::path& path) = 0;
+    /// Identity of what stands at `root`; nothing when no entry exists there, or only the folder that the mounter
+    /// made for a volume which is not mounted now.
+    virtual std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const = 0;
+};
+
+} // namespace ternvault

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/BackgroundTasks.h"
+#include "platform/Clock.h"
+#include "platform/FileLocations.h"
+#include "platform/FileManager.h"
+#include "platform/FilePanel.h"
+#include "platform/MainLoop.h"
+#include "platform/ProcessLauncher.h"
+#include "platform/SecretStore.h"
+#include "platform/SecurityScope.h"
+#include "platform/UnifiedLog.h"
+#include "platform/UserDefaults.h"
+#include "platform/Workspace.h"
+
+namespace ternvault {
+
+/// The platform services, as the composition root hands them to the model. All outlive it.
+struct Platform {
+    MainLoop& mainLoop;
+    Clock& clock;
+    BackgroundTasks& background;
+    UserDefaults& defaults;
+    SecretStore& secrets;
+    ProcessLauncher& processes;
+    FileManager& files;
+    FileLocations& locations;
+    FilePanel& filePanel;
+    SecurityScope& securityScope;
+    UnifiedLog& log;
+    Workspace& workspace;
+};
+
+} // namespace ternvault

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace ternvault {
+
+/// Secrets of the user, one per (service, account). Never shows a prompt that the caller would wait for.
+/// Any thread.
+class SecretStore {
+public:
+    virtual ~SecretStore() = default;
+
+    /// The stored bytes; nothing when there is no such item or it cannot be read.
+    virtual std::optional<QByteArray> find(const QString& service, const QString& account) = 0;
+    /// Stores a new item, readable once the user has unlocked the store after login; false when it could not be
+    /// stored.
+    virtual bool add(const QString& service, const QString& account, const QByteArray& secret) = 0;
+    /// Removes the item if there is one.
+    virtual void remove(const QString& service, const QString& account) = 0;
+};
+
+} // namespace ternvault

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+
+namespace ternvault {
+
+/// What the desktop does for the user on request.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// Shows a folder in the file manager. Does not wait; failures are ignored. Main thread.
+    virtual void openFolder(const std::filesystem::path& folder) = 0;
+};
+
+} // namespace ternvault
