@@ -49,6 +49,8 @@ const QVariantMap& PropertyListFile::values() {
 }
 
 bool PropertyListFile::update(const std::function<void(QVariantMap& values)>& change) {
+    if (file_.empty())
+        return report(u"no folder for the user's own data is known"_s);
     std::error_code error;
     fs::create_directories(file_.parent_path(), error);
     const auto held = lock();

@@ -25,7 +25,8 @@ public:
     /// Told of each problem in words for the user, once as long as it lasts.
     using Report = std::function<void(const QString& problem)>;
 
-    /// A symbolic link is followed, so that it survives the replacing.
+    /// A symbolic link is followed, so that it survives the replacing. An empty path stands for no file:
+    /// there are no values, and none can be stored.
     PropertyListFile(const std::filesystem::path& file, Report report);
 
     /// What the file holds now. Reads it again only when it has changed.

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/SecretStore.h"
+#include "platform/linux/FileSecretStore.h"
+#include "platform/linux/SecretBackend.h"
+
+#include <mutex>
+#include <set>
+
+namespace ternvault {
+
+/// The Secret Service where one answers, a file otherwise, so that the two never disagree:
+/// - Once the service was out of reach, the file serves for the rest of the process.
+/// - What the file says wins. Its entries move into the service at the first use in a process that reaches
+/// one.
+/// - A removal that directly follows a read which no store could answer is dropped: whoever found no secret
+/// then
+///   only clears what it takes for empty, and the service, locked at login, may hold the secret.
+class LinuxSecretStore final : public SecretStore {
+public:
+    LinuxSecretStore(SecretBackend& service, FileSecretStore& file) : service_(service), file_(file) {}
+
+    std::optional<QByteArray> find(const QString& service, const QString& account) override;
+    bool add(const QString& service, const QString& account, const QByteArray& secret) override;
+    void remove(const QString& service, const QString& account) override;
+
+private:
+    void moveIntoServiceOnce();
+    /// Applies an entry of the file to the service; false when the service is out of reach.
+    bool applyToService(const SecretKey& key, const FileSecretStore::Entry& entry);
+    /// Stores or removes in the service, or else in the file.
+    bool change(const SecretKey& key, const FileSecretStore::Entry& entry);
+
+    std::mutex mutex_;
+    SecretBackend& service_;
+    FileSecretStore& file_;
+    bool moved_ = false;
+    bool serviceReached_ = true;
+    std::set<SecretKey> unanswered_;
+};
+
+} // namespace ternvault
