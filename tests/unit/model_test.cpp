@@ -222,7 +222,7 @@ TEST_F(ModelMount, RefusesOrReportsWhatCannotBeMounted) {
 TEST_F(ModelMount, AFailureWithTheVolumeThereCountsAsMounted) {
     AppModel& model = startWithAccount();
     model.agentToken = u"t"_s;
-    model.shares = std::vector<ServerShare>{{.name = u"Films"_s}, {.name = u"Music"_s}};
+    model.shares = std::vector<ServerShare>(2, ServerShare{u"Films"_s, {}, 0, 0, {}});
     model.selectedShare = u""_s;
     fake.processes.respond = [this](const QStringList&) {
         fake.files.entries["/Volumes/MOSS BOX"] = true; // a name that the mounter does not look for
