@@ -1,0 +1,108 @@
+#include "platform/linux/LinuxFileManager.h"
+
+#include "platform/linux/FileDescriptor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace ternvault {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void fail(int error, const fs::path& path) {
+    throw std::system_error(error, std::generic_category(), path.native());
+}
+
+/// What the kernel knows about an entry without asking a file system's daemon.
+std::optional<struct statx> cachedStatus(int directory, const fs::path& path, int flags = 0) {
+    struct statx status {};
+    constexpr unsigned mask = STATX_TYPE | STATX_MODE | STATX_INO | STATX_MNT_ID;
+    if (::statx(directory, path.c_str(), AT_STATX_DONT_SYNC | flags, mask, &status) != 0)
+        return std::nullopt;
+    return status;
+}
+
+bool isSameEntry(const struct statx& one, const struct statx& other) {
+    return one.stx_ino == other.stx_ino && one.stx_dev_major == other.stx_dev_major &&
+           one.stx_dev_minor == other.stx_dev_minor;
+}
+
+bool isMountRoot(const struct statx& status) {
+    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
+fs::path withoutTrailingSlash(const fs::path& path) {
+    return path.has_filename() ? path : path.parent_path();
+}
+
+} // namespace
+
+LinuxFileManager::LinuxFileManager(fs::path volumesRoot)
+    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())) {}
+
+bool LinuxFileManager::exists(const fs::path& path) const {
+    return cachedStatus(AT_FDCWD, path).has_value();
+}
+
+bool LinuxFileManager::isDirectory(const fs::path& path) const {
+    const auto status = cachedStatus(AT_FDCWD, path);
+    return status && S_ISDIR(status->stx_mode);
+}
+
+bool LinuxFileManager::isVolumesRoot(const struct statx& directory) const {
+    const auto root = cachedStatus(AT_FDCWD, volumesRoot_);
+    return root && isSameEntry(*root, directory);
+}
+
+void LinuxFileManager::createDirectories(const fs::path& path) {
+    const fs::path target = withoutTrailingSlash(fs::absolute(path));
+    if (isDirectory(target))
+        return;
+    if (target.has_relative_path())
+        createDirectories(target.parent_path());
+    createDirectory(target);
+}
+
+// The parent is opened and compared by identity, so that no spelling of its path and no rename in between
+// gets round the refusal.
+void LinuxFileManager::createDirectory(const fs::path& path) const {
+    const FileDescriptor parent(::open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!parent)
+        fail(errno, path.parent_path());
+    const auto status = cachedStatus(parent.get(), {}, AT_EMPTY_PATH);
+    if (!status)
+        fail(errno, path.parent_path());
+    if (isVolumesRoot(*status) || path.lexically_normal() == volumesRoot_)
+        fail(ENOENT, path);
+    if (::mkdirat(parent.get(), path.filename().c_str(), 0777) == 0)
+        return;
+    const int error = errno;
+    if (error != EEXIST || !isDirectory(path))
+        fail(error, path);
+}
+
+void LinuxFileManager::remove(const fs::path& path) {
+    if (fs::remove_all(path) == 0)
+        fail(ENOENT, path);
+}
+
+std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& root) const {
+    const auto status = cachedStatus(AT_FDCWD, root);
+    if (!status)
+        return std::nullopt;
+    if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0) {
+        const auto parent = cachedStatus(AT_FDCWD, withoutTrailingSlash(root).parent_path());
+        if (parent && isVolumesRoot(*parent))
+            return std::nullopt;
+    }
+    return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id};
+}
+
+} // namespace ternvault

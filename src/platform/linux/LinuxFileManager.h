@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/FileManager.h"
+
+#include <sys/stat.h>
+
+namespace ternvault {
+
+/// File operations over statx(2). The questions (`exists`, `isDirectory`, `volumeIdentity`) take what the
+/// kernel knows already, so that they return at once for the root of a volume whose daemon hangs; below the
+/// root the kernel may have to ask the daemon. Where the kernel knows that the daemon is gone, an entry does
+/// not exist.
+class LinuxFileManager final : public FileManager {
+public:
+    /// `volumesRoot`: absolute.
+    explicit LinuxFileManager(std::filesystem::path volumesRoot);
+
+    bool exists(const std::filesystem::path& path) const override;
+    bool isDirectory(const std::filesystem::path& path) const override;
+    /// Refuses with ENOENT to create the volumes root too.
+    void createDirectories(const std::filesystem::path& path) override;
+    /// Removes a symbolic link, never what it points to.
+    void remove(const std::filesystem::path& path) override;
+    std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override;
+
+private:
+    void createDirectory(const std::filesystem::path& path) const;
+    bool isVolumesRoot(const struct statx& directory) const;
+
+    std::filesystem::path volumesRoot_;
+};
+
+} // namespace ternvault

@@ -1,0 +1,130 @@
+#include "platform/linux/LinuxFileLocations.h"
+#include "platform/linux/LinuxFileManager.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sys/stat.h>
+#include <system_error>
+
+namespace ternvault {
+
+namespace fs = std::filesystem;
+using test::TemporaryFolder;
+
+namespace {
+
+std::error_code errorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const std::system_error& error) {
+        return error.code();
+    }
+    return {};
+}
+
+} // namespace
+
+TEST(FileManager, CreatesNoEntryDirectlyUnderTheVolumesRootHoweverItIsSpelt) {
+    const TemporaryFolder folder;
+    const fs::path root = folder / "Volumes";
+    fs::create_directories(root / "Mounted/sub");
+    fs::create_directory_symlink(root, folder / "link");
+    fs::create_directory_symlink(root / "Mounted", folder / "volume");
+    LinuxFileManager files(folder.path().native() + "//Volumes/");
+    const std::string base = folder.path().native();
+    const std::string refused[] = {"/Volumes/New",
+                                   "/Volumes/New/a/b",
+                                   "//Volumes//New/",
+                                   "/Volumes/Mounted/../New",
+                                   "/link/New",
+                                   "/other/../Volumes/New",
+                                   "/volume/../New/a",
+                                   "/link/./New/a",
+                                   "/Volumes/Mounted/sub/../../New"};
+    for (const std::string& path : refused) {
+        EXPECT_EQ(errorOf([&] { files.createDirectories(base + path); }),
+                  std::errc::no_such_file_or_directory)
+            << path;
+        EXPECT_FALSE(fs::exists(root / "New")) << path;
+    }
+    const std::string allowed[] = {"/Volumes", "/Volumes/Mounted/", "/Volumes/Mounted/a/b", "/volume/c",
+                                   "/elsewhere/New/"};
+    for (const std::string& path : allowed) {
+        EXPECT_EQ(errorOf([&] { files.createDirectories(base + path); }), std::error_code()) << path;
+        EXPECT_TRUE(fs::is_directory(base + path)) << path;
+    }
+    fs::remove_all(root);
+    EXPECT_EQ(errorOf([&] { files.createDirectories(root / "New/a"); }),
+              std::errc::no_such_file_or_directory);
+    EXPECT_FALSE(fs::exists(root));
+}
+
+TEST(FileManager, ReportsErrorsByCode) {
+    const TemporaryFolder folder;
+    test::writeFile(folder / "file", "x");
+    LinuxFileManager files(folder / "Volumes");
+    EXPECT_EQ(errorOf([&] { files.createDirectories(folder / "file"); }), std::errc::file_exists);
+    EXPECT_EQ(errorOf([&] { files.createDirectories(folder / "file/sub"); }), std::errc::file_exists);
+    EXPECT_EQ(errorOf([&] { files.remove(folder / "none"); }), std::errc::no_such_file_or_directory);
+}
+
+TEST(FileManager, RemovesTreesAndLinksButNothingBehindALink) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "tree/deep");
+    fs::create_directory(folder / "kept");
+    test::writeFile(folder / "kept/file", "x");
+    fs::create_directory_symlink(folder / "kept", folder / "tree/deep/link");
+    fs::create_symlink("nowhere", folder / "dangling");
+    LinuxFileManager files(folder / "Volumes");
+    files.remove(folder / "tree");
+    files.remove(folder / "dangling");
+    EXPECT_FALSE(files.exists(folder / "tree"));
+    EXPECT_FALSE(fs::is_symlink(folder / "dangling"));
+    EXPECT_TRUE(files.exists(folder / "kept/file"));
+    EXPECT_FALSE(files.isDirectory(folder / "kept/file"));
+}
+
+TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
+    const TemporaryFolder folder;
+    const fs::path root = folder / "Volumes";
+    fs::create_directories(root / "Someones");
+    fs::create_directories(root / "Ours/deep");
+    fs::create_directory(folder / "NotAVolume");
+    ASSERT_EQ(::chmod((root / "Ours/deep").c_str(), 0), 0);
+    ASSERT_EQ(::chmod((root / "Ours").c_str(), 0), 0);
+    ASSERT_EQ(::chmod((folder / "NotAVolume").c_str(), 0), 0);
+    const LinuxFileManager files(root);
+    EXPECT_FALSE(files.volumeIdentity(root / "Missing"));
+    EXPECT_FALSE(files.volumeIdentity(root / "Ours"));
+    EXPECT_FALSE(files.volumeIdentity(root / "Ours/"));
+    EXPECT_TRUE(files.volumeIdentity(folder / "NotAVolume"));
+    ASSERT_TRUE(files.volumeIdentity(root / "Someones"));
+    EXPECT_EQ(files.volumeIdentity(root / "Someones"), files.volumeIdentity(root));
+    EXPECT_NE(files.volumeIdentity("/proc"), files.volumeIdentity(root));
+    fs::permissions(root / "Ours", fs::perms::owner_all);
+}
+
+TEST(FileLocations, FollowTheEnvironmentThenTheUserDatabase) {
+    const std::string homeBefore = std::getenv("HOME") ? std::getenv("HOME") : "";
+    ::setenv("HOME", "/home/someone", 1);
+    ::unsetenv("XDG_CONFIG_HOME");
+    ::setenv("XDG_DATA_HOME", "/data", 1);
+    const LinuxFileLocations set("/Volumes/");
+    EXPECT_EQ(set.home(), "/home/someone");
+    EXPECT_EQ(set.applicationSupport(), "/data");
+    EXPECT_EQ(set.configuration(), "/home/someone/.config");
+    EXPECT_EQ(set.volumesRoot().native(), "/Volumes");
+    EXPECT_EQ(set.applicationBundle(), fs::read_symlink("/proc/self/exe").parent_path() / "ternvault");
+    ::setenv("XDG_DATA_HOME", "relative", 1);
+    ::setenv("HOME", "", 1);
+    const LinuxFileLocations unset("/Volumes");
+    ASSERT_TRUE(unset.home());
+    EXPECT_TRUE(fs::is_directory(*unset.home()));
+    EXPECT_EQ(unset.applicationSupport(), *unset.home() / ".local/share");
+    ::unsetenv("XDG_DATA_HOME");
+    ::setenv("HOME", homeBefore.c_str(), 1);
+}
+
+} // namespace ternvault

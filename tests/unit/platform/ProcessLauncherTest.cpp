@@ -1,0 +1,80 @@
+#include "platform/linux/LinuxProcessLauncher.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <thread>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString child = QStringLiteral(TERNVAULT_TEST_CHILD);
+
+} // namespace
+
+TEST(ProcessLauncher, CapturesBothFloodedStreamsInFullOnAnyThread) {
+    LinuxProcessLauncher launcher{ProgramTable()};
+    ProcessResult result;
+    std::thread([&] { result = launcher.run(child, {u"flood"_s, u"100"_s}); }).join();
+    EXPECT_TRUE(result.succeeded());
+    EXPECT_EQ(result.standardOutput.count('o'), 100 << 20);
+    EXPECT_EQ(result.standardError.count('e'), 100 << 20);
+    EXPECT_EQ(result.standardOutput.size() + result.standardError.size(), 200 << 20);
+}
+
+TEST(ProcessLauncher, TellsExitStatusSignalAndStartFailureApart) {
+    LinuxProcessLauncher launcher{ProgramTable()};
+    const struct {
+        QString program;
+        QStringList arguments;
+        int exitStatus;
+        bool starts;
+    } cases[] = {
+        {child, {u"exit"_s, u"0"_s}, 0, true},
+        {child, {u"exit"_s, u"127"_s}, 127, true},
+        {child, {u"signal"_s, QString::number(SIGKILL)}, SIGKILL, true},
+        {child, {u"signal"_s, QString::number(SIGTERM)}, SIGTERM, true},
+        {u"/nonexistent/program"_s, {}, 0, false},
+        {u"/etc/passwd"_s, {}, 0, false},
+        {u"/"_s, {}, 0, false},
+    };
+    for (const auto& [program, arguments, exitStatus, starts] : cases) {
+        const ProcessResult result = launcher.run(program, arguments);
+        const std::string trace = (program + arguments.join(u' ')).toStdString();
+        EXPECT_EQ(result.startError.has_value(), !starts) << trace;
+        EXPECT_EQ(result.exitStatus, exitStatus) << trace;
+        EXPECT_EQ(result.succeeded(), starts && exitStatus == 0) << trace;
+        EXPECT_EQ(launcher.isExecutable(program), starts) << trace;
+        if (result.startError)
+            EXPECT_TRUE(result.startError->startsWith(program + u": "_s)) << result.startError->toStdString();
+    }
+}
+
+TEST(ProcessLauncher, DoesNotWaitForADaemonThatKeepsTheStreams) {
+    LinuxProcessLauncher launcher{ProgramTable()};
+    const auto begin = std::chrono::steady_clock::now();
+    const ProcessResult result = launcher.run(child, {u"leave-daemon"_s});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+    ASSERT_TRUE(result.standardOutput.startsWith("started ")) << result.standardOutput.toStdString();
+    ::kill(result.standardOutput.mid(8).toInt(), SIGKILL);
+}
+
+TEST(ProcessLauncher, TakesWhatTheTableHasInPlaceOfAProgram) {
+    ProgramTable table;
+    table.substitute(u"/usr/bin/open"_s, child);
+    table.substitute(u"/usr/bin/osascript"_s, StandIn([](const QStringList& arguments) {
+                         return ProcessResult{{}, 7, arguments.join(u'|').toUtf8(), {}};
+                     }));
+    LinuxProcessLauncher launcher(table);
+    EXPECT_TRUE(launcher.isExecutable(u"/usr/bin/osascript"_s));
+    EXPECT_TRUE(launcher.isExecutable(u"/usr/bin/open"_s));
+    EXPECT_EQ(launcher.run(u"/usr/bin/open"_s, {u"exit"_s, u"3"_s}).exitStatus, 3);
+    const ProcessResult result = launcher.run(u"/usr/bin/osascript"_s, {u"-e"_s, u"x y"_s});
+    EXPECT_EQ(result.exitStatus, 7);
+    EXPECT_EQ(result.standardOutput, "-e|x y");
+}
+
+} // namespace ternvault
