@@ -131,6 +131,7 @@ void TransferManager::startIfNeeded() {
         return;
     running_ = true;
     isTransferring = true;
+    ++activeLoops_;
     tasks_.spawn(processLoop());
 }
 

@@ -59,6 +59,9 @@ public:
     /// For example "3/5" or "4/5 · 1 error(s)".
     QString progressLabel() const;
 
+    /// No worker loop is left, not even one that a cancel left with a copy in flight.
+    bool isIdle() const { return activeLoops_ == 0; }
+
     const std::optional<std::filesystem::path>& logFile() const { return transferLog_.file(); }
 
 private:
@@ -98,6 +101,8 @@ private:
     std::deque<Job> queue_;
     /// A worker loop is active.
     bool running_ = false;
+    /// Loops not yet at their end; after a cancel and a new start there may be two.
+    int activeLoops_ = 0;
     /// Set by a cancel, cleared by the next enqueue against a known root.
     bool cancelled_ = false;
     std::vector<std::filesystem::path> scopedURLs_;

@@ -36,6 +36,7 @@ Task<> TransferManager::processLoop() {
             errorCount = errorCount + 1;
         co_await yieldToMainLoop(platform_.mainLoop);
     }
+    --activeLoops_;
     running_ = false;
     currentFileName = QString();
     statusLine = finalStatus();
