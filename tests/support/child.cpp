@@ -1,3 +1,5 @@
+#include "platform/linux/LinuxUserDefaults.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -35,6 +37,17 @@ int leaveDaemon() {
     return 0;
 }
 
+/// Stores 1, 2, ... up to `count` under the key and prints each number when it is stored.
+int storeSettings(const std::string& file, const std::string& key, int count) {
+    const auto complain = [](const QString& problem) { std::cerr << problem.toStdString() << std::endl; };
+    ternvault::LinuxUserDefaults defaults(file, complain);
+    for (int i = 1; i <= count; ++i) {
+        defaults.set(QString::fromStdString(key), i);
+        std::cout << i << std::endl;
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -48,6 +61,8 @@ int main(int argc, char** argv) {
         return std::raise(std::stoi(argument));
     if (behaviour == "leave-daemon")
         return leaveDaemon();
+    if (behaviour == "store-settings" && argc > 4)
+        return storeSettings(argument, argv[3], std::stoi(argv[4]));
     std::cerr << "unknown behaviour: " << behaviour << '\n';
     return 64;
 }

@@ -48,8 +48,7 @@ TEST(ProcessLauncher, TellsExitStatusSignalAndStartFailureApart) {
         EXPECT_EQ(result.exitStatus, exitStatus) << trace;
         EXPECT_EQ(result.succeeded(), starts && exitStatus == 0) << trace;
         EXPECT_EQ(launcher.isExecutable(program), starts) << trace;
-        if (result.startError)
-            EXPECT_TRUE(result.startError->startsWith(program + u": "_s)) << result.startError->toStdString();
+        EXPECT_TRUE(result.startError.value_or(program + u": "_s).startsWith(program + u": "_s)) << trace;
     }
 }
 

@@ -1,0 +1,173 @@
+#include "platform/PropertyList.h"
+#include "platform/linux/LinuxUserDefaults.h"
+#include "support/TemporaryFolder.h"
+
+#include <QProcess>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace ternvault {
+
+namespace fs = std::filesystem;
+using namespace Qt::StringLiterals;
+using test::TemporaryFolder;
+
+namespace {
+
+const QVariantMap others = {
+    {u"text"_s, u" a\r\n\x01"_s},
+    {u"nested"_s, QVariantMap{{u"list"_s, QVariantList{true, qlonglong{1}, 1.0, QByteArray("x")}}}},
+};
+
+class UserDefaultsTest : public testing::Test {
+protected:
+    void SetUp() override { fs::create_directory(file.parent_path()); }
+
+    LinuxUserDefaults open() {
+        return LinuxUserDefaults(file, [this](const QString& problem) { problems.append(problem); });
+    }
+    QStringList storeArguments(const QString& key, int count) const {
+        return {u"store-settings"_s, QString::fromStdString(file.native()), key, QString::number(count)};
+    }
+    std::vector<fs::path> setAside() const {
+        std::vector<fs::path> found;
+        for (const auto& entry : fs::directory_iterator(file.parent_path()))
+            if (entry.path().native().find(".damaged-") != std::string::npos)
+                found.push_back(entry.path());
+        return found;
+    }
+
+    TemporaryFolder folder;
+    fs::path file = folder / "config/settings.plist";
+    QStringList problems;
+};
+
+} // namespace
+
+TEST_F(UserDefaultsTest, KeepsTypesTellsAbsentApartAndWritesOnlyChanges) {
+    fs::remove_all(file.parent_path());
+    LinuxUserDefaults defaults = open();
+    EXPECT_FALSE(defaults.object(u"a"_s));
+    const QVariant values[] = {u"true"_s, true, 1.0, qlonglong{1}, u""_s, QByteArray("\0\xff", 2), others};
+    for (const QVariant& value : values) {
+        defaults.set(u"a"_s, value);
+        const auto stored = open().object(u"a"_s);
+        ASSERT_TRUE(stored);
+        EXPECT_EQ(stored->typeId(), value.typeId());
+        EXPECT_EQ(*stored, value);
+    }
+    struct stat before {};
+    struct stat after {};
+    ASSERT_EQ(::stat(file.c_str(), &before), 0);
+    EXPECT_EQ(before.st_mode & 07777, 0600U);
+    defaults.set(u"a"_s, others);
+    defaults.remove(u"none"_s);
+    ::stat(file.c_str(), &after);
+    EXPECT_EQ(before.st_ino, after.st_ino) << "an unchanged value was written again";
+    open().remove(u"a"_s);
+    EXPECT_FALSE(defaults.object(u"a"_s)) << "a change of another process was not seen";
+    EXPECT_EQ(problems, QStringList());
+}
+
+TEST_F(UserDefaultsTest, FollowsALinkAndKeepsTheChangesOfOthers) {
+    open().set(u"old"_s, 0);
+    fs::rename(file, folder / "config/real.plist");
+    fs::create_symlink("real.plist", file);
+    LinuxUserDefaults window = open();
+    LinuxUserDefaults commandLine = open();
+    window.set(u"a"_s, 1);
+    commandLine.set(u"b"_s, 2);
+    window.set(u"c"_s, 3);
+    EXPECT_TRUE(fs::is_symlink(file));
+    for (const auto& [key, value] : {std::pair{u"old"_s, 0}, {u"a"_s, 1}, {u"b"_s, 2}, {u"c"_s, 3}})
+        EXPECT_EQ(open().object(key), QVariant(qlonglong{value})) << key.toStdString();
+}
+
+TEST_F(UserDefaultsTest, SurvivesAKillAtAnyMoment) {
+    for (auto entry = others.begin(); entry != others.end(); ++entry)
+        open().set(entry.key(), entry.value());
+    for (int round = 0; round < 40; ++round) {
+        open().set(u"counter"_s, 0);
+        QProcess child;
+        child.start(QStringLiteral(TERNVAULT_TEST_CHILD), storeArguments(u"counter"_s, 1'000'000));
+        for (int reports = 0; reports <= round % 8; ++reports)
+            ASSERT_TRUE(child.waitForReadyRead()) << child.readAllStandardError().toStdString();
+        child.kill();
+        child.waitForFinished();
+        const QStringList reported = QString::fromUtf8(child.readAllStandardOutput()).split(u'\n');
+        const qlonglong last = reported.at(reported.size() - 2).toLongLong();
+        LinuxUserDefaults defaults = open();
+        const qlonglong stored = defaults.object(u"counter"_s).value_or(-1).toLongLong();
+        EXPECT_TRUE(stored == last || stored == last + 1) << stored << " after " << last;
+        for (auto entry = others.begin(); entry != others.end(); ++entry)
+            EXPECT_EQ(defaults.object(entry.key()), entry.value());
+        EXPECT_TRUE(setAside().empty());
+    }
+    EXPECT_EQ(problems, QStringList());
+}
+
+TEST_F(UserDefaultsTest, TwoProcessesLoseNoneOfEachOthersKeys) {
+    QProcess children[2];
+    for (int i = 0; i < 2; ++i)
+        children[i].start(QStringLiteral(TERNVAULT_TEST_CHILD), storeArguments(QString::number(i), 300));
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(children[i].waitForFinished());
+        EXPECT_EQ(children[i].readAllStandardError(), "");
+        EXPECT_EQ(open().object(QString::number(i)), QVariant(qlonglong{300}));
+    }
+}
+
+TEST_F(UserDefaultsTest, SetsADamagedFileAsideAndReportsIt) {
+    const std::string damaged[] = {"garbage", "<plist><dict><key>a</key>", "<plist><array/></plist>"};
+    for (const std::string& content : damaged) {
+        problems.clear();
+        test::writeFile(file, content);
+        LinuxUserDefaults defaults = open();
+        EXPECT_FALSE(defaults.object(u"a"_s)) << content;
+        EXPECT_EQ(problems.size(), 1) << content;
+        defaults.set(u"a"_s, true);
+        EXPECT_EQ(open().object(u"a"_s), QVariant(true)) << content;
+        EXPECT_EQ(problems.size(), 1) << content;
+        ASSERT_EQ(setAside().size(), 1U) << content;
+        EXPECT_EQ(test::readFile(setAside().front()), content);
+        fs::remove(setAside().front());
+    }
+    problems.clear();
+    test::writeFile(file, "");
+    LinuxUserDefaults defaults = open();
+    defaults.set(u"a"_s, true);
+    EXPECT_EQ(problems.size(), 1);
+    EXPECT_TRUE(setAside().empty()) << "there is nothing to save in an empty file";
+}
+
+TEST_F(UserDefaultsTest, KeepsWhatCannotBeStoredForThisProcess) {
+    open().set(u"a"_s, 1);
+    LinuxUserDefaults defaults = open();
+    const std::string before = test::readFile(file);
+    // Permissions do not stop the superuser, a folder in the way of the new content does.
+    fs::create_directory(file.native() + ".new");
+    defaults.set(u"a"_s, 2);
+    defaults.set(u"b"_s, 3);
+    EXPECT_EQ(problems.size(), 1) << problems.join(u'\n').toStdString();
+    EXPECT_EQ(defaults.object(u"a"_s), QVariant(qlonglong{2}));
+    EXPECT_EQ(test::readFile(file), before);
+    fs::remove(file.native() + ".new");
+    defaults.remove(u"c"_s);
+    EXPECT_EQ(open().object(u"a"_s), QVariant(qlonglong{2})) << "not tried again";
+    EXPECT_EQ(open().object(u"b"_s), QVariant(qlonglong{3}));
+}
+
+TEST_F(UserDefaultsTest, NeverReplacesWhatItCannotRead) {
+    fs::create_directory(file);
+    LinuxUserDefaults defaults = open();
+    defaults.set(u"a"_s, true);
+    EXPECT_EQ(defaults.object(u"a"_s), QVariant(true));
+    EXPECT_TRUE(fs::is_directory(file));
+    EXPECT_EQ(problems.size(), 1);
+}
+
+} // namespace ternvault
