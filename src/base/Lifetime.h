@@ -1,6 +1,8 @@
 #pragma once
 
+#include <concepts>
 #include <memory>
+#include <utility>
 
 namespace ternvault {
 
@@ -10,29 +12,31 @@ template <typename T>
 class WeakRef {
 public:
     WeakRef() = default;
-    explicit WeakRef(std::weak_ptr<T*> target) : target_(std::move(target)) {}
-    T* get() const {
-        const auto alive = target_.lock();
-        return alive ? *alive : nullptr;
-    }
-    explicit operator bool() const { return get() != nullptr; }
+    explicit WeakRef(std::weak_ptr<T> target) : target_(std::move(target)) {}
+    template <std::derived_from<T> Derived>
+    WeakRef(const WeakRef<Derived>& other) : target_(other.target_) {}
+
+    T* get() const { return target_.lock().get(); }
 
 private:
-    std::weak_ptr<T*> target_;
+    template <typename>
+    friend class WeakRef;
+    std::weak_ptr<T> target_;
 };
 
 /// First member of a class whose objects are referred to weakly; serves already inside the constructor.
 template <typename T>
 class LifetimeAnchor {
 public:
-    explicit LifetimeAnchor(T* owner) : owner_(std::make_shared<T*>(owner)) {}
+    explicit LifetimeAnchor(T* owner) : owner_(owner) {}
     LifetimeAnchor(const LifetimeAnchor&) = delete;
     LifetimeAnchor& operator=(const LifetimeAnchor&) = delete;
 
-    WeakRef<T> weak() const { return WeakRef<T>(owner_); }
+    WeakRef<T> weak() const { return WeakRef<T>(std::shared_ptr<T>(life_, owner_)); }
 
 private:
-    std::shared_ptr<T*> owner_;
+    T* owner_;
+    std::shared_ptr<char> life_ = std::make_shared<char>();
 };
 
 } // namespace ternvault

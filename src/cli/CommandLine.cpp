@@ -1,0 +1,102 @@
+#include "cli/CommandLine.h"
+
+#include "cli/SettingsCommands.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+namespace ternvault::cli {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct VerbRule {
+    std::string name;
+    Verb verb;
+    std::size_t fewest;
+    std::size_t most;
+};
+
+constexpr std::size_t any = static_cast<std::size_t>(-1);
+
+const std::array<VerbRule, 7>& verbRules() {
+    static const std::array<VerbRule, 7> rules{{
+        {"status", Verb::status, 0, 0},
+        {"mount", Verb::mount, 0, 0},
+        {"eject", Verb::eject, 0, 0},
+        {"copy", Verb::copy, 1, any},
+        {"log", Verb::log, 0, 0},
+        {"set", Verb::set, 1, 2},
+        {"get", Verb::get, 1, 1},
+    }};
+    return rules;
+}
+
+QString helpText() {
+    return uR"(Usage: ternvault-cli COMMAND [ARGUMENT...]
+
+  status          what is mounted; exit status 3 when nothing is
+  mount           mount the selected share with the saved account
+  eject           take the volume away again
+  copy PATH...    copy files and folders onto the volume, mounting it if needed
+  log             print the transfer log
+  set KEY VALUE   change a setting; a secret is read from a prompt or from standard input
+  get KEY         print a setting; of a secret only whether it is set
+  --help          print this text
+  --version       print the version
+
+Settings:
+)"_s + describeSettings() +
+           uR"(
+Exit status: 0 done, 1 not or not wholly done, 2 wrong command line.
+)"_s;
+}
+
+Notice complain(const QString& what) {
+    return {u"ternvault-cli: "_s + what + u"\nTry 'ternvault-cli --help'."_s, true};
+}
+
+QString quoted(const std::string& text) {
+    return u'\'' + QString::fromStdString(text) + u'\'';
+}
+
+/// "--" ends the options, so that a name may begin with a dash. `set` takes any VALUE as it stands.
+std::variant<Command, Notice> parseArguments(const VerbRule& rule, std::vector<std::string> arguments) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    const auto lastOption = rule.verb == Verb::set ? std::min(end, std::next(arguments.begin(), 1)) : end;
+    for (auto argument = arguments.begin(); argument < lastOption; ++argument) {
+        if (*argument == "--help" || *argument == "-h")
+            return Notice{helpText(), false};
+        if (argument->starts_with('-'))
+            return complain(u"unknown option "_s + quoted(*argument) +
+                            u"; a file of that name goes behind '--'"_s);
+    }
+    if (end != arguments.end())
+        arguments.erase(end);
+    if (arguments.size() < rule.fewest)
+        return complain(quoted(rule.name) + u" needs an argument"_s);
+    if (arguments.size() > rule.most)
+        return complain(quoted(rule.name) + u" takes no argument "_s + quoted(arguments[rule.most]));
+    return Command{rule.verb, std::move(arguments)};
+}
+
+} // namespace
+
+std::variant<Command, Notice> parseCommandLine(const std::vector<std::string>& arguments) {
+    if (arguments.empty())
+        return complain(u"no command"_s);
+    const std::string& first = arguments.front();
+    if (first == "--help" || first == "-h" || first == "help")
+        return Notice{helpText(), false};
+    if (first == "--version")
+        return Notice{u"ternvault-cli " TERNVAULT_VERSION "\n"_s, false};
+    const auto rule = std::find_if(verbRules().begin(), verbRules().end(),
+                                   [&](const VerbRule& candidate) { return candidate.name == first; });
+    if (rule == verbRules().end())
+        return complain(u"unknown command "_s + quoted(first));
+    return parseArguments(*rule, {std::next(arguments.begin()), arguments.end()});
+}
+
+} // namespace ternvault::cli

@@ -1,0 +1,103 @@
+#include "async/EscapeReport.h"
+#include "cli/CommandLine.h"
+#include "cli/CopyCommand.h"
+#include "cli/ExitStatus.h"
+#include "cli/MountCommands.h"
+#include "cli/SettingsCommands.h"
+#include "cli/Terminal.h"
+#include "model/AppModel.h"
+#include "platform/linux/LinuxServices.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <cstdlib>
+#include <optional>
+
+namespace ternvault::cli {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+/// The login entry is the desktop application's to write.
+struct NoLaunchAgent final : LaunchAgentManager {
+    void setEnabled(bool) override {}
+};
+
+/// So is the volume's icon.
+struct NoDesktopIcon final : DesktopIcon {
+    void apply(bool, bool) override {}
+};
+
+QStringList texts(const std::vector<std::string>& arguments) {
+    QStringList result;
+    for (const std::string& argument : arguments)
+        result << QString::fromStdString(argument);
+    return result;
+}
+
+Task<int> copyItems(AppModel& model, MainLoop& mainLoop, std::vector<std::string> arguments) {
+    CopyCommand copy(model, mainLoop);
+    std::vector<std::filesystem::path> items(arguments.begin(), arguments.end());
+    co_return co_await copy.run(std::move(items));
+}
+
+Task<int> perform(Command command, AppModel& model, LinuxServices& services) {
+    switch (command.verb) {
+    case Verb::status:
+        co_return printStatus(model);
+    case Verb::mount:
+        co_return co_await mountVolume(model);
+    case Verb::eject:
+        co_return co_await ejectVolume(model);
+    case Verb::copy:
+        co_return co_await copyItems(model, services.platform().mainLoop, command.arguments);
+    case Verb::log:
+        co_return printTransferLog(model);
+    case Verb::set:
+        co_return setSetting(model, services.platform().secrets, texts(command.arguments));
+    case Verb::get:
+        co_return getSetting(model, texts(command.arguments));
+    }
+    co_return usageError;
+}
+
+Task<> performThenQuit(Command command, AppModel& model, LinuxServices& services, int& status) {
+    status = co_await perform(std::move(command), model, services);
+    QCoreApplication::quit();
+}
+
+int run(const Command& command) {
+    bool trouble = false;
+    LinuxServices services([&trouble](const QString& message) {
+        trouble = true;
+        printError(u"ternvault-cli: "_s + message);
+    });
+    NoLaunchAgent launchAgent;
+    NoDesktopIcon desktopIcon;
+    int status = failure;
+    {
+        AppModel model(services.platform(), launchAgent, desktopIcon);
+        TaskScope tasks(services.platform().mainLoop, reportEscapes(services.platform().log));
+        tasks.spawn(performThenQuit(command, model, services, status));
+        QCoreApplication::exec();
+    }
+    if (!services.finishBackgroundWork(1s))
+        std::_Exit(status);
+    return status == success && trouble ? failure : status;
+}
+
+} // namespace
+} // namespace ternvault::cli
+
+int main(int argc, char* argv[]) {
+    using namespace ternvault::cli;
+    const QCoreApplication application(argc, argv);
+    const auto parsed = parseCommandLine({argv + 1, argv + argc});
+    if (const auto* const notice = std::get_if<Notice>(&parsed)) {
+        std::fputs(notice->text.toUtf8().constData(), notice->isError ? stderr : stdout);
+        return notice->isError ? usageError : success;
+    }
+    return run(std::get<Command>(parsed));
+}

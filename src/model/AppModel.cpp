@@ -1,0 +1,122 @@
+#include "model/AppModel.h"
+
+#include "agent/LegalVersion.h"
+#include "async/EscapeReport.h"
+#include "model/LegacyPrefs.h"
+#include "model/SettingsKeys.h"
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+AppModel::AppModel(const Platform& platform, LaunchAgentManager& launchAgent, DesktopIcon& desktopIcon)
+    : platform_(platform), launchAgent_(launchAgent), desktopIcon_(desktopIcon), keychain_(platform.secrets),
+      volumes_(platform.locations.volumesRoot()), mounter_(platform_), disks(*this), shares(*this),
+      status(*this, u"Not connected"_s), isBusy(*this), mountedVolumeName(*this),
+      authMode(*this, AuthMode::create), setupError(*this), isDropTargeted(*this), transfers(platform_),
+      serverIP(*this, {}, [this] { store(keys::serverIP, *serverIP); }),
+      agentPort(*this, u"8743"_s, [this] { store(keys::agentPort, *agentPort); }),
+      agentToken(*this, {}, [this] { store(keys::agentToken, *agentToken); }),
+      smbUser(*this, {}, [this] { store(keys::smbUser, *smbUser); }),
+      smbPassword(*this, {}, [this] { keychain_.setPassword(smbPassword, keys::smbPassword); }),
+      selectedShare(*this, defaultShareName, [this] { store(keys::selectedShare, *selectedShare); }),
+      autoConnect(*this, false,
+                  [this] {
+                      store(keys::autoConnect, *autoConnect);
+                      if (didFinishInit_)
+                          launchAgent_.setEnabled(autoConnect && setupComplete);
+                  }),
+      showDesktopIcon(*this, false,
+                      [this] {
+                          store(keys::showDesktopIcon, *showDesktopIcon);
+                          if (didFinishInit_)
+                              applyDesktopIconVisibility(true);
+                      }),
+      setupComplete(*this, false,
+                    [this] {
+                        if (didFinishInit_)
+                            store(keys::setupComplete, *setupComplete);
+                    }),
+      legalAccepted(*this), acceptedPrivacy(*this), acceptedTerms(*this), legalError(*this),
+      tasks_(platform.mainLoop, reportEscapes(platform.log)) {
+    migratePrefsIfNeeded(platform_.defaults);
+    loadSettings();
+    didFinishInit_ = true;
+
+    transfers.appModel = anchor_.weak();
+    forwardTransferChanges();
+    refreshMounted();
+    if (isMounted()) {
+        status = mountedStatusMessage(std::nullopt);
+        applyDesktopIconVisibility(!showDesktopIcon);
+    }
+    launchAgent_.setEnabled(setupComplete && autoConnect);
+    startReconnectMonitor();
+}
+
+QString AppModel::storedString(QLatin1String key, const QString& fallback) const {
+    return platform_.defaults.string(key).value_or(fallback);
+}
+
+/// Assigns through the change handlers, so that every key is written back even when it was absent.
+void AppModel::loadSettings() {
+    const UserDefaults& defaults = platform_.defaults;
+    serverIP = storedString(keys::serverIP, {});
+    agentPort = storedString(keys::agentPort, u"8743"_s);
+    agentToken = storedString(keys::agentToken, {});
+    smbUser = storedString(keys::smbUser, {});
+    loadPassword();
+    selectedShare = storedString(keys::selectedShare, defaultShareName);
+
+    const QString legacyToken = storedString(keys::legacyAgentToken, {});
+    if (!hasAgentToken() && !legacyToken.trimmed().isEmpty())
+        agentToken = legacyToken;
+
+    setupComplete = defaults.boolean(keys::setupComplete).value_or(false) ||
+                    (!smbUser->isEmpty() && !smbPassword->isEmpty());
+    autoConnect = defaults.boolean(keys::autoConnect).value_or(false);
+    showDesktopIcon = defaults.boolean(keys::showDesktopIcon).value_or(false);
+    legalAccepted = isCurrentLegalVersionAccepted(defaults);
+
+    store(keys::setupComplete, *setupComplete);
+    store(keys::autoConnect, *autoConnect);
+    store(keys::showDesktopIcon, *showDesktopIcon);
+}
+
+/// The first place that knows a password wins; it ends up in the keychain and nowhere else.
+void AppModel::loadPassword() {
+    const QString current = keychain_.password(keys::smbPassword, keychainService).value_or(QString());
+    if (!current.isEmpty()) {
+        smbPassword = current;
+        return;
+    }
+    const QString legacy =
+        keychain_.password(keys::legacySmbPassword, keys::legacyKeychainService).value_or(QString());
+    if (!legacy.isEmpty()) {
+        smbPassword = legacy;
+        keychain_.deletePassword(keys::legacySmbPassword, keys::legacyKeychainService);
+        return;
+    }
+    const QString plain = storedString(keys::smbPassword, {});
+    smbPassword = plain;
+    if (!plain.isEmpty())
+        platform_.defaults.remove(keys::smbPassword);
+}
+
+/// Views that observe only the model redraw with the transfer state too.
+void AppModel::forwardTransferChanges() {
+    const WeakRef<AppModel> weak = anchor_.weak();
+    MainLoop& mainLoop = platform_.mainLoop;
+    childBags_.push_back(transfers.objectWillChange.subscribe([weak, &mainLoop] {
+        mainLoop.post([weak] {
+            if (AppModel* const model = weak.get())
+                model->objectWillChange.emit();
+        });
+    }));
+}
+
+void AppModel::applyDesktopIconVisibility(bool restartFinder) {
+    desktopIcon_.apply(showDesktopIcon, restartFinder);
+}
+
+} // namespace ternvault

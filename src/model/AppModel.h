@@ -1,0 +1,118 @@
+#pragma once
+
+#include "agent/AgentRecords.h"
+#include "async/TaskScope.h"
+#include "base/Lifetime.h"
+#include "base/ObservableObject.h"
+#include "model/KeychainStore.h"
+#include "mount/DesktopIcon.h"
+#include "mount/LaunchAgentManager.h"
+#include "mount/SMBMounter.h"
+#include "mount/VolumeTable.h"
+#include "platform/Platform.h"
+#include "transfer/TransferManager.h"
+#include "transfer/VolumeHost.h"
+
+#include <QLatin1String>
+#include <QString>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace ternvault {
+
+/// The one observable application model: settings, state and the operations behind every screen and command.
+/// Main thread only. Routines that it returns must end, or be destroyed, before it is.
+class AppModel final : public ObservableObject, public VolumeHost {
+    // Before the published fields: their change handlers and `transfers` use these.
+    Platform platform_;
+    LifetimeAnchor<AppModel> anchor_{this};
+    LaunchAgentManager& launchAgent_;
+    DesktopIcon& desktopIcon_;
+    KeychainStore keychain_;
+    VolumeTable volumes_;
+    SMBMounter mounter_;
+
+public:
+    /// Migrates old settings, loads all settings, finds out what is mounted and starts the reconnect monitor.
+    /// Neither contacts the PC nor mounts. The collaborators outlive the model.
+    AppModel(const Platform& platform, LaunchAgentManager& launchAgent, DesktopIcon& desktopIcon);
+
+    Published<std::vector<ServerDisk>> disks;
+    Published<std::vector<ServerShare>> shares;
+    /// The latest outcome of any operation, for the user.
+    Published<QString> status;
+    /// An operation on the PC or on the mount is under way.
+    Published<bool> isBusy;
+    /// Name of the volume found under the volumes root; written only by `refreshMounted`.
+    Published<std::optional<QString>> mountedVolumeName;
+    Published<AuthMode> authMode;
+    Published<std::optional<QString>> setupError;
+    Published<bool> isDropTargeted;
+
+    TransferManager transfers;
+
+    // Settings, written through on every change. Text is kept exactly as typed.
+    Published<QString> serverIP;
+    Published<QString> agentPort;
+    Published<QString> agentToken;
+    Published<QString> smbUser;
+    /// Kept in the keychain.
+    Published<QString> smbPassword;
+    Published<QString> selectedShare;
+    Published<bool> autoConnect;
+    Published<bool> showDesktopIcon;
+    Published<bool> setupComplete;
+
+    Published<bool> legalAccepted;
+    Published<bool> acceptedPrivacy;
+    Published<bool> acceptedTerms;
+    Published<std::optional<QString>> legalError;
+
+    bool hasAgentToken() const { return !agentToken->trimmed().isEmpty(); }
+
+    /// Brings `mountedVolumeName` in line with the file system. Never waits for the PC.
+    void refreshMounted();
+    /// Mounts the selected share, or the first listed, or the default one, and reports in `status`.
+    /// `markSetup`: also makes sure of the login entry when auto-connect is on.
+    Task<> mountSelected(bool markSetup);
+    Task<bool> ensureMounted() override;
+    Task<> unmount();
+    /// Mounts after a short wait, if everything is set up and auto-connect is on.
+    Task<> autoMountIfNeeded();
+    void openMountedVolumeInFinder();
+    void applyDesktopIconVisibility(bool restartFinder);
+
+    QString preferredShare() const override { return selectedShare; }
+
+private:
+    void loadSettings();
+    void loadPassword();
+    void forwardTransferChanges();
+    void store(QLatin1String key, const QVariant& value) { platform_.defaults.set(key, value); }
+    QString storedString(QLatin1String key, const QString& fallback) const;
+
+    std::optional<QString> detectMountedVolume() const;
+    std::optional<std::int64_t> shareCount() const;
+    QString mountedStatusMessage(std::optional<std::int64_t> shareCount) const;
+    QString shareToMount() const;
+    bool isMounted() const { return mountedVolumeName.get().has_value(); }
+    void finishMount(const QString& newStatus, bool markSetup);
+    bool isStaleOnceMounted(bool wasMounted) const;
+
+    void startReconnectMonitor();
+    Task<> pollAndReconnectIfNeeded();
+
+    std::vector<Subscription> childBags_;
+    /// The change handlers reach beyond the settings only once the start sequence is over.
+    bool didFinishInit_ = false;
+    std::unique_ptr<Timer> reconnectTimer_;
+    /// Absent: never, so that nothing holds back the first attempt.
+    std::optional<SteadyTime> lastRemountAttempt_;
+    /// Last: its routines use all of the above.
+    TaskScope tasks_;
+};
+
+} // namespace ternvault

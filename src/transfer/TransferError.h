@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+#include <exception>
+#include <string>
+
+namespace ternvault {
+
+/// An error of the copy engines' own; errors of the platform's file operations are std::system_error.
+class TransferError : public std::exception {
+public:
+    static constexpr int cannotCreateDestination = 1;
+    static constexpr int cannotOpenDestination = 2;
+
+    /// `code`: one of the above, or the exit status of the copy tool for a folder that it could not copy.
+    TransferError(int code, const QString& description)
+        : code_(code), description_(description.toStdString()) {}
+    int code() const { return code_; }
+    const char* what() const noexcept override { return description_.c_str(); }
+
+private:
+    int code_;
+    std::string description_;
+};
+
+} // namespace ternvault

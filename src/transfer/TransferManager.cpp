@@ -1,0 +1,191 @@
+#include "transfer/TransferManager.h"
+
+#include <QFile>
+
+#include <system_error>
+#include <utility>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+namespace {
+
+const QString& idleStatus() {
+    static const QString text = u"Idle — use Add Files / Paste / Drop (not Finder)"_s;
+    return text;
+}
+
+/// Absolute, dot segments resolved, no slash at the end.
+fs::path standardized(const fs::path& url) {
+    std::error_code error;
+    fs::path path = fs::absolute(url, error).lexically_normal();
+    if (!path.has_filename() && path.has_relative_path())
+        path = path.parent_path();
+    return path;
+}
+
+/// Last path component; "/" for the root.
+std::string lastComponent(const fs::path& path) {
+    return path.has_filename() ? path.filename().string() : path.string();
+}
+
+QString display(const std::string& name) {
+    return QString::fromStdString(name);
+}
+
+} // namespace
+
+QString TransferManager::Job::name() const {
+    return display(relativePath);
+}
+
+fs::path TransferManager::Job::destination() const {
+    return destRoot.string() + '/' + relativePath;
+}
+
+TransferManager::TransferManager(const Platform& platform)
+    : isTransferring(*this), currentFileName(*this), completedCount(*this), totalCount(*this),
+      errorCount(*this), lastError(*this), statusLine(*this, idleStatus()), platform_(platform),
+      volumes_(platform.locations.volumesRoot()), engines_(platform.files, platform.processes),
+      transferLog_(platform), tasks_(platform.mainLoop, reportEscapes(platform.log)) {}
+
+std::optional<fs::path> TransferManager::resolveMountRoot(const QString& preferredShare) const {
+    std::vector<QString> names{defaultShareName, legacyVolumeName};
+    if (!preferredShare.isEmpty())
+        names.push_back(preferredShare);
+    for (const QString& name : names) {
+        const fs::path root = volumes_.mountPoint(name);
+        if (platform_.files.exists(root))
+            return root;
+    }
+    return std::nullopt;
+}
+
+void TransferManager::enqueue(const std::vector<fs::path>& urls, const fs::path& destRoot) {
+    if (urls.empty())
+        return;
+    cancelled_ = false;
+    beginScoped(urls);
+    std::int64_t queued = 0;
+    for (const fs::path& url : urls) {
+        if (std::optional<Job> job = makeJob(url, destRoot)) {
+            queue_.push_back(std::move(*job));
+            ++queued;
+        }
+    }
+    totalCount = totalCount + queued;
+    statusLine = queued >= 1 ? u"Queued "_s + QString::number(queued) + u" item(s) — app rsync starting"_s
+                             : u"Nothing to transfer"_s;
+    appendLog(statusLine);
+    startIfNeeded();
+}
+
+std::optional<TransferManager::Job> TransferManager::makeJob(const fs::path& url, const fs::path& destRoot) {
+    const fs::path source = standardized(url);
+    const std::string name = lastComponent(source);
+    if (name == "lost+found") {
+        logFailure(u"Skipped system folder: lost+found"_s);
+        return std::nullopt;
+    }
+    if (!platform_.files.exists(source)) {
+        logFailure(u"Missing: "_s + display(name));
+        return std::nullopt;
+    }
+    return Job{source, destRoot, name, platform_.files.isDirectory(source)};
+}
+
+void TransferManager::enqueue(std::vector<fs::path> urls) {
+    tasks_.spawn(enqueueMounting(std::move(urls)));
+}
+
+Task<> TransferManager::enqueueMounting(std::vector<fs::path> urls) {
+    if (appModel.get() == nullptr) {
+        if (const std::optional<fs::path> root = resolveMountRoot(defaultShareName))
+            enqueue(urls, *root);
+        else
+            refuse(u"Volume not mounted"_s, u"Mount Tern Vault first"_s);
+        co_return;
+    }
+    const bool mounted = co_await appModel.get()->ensureMounted();
+    const VolumeHost* const host = appModel.get();
+    if (mounted && host != nullptr) {
+        if (const std::optional<fs::path> root = resolveMountRoot(host->preferredShare())) {
+            enqueue(urls, *root);
+            co_return;
+        }
+    }
+    const QString text = u"Volume not mounted — click Mount first"_s;
+    refuse(text, text);
+}
+
+void TransferManager::refuse(const QString& error, const QString& status) {
+    lastError = error;
+    statusLine = status;
+    appendLog(statusLine);
+}
+
+void TransferManager::startIfNeeded() {
+    if (running_)
+        return;
+    running_ = true;
+    isTransferring = true;
+    ++activeLoops_;
+    tasks_.spawn(processLoop());
+}
+
+void TransferManager::pickAndEnqueueFiles() {
+    const FilePanelTexts texts{
+        u"Copy to Tern Vault"_s,
+        u"Tern Vault will copy these with its own transfer (rsync). Do not use Finder."_s};
+    platform_.filePanel.show(texts, [weak = anchor_.weak()](std::optional<std::vector<fs::path>> chosen) {
+        TransferManager* const manager = weak.get();
+        if (manager != nullptr && chosen)
+            manager->enqueue(std::move(*chosen));
+    });
+}
+
+void TransferManager::cancel() {
+    cancelled_ = true;
+    queue_.clear();
+    releaseScoped();
+    statusLine = u"Cancelled"_s;
+    isTransferring = false;
+    running_ = false;
+    currentFileName = QString();
+}
+
+void TransferManager::resetCounters() {
+    if (isTransferring)
+        return;
+    completedCount = 0;
+    totalCount = 0;
+    errorCount = 0;
+    lastError = std::nullopt;
+    statusLine = idleStatus();
+}
+
+QString TransferManager::progressLabel() const {
+    if (!isTransferring && totalCount == 0)
+        return u"No transfers"_s;
+    QString label = QString::number(completedCount) + u'/' + QString::number(totalCount);
+    if (errorCount >= 1)
+        label += u" · "_s + QString::number(errorCount) + u" error(s)"_s;
+    return label;
+}
+
+void TransferManager::beginScoped(const std::vector<fs::path>& urls) {
+    for (const fs::path& url : urls) {
+        if (platform_.securityScope.begin(url))
+            scopedURLs_.push_back(url);
+    }
+}
+
+void TransferManager::releaseScoped() {
+    for (const fs::path& url : scopedURLs_)
+        platform_.securityScope.end(url);
+    scopedURLs_.clear();
+}
+
+} // namespace ternvault

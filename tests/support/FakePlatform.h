@@ -1,0 +1,224 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <QStringList>
+
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+
+namespace ternvault::test {
+
+/// Main loop, clocks and background lanes on virtual time: nothing happens but inside `run` and `advance`.
+class VirtualTime : public MainLoop, public Clock, public BackgroundTasks {
+public:
+    void post(std::function<void()> work) override { posted_.push_back(std::move(work)); }
+    std::unique_ptr<Timer> after(std::chrono::milliseconds delay, std::function<void()> action) override {
+        return schedule(delay, {}, std::move(action));
+    }
+    std::unique_ptr<Timer> every(std::chrono::milliseconds interval, std::function<void()> action) override {
+        return schedule(interval, interval, std::move(action));
+    }
+    SteadyTime steadyNow() const override { return SteadyTime(now_); }
+    WallTime wallNow() const override { return wallStart + now_; }
+    void run(Lane, std::function<void()> work) override { background_.push_back(std::move(work)); }
+
+    /// Runs what is posted until nothing is left, background work too unless it is held back.
+    void run() {
+        for (;;) {
+            if (!posted_.empty())
+                take(posted_)();
+            else if (!holdBackground && !background_.empty())
+                take(background_)();
+            else
+                return;
+        }
+    }
+    void advance(std::chrono::milliseconds duration) {
+        const std::chrono::milliseconds end = now_ + duration;
+        run();
+        for (;;) {
+            auto next = timers_.end();
+            for (auto timer = timers_.begin(); timer != timers_.end(); ++timer) {
+                if (timer->second.due <= end &&
+                    (next == timers_.end() || timer->second.due < next->second.due))
+                    next = timer;
+            }
+            if (next == timers_.end())
+                break;
+            now_ = next->second.due;
+            const std::function<void()> action = next->second.action;
+            if (next->second.interval.count() > 0)
+                next->second.due += next->second.interval;
+            else
+                timers_.erase(next);
+            action();
+            run();
+        }
+        now_ = end;
+    }
+    std::size_t backgroundCount() const { return background_.size(); }
+
+    bool holdBackground = false;
+    WallTime wallStart = WallTime(std::chrono::seconds(1785938607)); // 2026-08-05T14:03:27Z
+
+private:
+    struct Entry {
+        std::chrono::milliseconds due;
+        std::chrono::milliseconds interval;
+        std::function<void()> action;
+    };
+    struct Handle : Timer {
+        Handle(VirtualTime& owner, int number) : time(owner), id(number) {}
+        ~Handle() override { time.timers_.erase(id); }
+        VirtualTime& time;
+        int id;
+    };
+    std::unique_ptr<Timer> schedule(std::chrono::milliseconds delay, std::chrono::milliseconds interval,
+                                    std::function<void()> action) {
+        timers_[++lastTimer_] = {now_ + delay, interval, std::move(action)};
+        return std::make_unique<Handle>(*this, lastTimer_);
+    }
+    static std::function<void()> take(std::deque<std::function<void()>>& queue) {
+        std::function<void()> work = std::move(queue.front());
+        queue.pop_front();
+        return work;
+    }
+
+    std::deque<std::function<void()>> posted_;
+    std::deque<std::function<void()>> background_;
+    std::map<int, Entry> timers_;
+    int lastTimer_ = 0;
+    std::chrono::milliseconds now_{0};
+};
+
+class FakeDefaults : public UserDefaults {
+public:
+    std::optional<QVariant> object(const QString& key) const override {
+        const auto found = values.find(key);
+        return found == values.end() ? std::nullopt : std::optional(found->second);
+    }
+    void set(const QString& key, const QVariant& value) override { values[key] = value; }
+    void remove(const QString& key) override { values.erase(key); }
+
+    std::map<QString, QVariant> values;
+};
+
+class FakeSecrets : public SecretStore {
+public:
+    std::optional<QByteArray> find(const QString& service, const QString& account) override {
+        const auto found = items.find({service, account});
+        return found == items.end() ? std::nullopt : std::optional(found->second);
+    }
+    bool add(const QString& service, const QString& account, const QByteArray& secret) override {
+        return items.emplace(std::pair(service, account), secret).second;
+    }
+    void remove(const QString& service, const QString& account) override { items.erase({service, account}); }
+
+    std::map<std::pair<QString, QString>, QByteArray> items;
+};
+
+/// Records every start; `respond` decides how the program ends.
+class FakeProcesses : public ProcessLauncher {
+public:
+    ProcessResult run(const QString& program, const QStringList& arguments) override {
+        calls.push_back(QStringList(program) + arguments);
+        return respond ? respond(calls.back()) : ProcessResult{};
+    }
+    bool isExecutable(const QString& program) const override { return executables.contains(program); }
+
+    std::function<ProcessResult(const QStringList& call)> respond;
+    std::vector<QStringList> calls;
+    std::set<QString> executables;
+};
+
+/// A file system of names; true stands for a folder.
+class FakeFiles : public FileManager {
+public:
+    bool exists(const std::filesystem::path& path) const override { return entries.contains(path); }
+    bool isDirectory(const std::filesystem::path& path) const override {
+        const auto found = entries.find(path);
+        return found != entries.end() && found->second;
+    }
+    void createDirectories(const std::filesystem::path&) override {}
+    void remove(const std::filesystem::path& path) override { entries.erase(path); }
+    std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override {
+        return exists(root) ? std::optional(identity) : std::nullopt;
+    }
+
+    std::map<std::filesystem::path, bool> entries;
+    VolumeIdentity identity{1, 1};
+};
+
+class FakeLocations : public FileLocations {
+public:
+    std::optional<std::filesystem::path> home() const override { return std::nullopt; }
+    std::optional<std::filesystem::path> applicationSupport() const override { return support; }
+    std::filesystem::path volumesRoot() const override { return root; }
+    std::filesystem::path applicationBundle() const override { return "/opt/ternvault"; }
+    uid_t userId() const override { return 501; }
+
+    std::optional<std::filesystem::path> support;
+    std::filesystem::path root = "/Volumes";
+};
+
+class FakeFilePanel : public FilePanel {
+public:
+    void show(const FilePanelTexts&, Completion completion) override { pending = std::move(completion); }
+    Completion pending;
+};
+
+class FakeSecurityScope : public SecurityScope {
+public:
+    bool begin(const std::filesystem::path& file) override {
+        if (grant)
+            open.insert(file);
+        return grant;
+    }
+    void end(const std::filesystem::path& file) override { open.erase(file); }
+    bool grant = false;
+    std::set<std::filesystem::path> open;
+};
+
+class FakeLog : public UnifiedLog {
+public:
+    void error(const QString& subsystem, const QString& category, const QString& message) override {
+        messages.push_back(subsystem + u'/' + category + QStringLiteral(": ") + message);
+    }
+    std::vector<QString> messages;
+};
+
+class FakeWorkspace : public Workspace {
+public:
+    void openFolder(const std::filesystem::path& folder) override { opened.push_back(folder); }
+    std::vector<std::filesystem::path> opened;
+};
+
+/// All ports, faked, with the Platform that refers to them.
+struct FakePlatform {
+    VirtualTime time;
+    FakeDefaults defaults;
+    FakeSecrets secrets;
+    FakeProcesses processes;
+    FakeFiles files;
+    FakeLocations locations;
+    FakeFilePanel filePanel;
+    FakeSecurityScope securityScope;
+    FakeLog log;
+    FakeWorkspace workspace;
+    Platform platform{time,  time,      time,      defaults,      secrets, processes,
+                      files, locations, filePanel, securityScope, log,     workspace};
+};
+
+} // namespace ternvault::test

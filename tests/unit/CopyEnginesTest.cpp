@@ -1,0 +1,178 @@
+#include "transfer/CopyEngines.h"
+#include "platform/linux/LinuxFileManager.h"
+#include "support/FakePlatform.h"
+#include "support/TemporaryFolder.h"
+#include "transfer/ChunkedCopy.h"
+#include "transfer/TransferError.h"
+
+#include <gtest/gtest.h>
+
+#include <system_error>
+
+namespace ternvault {
+namespace {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+/// Real files, faked programs.
+struct CopyEnginesTest : testing::Test {
+    CopyEnginesTest() { processes.executables = {u"/usr/bin/rsync"_s}; }
+
+    test::TemporaryFolder folder;
+    fs::path source = folder.path() / "from" / "a";
+    fs::path target = folder.path() / "root" / "volume" / "a";
+    LinuxFileManager files{folder.path() / "root"};
+    test::FakeProcesses processes;
+    CopyEngines engines{files, processes};
+
+    void SetUp() override {
+        fs::create_directories(source.parent_path());
+        fs::create_directories(target.parent_path());
+        test::writeFile(source, "content");
+    }
+    static QString text(const fs::path& path) { return QString::fromStdString(path.string()); }
+    void failEverything(const char* reason = "") {
+        processes.respond = [reason](const QStringList&) {
+            return ProcessResult{std::nullopt, 5, {}, reason};
+        };
+    }
+    int errorCode(bool isDirectory) {
+        try {
+            engines.rsyncCopy(source, target, isDirectory);
+        } catch (const TransferError& error) {
+            message = error.what();
+            return error.code();
+        } catch (const std::system_error& error) {
+            message = error.what();
+            return -error.code().value();
+        }
+        return 0;
+    }
+    std::string message;
+};
+
+TEST_F(CopyEnginesTest, RunsTheFirstRsyncWithItsFixedOptions) {
+    const QStringList options =
+        u"-a --partial --inplace --no-owner --no-group --exclude .DS_Store --exclude ._* "
+        "--exclude lost+found --exclude lost+found/**"_s.split(u' ');
+    engines.rsyncCopy(source, target, false);
+    processes.executables.insert(u"/opt/homebrew/bin/rsync"_s);
+    const fs::path folderSource = source.parent_path().string() + "/";
+    engines.rsyncCopy(folderSource, target, true);
+    const QStringList fileCall =
+        QStringList(u"/usr/bin/rsync"_s) + options + QStringList{text(source), text(target)};
+    const QStringList folderCall = QStringList(u"/opt/homebrew/bin/rsync"_s) + options +
+                                   QStringList{text(folderSource), text(target) + u'/'};
+    EXPECT_EQ(processes.calls, (std::vector<QStringList>{fileCall, folderCall}));
+    EXPECT_TRUE(fs::is_directory(target)) << "made before rsync runs";
+}
+
+TEST_F(CopyEnginesTest, FallsFromRsyncToTheCopyToolToChunks) {
+    test::writeFile(target, "partial from rsync");
+    processes.respond = [this](const QStringList& call) {
+        if (call[0] != u"/usr/bin/ditto"_s)
+            return ProcessResult{std::nullopt, 23, {}, {}};
+        EXPECT_FALSE(fs::exists(target)) << "the copy tool starts afresh";
+        test::writeFile(target, "from ditto");
+        return ProcessResult{};
+    };
+    EXPECT_EQ(engines.rsyncCopy(source, target, false), 10);
+
+    failEverything();
+    EXPECT_EQ(engines.rsyncCopy(source, target, false), 7);
+    EXPECT_EQ(test::readFile(target), "content");
+
+    processes.executables.clear();
+    test::writeFile(source, "");
+    EXPECT_EQ(engines.rsyncCopy(source, target, false), 0);
+    EXPECT_TRUE(fs::exists(target));
+}
+
+TEST_F(CopyEnginesTest, AFolderThatNoToolCopiesIsAnErrorOfTheCopyTool) {
+    source = source.parent_path();
+    test::writeFile(target.parent_path() / "kept", "x");
+    failEverything(" no room \n");
+    EXPECT_EQ(errorCode(true), 5);
+    EXPECT_EQ(message, "no room");
+    failEverything();
+    EXPECT_EQ(errorCode(true), 5);
+    EXPECT_EQ(message, "rsync/ditto failed for folder");
+    processes.respond = [](const QStringList&) { return ProcessResult{u"cannot start"_s, 0, {}, {}}; };
+    EXPECT_EQ(errorCode(true), 127);
+    EXPECT_EQ(message, "cannot start");
+    EXPECT_EQ(test::readFile(target.parent_path() / "kept"), "x");
+}
+
+TEST_F(CopyEnginesTest, NeverMakesAnEntryDirectlyUnderTheVolumesRoot) {
+    fs::remove_all(target.parent_path());
+    EXPECT_EQ(errorCode(false), -ENOENT);
+    EXPECT_EQ(errorCode(true), -ENOENT);
+    EXPECT_TRUE(processes.calls.empty());
+    EXPECT_FALSE(fs::exists(target.parent_path()));
+}
+
+TEST_F(CopyEnginesTest, AnItemCopiedOntoItselfIsKept) {
+    target = source;
+    failEverything();
+    EXPECT_EQ(errorCode(false), -EEXIST);
+    EXPECT_EQ(test::readFile(source), "content");
+}
+
+TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
+    test::writeFile(source, std::string(3 * 1024 * 1024 + 5, 'x'));
+    test::writeFile(target, "old");
+    chunkedCopy(files, source, target);
+    EXPECT_EQ(test::readFile(target), test::readFile(source));
+
+    const auto code = [this](const fs::path& from, const fs::path& to) {
+        try {
+            chunkedCopy(files, from, to);
+        } catch (const TransferError& error) {
+            EXPECT_EQ(error.what(), "Could not create " + to.filename().string());
+            return error.code();
+        } catch (const std::system_error& error) {
+            return -error.code().value();
+        }
+        return 0;
+    };
+    EXPECT_EQ(code(source, target.parent_path() / "no" / "a"), 1);
+    EXPECT_EQ(code(folder.path() / "gone", target), -ENOENT);
+    EXPECT_EQ(code(folder.path(), target), -EISDIR);
+}
+
+TEST_F(CopyEnginesTest, ReadsWhatAChildSaid) {
+    const struct {
+        ProcessResult result;
+        int status;
+        QString output;
+    } rows[] = {
+        {{std::nullopt, 3, "out", " err \n"}, 3, u"err"_s},
+        {{std::nullopt, 0, "out", ""}, 0, u""_s},
+        {{std::nullopt, 9, " out\n", "\xff"}, 9, u"out"_s},
+        {{std::nullopt, 9, "\xff", "\xff"}, 9, u""_s},
+        {{u"no such file"_s, 0, {}, {}}, 127, u"no such file"_s},
+    };
+    for (const auto& row : rows) {
+        processes.respond = [&](const QStringList&) { return row.result; };
+        const ChildOutcome outcome = engines.run(u"/bin/x"_s, {});
+        EXPECT_EQ(outcome.status, row.status);
+        EXPECT_EQ(outcome.output, row.output);
+    }
+}
+
+TEST_F(CopyEnginesTest, MeasuresVisibleFiles) {
+    const fs::path tree = source.parent_path();
+    fs::create_directories(tree / ".hidden");
+    fs::create_directories(tree / "sub");
+    test::writeFile(tree / ".hidden" / "x", "12345");
+    test::writeFile(tree / ".dot", "12345");
+    test::writeFile(tree / "sub" / "y", "123");
+    fs::create_symlink("nowhere", tree / "link");
+    EXPECT_EQ(engines.sizeOf(tree), 10);
+    EXPECT_EQ(engines.sizeOf(source), 7);
+    EXPECT_EQ(engines.sizeOf(tree / "gone"), 0);
+}
+
+} // namespace
+} // namespace ternvault

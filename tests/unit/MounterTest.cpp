@@ -1,0 +1,136 @@
+#include "async/TaskScope.h"
+#include "mount/SMBMounter.h"
+#include "support/FakePlatform.h"
+
+#include <gtest/gtest.h>
+
+namespace ternvault {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+ProcessResult failing(int status, const QByteArray& standardError, const QByteArray& standardOutput = {}) {
+    return {std::nullopt, status, standardOutput, standardError};
+}
+
+struct MounterTest : testing::Test {
+    test::FakePlatform fake;
+    SMBMounter mounter{fake.platform};
+    TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE(); }};
+    QString outcome;
+
+    Task<> report(Task<> operation) {
+        try {
+            co_await operation;
+            outcome = u"ok"_s;
+        } catch (const std::exception& error) {
+            outcome = QString::fromUtf8(error.what());
+        }
+    }
+    QString mount(const QString& password = u"secret"_s) {
+        scope.spawn(report(mounter.mount(u"10.0.0.5"_s, u"Films"_s, u"anna"_s, password, productVolumeName)));
+        fake.time.run();
+        return outcome;
+    }
+    QString unmount(const QString& name) {
+        scope.spawn(report(mounter.unmount(name)));
+        fake.time.run();
+        return outcome;
+    }
+    void appear(const char* path) { fake.files.entries[path] = true; }
+};
+
+TEST_F(MounterTest, PutsEveryPartUnencodedIntoTheScriptAndEscapesOnlyDoubleQuotes) {
+    mount(uR"(p@:/"\ #)"_s);
+    ASSERT_EQ(fake.processes.calls.size(), 1u);
+    EXPECT_EQ(fake.processes.calls[0],
+              (QStringList{u"/usr/bin/osascript"_s, u"-e"_s,
+                           uR"(mount volume "smb://anna:p@:/\"\ #@10.0.0.5/Films")"_s}));
+}
+
+TEST_F(MounterTest, RunsNothingWhenAnyKnownEntryIsThere) {
+    for (const char* path : {"/Volumes/Tern Vault", "/Volumes/Films", "/Volumes/MOSSBOX1"}) {
+        fake.files.entries.clear();
+        appear(path);
+        EXPECT_EQ(mount(), u"ok"_s) << path;
+    }
+    EXPECT_TRUE(fake.processes.calls.empty());
+}
+
+TEST_F(MounterTest, TellsWhyAMountFailed) {
+    const QByteArray notText("\xff\xfe");
+    const struct {
+        ProcessResult result;
+        QString message;
+    } rows[] = {
+        {failing(1, " wrong password \n"), u"wrong password"_s},
+        {failing(1, ""), u""_s},
+        {failing(1, "", "not read"), u""_s},
+        {failing(1, notText, " from output\n"), u"from output"_s},
+        {failing(1, notText, notText), u"mount volume failed"_s},
+        {{u"no such program"_s, 0, {}, {}}, u"no such program"_s},
+    };
+    for (const auto& row : rows) {
+        fake.processes.respond = [&](const QStringList&) { return row.result; };
+        EXPECT_EQ(mount(), row.message);
+    }
+}
+
+TEST_F(MounterTest, TheFileSystemHasTheLastWord) {
+    fake.processes.respond = [this](const QStringList&) {
+        appear("/Volumes/Films");
+        return failing(1, "half failed");
+    };
+    EXPECT_EQ(mount(), u"ok"_s);
+
+    fake.files.entries.clear();
+    fake.processes.respond = nullptr;
+    outcome.clear();
+    mount();
+    fake.time.advance(499ms);
+    EXPECT_EQ(outcome, QString()) << "one second look after half a second";
+    fake.time.advance(1ms);
+    EXPECT_EQ(outcome, u"Volume did not appear under /Volumes"_s);
+
+    mount();
+    appear("/Volumes/Tern Vault");
+    fake.time.advance(500ms);
+    EXPECT_EQ(outcome, u"ok"_s);
+}
+
+TEST_F(MounterTest, EjectsTheFirstCandidateThatWorks) {
+    EXPECT_EQ(unmount(u"MOSSBOX1"_s), u"ok"_s);
+    EXPECT_TRUE(fake.processes.calls.empty());
+
+    appear("/Volumes/MOSS BOX");
+    EXPECT_EQ(unmount(productVolumeName), u"ok"_s);
+    EXPECT_TRUE(fake.processes.calls.empty()) << "the older name belongs to the default share only";
+    EXPECT_EQ(unmount(u"MOSSBOX1"_s), u"ok"_s);
+    EXPECT_EQ(fake.processes.calls.back(),
+              (QStringList{u"/usr/sbin/diskutil"_s, u"unmount"_s, u"/Volumes/MOSS BOX"_s}));
+}
+
+TEST_F(MounterTest, ForcesAnEjectThatFailsAndKeepsItsMessageUntrimmed) {
+    appear("/Volumes/MOSSBOX1");
+    appear("/Volumes/MOSS BOX");
+    fake.processes.respond = [](const QStringList& call) {
+        return failing(1, call.contains(u"force"_s) ? call.back().toUtf8() + " busy\n" : "plain");
+    };
+    EXPECT_EQ(unmount(u"MOSSBOX1"_s), u"/Volumes/MOSS BOX busy\n"_s);
+    EXPECT_EQ(fake.processes.calls.size(), 4u);
+
+    fake.processes.respond = [](const QStringList& call) {
+        return failing(call.contains(u"force"_s) ? 0 : 1, "");
+    };
+    EXPECT_EQ(unmount(u"MOSSBOX1"_s), u"ok"_s);
+
+    fake.processes.respond = [](const QStringList&) { return failing(1, "\xff"); };
+    EXPECT_EQ(unmount(u"MOSSBOX1"_s), u"unmount failed"_s);
+
+    fake.processes.respond = [](const QStringList&) { return ProcessResult{u"cannot start"_s, 0, {}, {}}; };
+    EXPECT_EQ(unmount(u"MOSSBOX1"_s), u"cannot start"_s);
+}
+
+} // namespace
+} // namespace ternvault

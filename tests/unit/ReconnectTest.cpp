@@ -1,0 +1,77 @@
+#include "support/ModelFixture.h"
+
+namespace ternvault {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+struct ReconnectMonitor : test::ModelFixture {
+    AppModel& startConnected() {
+        AppModel& model = startWithAccount();
+        model.setupComplete = true;
+        model.autoConnect = true;
+        return model;
+    }
+    std::size_t mounts() const { return fake.processes.calls.size(); }
+};
+
+TEST_F(ReconnectMonitor, TriesAFailingShareOnEverySecondTick) {
+    letProgramsFail("unreachable");
+    const AppModel& model = startConnected();
+    const std::size_t expected[] = {1, 1, 2, 2, 3};
+    fake.time.advance(11999ms);
+    EXPECT_EQ(mounts(), 0u);
+    fake.time.advance(1ms);
+    for (const std::size_t count : expected) {
+        EXPECT_EQ(mounts(), count);
+        fake.time.advance(12s);
+    }
+    EXPECT_EQ(*model.status, u"Mount failed: unreachable"_s);
+}
+
+TEST_F(ReconnectMonitor, MountsAgainWhatWentAwayAndRepairsAStaleFailure) {
+    letMountsSucceed();
+    AppModel& model = startConnected();
+    fake.time.advance(12s);
+    EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
+    model.status = u"Mount failed: earlier"_s;
+    fake.time.advance(12s);
+    EXPECT_FALSE(model.status->contains(u"failed"_s));
+    perform(model.unmount());
+    fake.time.advance(24s);
+    EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
+}
+
+TEST_F(ReconnectMonitor, OnlyLooksWhenItMustNotMount) {
+    AppModel& model = startConnected();
+    const std::function<void(bool)> gates[] = {
+        [&](bool open) { model.setupComplete = open; },
+        [&](bool open) { model.autoConnect = open; },
+        [&](bool open) { model.isBusy = !open; },
+        [&](bool open) { model.smbUser = open ? u"anna"_s : u""_s; },
+        [&](bool open) { model.smbPassword = open ? u"x"_s : u""_s; },
+        [&](bool open) { model.serverIP = open ? u"h"_s : u""_s; },
+    };
+    for (const auto& gate : gates) {
+        gate(false);
+        fake.time.advance(24s);
+        EXPECT_EQ(mounts(), 0u);
+        gate(true);
+    }
+    model.setupComplete = false;
+    fake.files.entries["/Volumes/MOSSBOX1"] = true;
+    fake.time.advance(12s);
+    EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
+}
+
+TEST_F(ReconnectMonitor, ATickDuringAMountStartsNoSecondOne) {
+    letMountsSucceed();
+    startConnected();
+    fake.time.holdBackground = true;
+    fake.time.advance(60s);
+    EXPECT_EQ(fake.time.backgroundCount(), 1u);
+}
+
+} // namespace
+} // namespace ternvault
