@@ -1,0 +1,252 @@
+#include "platform/linux/programs/MountPoints.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <mntent.h>
+#include <spawn.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// This header of glibc 2.36 does not say so itself.
+extern "C" {
+#include <sys/pidfd.h>
+}
+
+namespace ternvault {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr auto volumeType = "fuse.ternvault";
+constexpr auto recordSuffix = ".mount";
+
+[[noreturn]] void fail(const char* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// Field 22 of /proc/PID/stat; the program's name before it may hold blanks and parentheses.
+std::optional<std::uint64_t> startTimeOf(pid_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    if (!std::getline(file, line))
+        return {};
+    std::istringstream fields(line.substr(line.rfind(')') + 2));
+    std::string field;
+    for (int i = 3; i <= 22; ++i)
+        fields >> field;
+    return std::stoull(field);
+}
+
+std::string bootId() {
+    std::string id;
+    std::getline(std::ifstream("/proc/sys/kernel/random/boot_id"), id);
+    return id;
+}
+
+/// One file name per mount point: the path with its separators, and the escape itself, escaped.
+std::string keyOf(const fs::path& mountPoint) {
+    std::string key;
+    for (const char c : mountPoint.lexically_normal().string())
+        key += c == '/' ? std::string("%2F") : c == '%' ? std::string("%25") : std::string(1, c);
+    return key;
+}
+
+fs::path recordFile(const fs::path& state, const fs::path& mountPoint) {
+    return state / (keyOf(mountPoint) + recordSuffix);
+}
+
+void syncDirectory(const fs::path& directory) {
+    const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
+void replaceFile(const fs::path& file, const std::string& text) {
+    const fs::path fresh = file.string() + ".new";
+    const int fd = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0)
+        fail("open");
+    const bool written = ::write(fd, text.data(), text.size()) == ssize_t(text.size()) && ::fsync(fd) == 0;
+    const int error = errno;
+    ::close(fd);
+    if (!written)
+        throw std::system_error(error, std::generic_category(), "write");
+    fs::rename(fresh, file);
+    syncDirectory(file.parent_path());
+}
+
+std::optional<MountRecord> parseRecord(const fs::path& file) {
+    std::ifstream in(file);
+    std::string boot;
+    MountRecord record;
+    std::string path;
+    in >> boot >> record.keeper.pid >> record.keeper.startTime >> record.daemon.pid >>
+        record.daemon.startTime;
+    if (!in.ignore(1) || !std::getline(in, path, '\0'))
+        return {};
+    record.mountPoint = path;
+    if (boot != bootId())
+        record.keeper = record.daemon = {};
+    return record;
+}
+
+/// fusermount3 is set-uid root: the way to unmount for those who are not root.
+int runFusermount(const fs::path& mountPoint, bool lazily) {
+    std::vector<std::string> words{"fusermount3", "-q", "-u"};
+    if (lazily)
+        words.emplace_back("-z");
+    words.push_back(mountPoint.string());
+    std::vector<char*> arguments;
+    for (auto& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    pid_t child = 0;
+    if (const int error =
+            ::posix_spawnp(&child, words[0].c_str(), nullptr, nullptr, arguments.data(), environ))
+        return error;
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : EBUSY;
+}
+
+bool isAbandoned(const MountRecord& record) {
+    return !record.keeper.isAlive() && !record.daemon.isAlive();
+}
+
+} // namespace
+
+ProcessIdentity ProcessIdentity::of(pid_t pid) {
+    return {pid, startTimeOf(pid).value_or(0)};
+}
+
+bool ProcessIdentity::isAlive() const {
+    return pid > 0 && startTimeOf(pid) == startTime;
+}
+
+void ProcessIdentity::kill() const {
+    if (pid <= 0)
+        return;
+    const int process = ::pidfd_open(pid, 0);
+    if (process < 0)
+        return;
+    if (isAlive())
+        ::pidfd_send_signal(process, SIGKILL, nullptr, 0);
+    ::close(process);
+}
+
+void writeMountRecord(const fs::path& state, const MountRecord& record) {
+    std::ostringstream text;
+    text << bootId() << ' ' << record.keeper.pid << ' ' << record.keeper.startTime << ' ' << record.daemon.pid
+         << ' ' << record.daemon.startTime << '\n'
+         << record.mountPoint.string();
+    replaceFile(recordFile(state, record.mountPoint), text.str());
+}
+
+void removeMountRecord(const fs::path& state, const fs::path& mountPoint) {
+    std::error_code ignored;
+    fs::remove(recordFile(state, mountPoint), ignored);
+}
+
+std::optional<MountRecord> readMountRecord(const fs::path& state, const fs::path& mountPoint) {
+    return parseRecord(recordFile(state, mountPoint));
+}
+
+std::optional<MountLock> MountLock::acquire(const fs::path& state, const fs::path& mountPoint,
+                                            std::chrono::milliseconds patience) {
+    const auto file = state / (keyOf(mountPoint) + ".lock");
+    const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0)
+        fail("open");
+    MountLock lock(fd);
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            fail("flock");
+        if (std::chrono::steady_clock::now() >= end)
+            return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return lock;
+}
+
+MountLock::MountLock(MountLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+MountLock::~MountLock() {
+    if (descriptor_ >= 0)
+        ::close(descriptor_);
+}
+
+bool isMountPoint(const fs::path& path) {
+    struct statx status {};
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0)
+        return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return errno == ENOTCONN;
+}
+
+bool isVolumeMount(const fs::path& path) {
+    FILE* table = ::setmntent("/proc/self/mounts", "r");
+    if (!table)
+        return false;
+    bool found = false;
+    while (const mntent* entry = ::getmntent(table))
+        found = found || (path == entry->mnt_dir && std::string_view(entry->mnt_type) == volumeType);
+    ::endmntent(table);
+    return found;
+}
+
+bool isPlaceholder(const fs::path& path) {
+    struct statx status {};
+    constexpr auto wanted = STATX_TYPE | STATX_MODE | STATX_UID;
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, wanted, &status) != 0)
+        return false;
+    return S_ISDIR(status.stx_mode) && (status.stx_mode & 07777) == 0 && status.stx_uid == ::geteuid() &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0;
+}
+
+int unmount(const fs::path& mountPoint, bool lazily) {
+    if (::geteuid() != 0)
+        return runFusermount(mountPoint, lazily);
+    return ::umount2(mountPoint.c_str(), UMOUNT_NOFOLLOW | (lazily ? MNT_DETACH : 0)) == 0 ? 0 : errno;
+}
+
+void removeMountPoint(const fs::path& state, const fs::path& mountPoint) {
+    constexpr int mountsAtMost = 8;
+    for (int i = 0; i < mountsAtMost && isVolumeMount(mountPoint); ++i)
+        unmount(mountPoint, true);
+    if (::rmdir(mountPoint.c_str()) == 0 || errno == ENOENT || errno == ENOTEMPTY || errno == ENOTDIR)
+        removeMountRecord(state, mountPoint);
+}
+
+void reapLeftovers(const fs::path& root, const fs::path& state) {
+    std::error_code ignored;
+    const auto wantedRoot = fs::weakly_canonical(root, ignored);
+    std::vector<fs::path> recorded;
+    for (const auto& file : fs::directory_iterator(state, ignored)) {
+        if (file.path().extension() != recordSuffix)
+            continue;
+        const auto record = parseRecord(file.path());
+        if (record && fs::weakly_canonical(record->mountPoint.parent_path(), ignored) == wantedRoot)
+            recorded.push_back(record->mountPoint);
+    }
+    for (const auto& mountPoint : recorded) {
+        const auto lock = MountLock::acquire(state, mountPoint, std::chrono::milliseconds(0));
+        const auto record = lock ? readMountRecord(state, mountPoint) : std::nullopt;
+        if (record && isAbandoned(*record))
+            removeMountPoint(state, mountPoint);
+    }
+}
+
+} // namespace ternvault

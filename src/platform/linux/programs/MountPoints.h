@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+/// The directories that mounting makes under the volumes root, and the record of them that survives a kill or
+/// a power cut. Free of Qt: the volume daemon uses it too. Failures are std::system_error. Any thread, any
+/// process.
+namespace ternvault {
+
+/// A process named so that another one which got the same number later is never taken for it.
+struct ProcessIdentity {
+    pid_t pid = 0;
+    /// Start time in clock ticks since boot, from proc(5).
+    std::uint64_t startTime = 0;
+
+    /// Of a process that is alive.
+    static ProcessIdentity of(pid_t pid);
+    bool isAlive() const;
+    /// Sends SIGKILL if the process is still the one meant.
+    void kill() const;
+};
+
+/// What is written down before a directory is made, and removed after the directory is gone.
+struct MountRecord {
+    std::filesystem::path mountPoint;
+    ProcessIdentity keeper;
+    ProcessIdentity daemon;
+};
+
+void writeMountRecord(const std::filesystem::path& state, const MountRecord& record);
+void removeMountRecord(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
+/// Nothing when there is no record, or a damaged one, or one from before the last boot.
+std::optional<MountRecord> readMountRecord(const std::filesystem::path& state,
+                                           const std::filesystem::path& mountPoint);
+
+/// Held by whoever mounts on, or cleans up, one mount point. The lock belongs to the open file: child
+/// processes share it, and it ends when the last of them closes it.
+class MountLock {
+public:
+    /// Waits at most `patience`; nothing when somebody else holds the lock for longer.
+    static std::optional<MountLock> acquire(const std::filesystem::path& state,
+                                            const std::filesystem::path& mountPoint,
+                                            std::chrono::milliseconds patience);
+    MountLock(MountLock&& other) noexcept;
+    MountLock& operator=(MountLock&&) = delete;
+    ~MountLock();
+
+private:
+    explicit MountLock(int descriptor) : descriptor_(descriptor) {}
+    int descriptor_;
+};
+
+/// Whether something is mounted exactly there. Never waits for the program behind the mount.
+bool isMountPoint(const std::filesystem::path& path);
+/// Whether a volume of ours is mounted there, dead or alive.
+bool isVolumeMount(const std::filesystem::path& path);
+/// Whether `path` is the directory of a volume that is not mounted now: a directory of this user that nobody
+/// may enter, which is the mode that mounting leaves below the mount. Never waits.
+bool isPlaceholder(const std::filesystem::path& path);
+
+/// Takes the mount away. `lazily`: also while it is in use; it vanishes from the tree at once.
+/// Returns 0 or the reason as errno (EBUSY when in use).
+int unmount(const std::filesystem::path& mountPoint, bool lazily);
+/// Lazily takes every mount of ours away from `mountPoint`, then removes the directory if it is empty, then
+/// the record.
+void removeMountPoint(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
+
+/// Removes what ended mounts left directly under `root`: dead mounts and empty directories, as far as they
+/// are in the record and nobody looks after them any more. Leaves everything else alone. Errors of single
+/// entries are skipped.
+void reapLeftovers(const std::filesystem::path& root, const std::filesystem::path& state);
+
+} // namespace ternvault

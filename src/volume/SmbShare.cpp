@@ -1,0 +1,289 @@
+#include "volume/SmbShare.h"
+
+#include "volume/NameMapping.h"
+#include "volume/SymlinkFile.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+
+#include <fcntl.h>
+
+namespace ternvault::volume {
+namespace {
+
+/// Longer than the volume waits for a call: it then ends the connection itself, which also ends the call.
+constexpr int callTimeoutMilliseconds = 10'000;
+
+constexpr auto settings = R"([global]
+    workgroup = WORKGROUP
+    disable netbios = yes
+    name resolve order = host
+    client min protocol = SMB2_02
+    client use kerberos = off
+    unix charset = UTF-8
+    log level = 0
+    private dir = %DIR%
+    lock directory = %DIR%
+    state directory = %DIR%
+    cache directory = %DIR%
+)";
+
+class InCall {
+public:
+    explicit InCall(CallWatch& watch) : watch_(watch) {
+        watch_.begin();
+        errno = 0;
+    }
+    ~InCall() { watch_.end(); }
+
+private:
+    CallWatch& watch_;
+};
+
+[[noreturn]] void fail() {
+    throw std::system_error(errno ? errno : EIO, std::generic_category());
+}
+
+/// libsmbclient's functions report by a negative number or a null pointer, and errno.
+template <typename Result>
+Result checked(Result result) {
+    bool failed = false;
+    if constexpr (std::is_pointer_v<Result>)
+        failed = result == nullptr;
+    else
+        failed = result < 0;
+    if (failed)
+        fail();
+    return result;
+}
+
+std::string percentEncoded(std::string_view text) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string result;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (std::isalnum(byte) || c == '.' || c == '-' || c == '_') {
+            result += c;
+        } else {
+            result += '%';
+            result += digits[byte >> 4];
+            result += digits[byte & 0xF];
+        }
+    }
+    return result;
+}
+
+Entry toEntry(const struct stat& status) {
+    Entry entry;
+    entry.size = static_cast<std::uint64_t>(status.st_size);
+    if (S_ISDIR(status.st_mode))
+        entry.kind = Entry::Kind::Directory;
+    else if (entry.size == symlinkFileSize)
+        entry.kind = Entry::Kind::FileOrSymlink;
+    entry.modified = status.st_mtim;
+    entry.accessed = status.st_atim;
+    entry.changed = status.st_ctim;
+    return entry;
+}
+
+timeval toTimeval(timespec time) {
+    return {time.tv_sec, time.tv_nsec / 1000};
+}
+
+void copyBounded(char* target, int size, const std::string& text) {
+    std::snprintf(target, static_cast<std::size_t>(size), "%s", text.c_str());
+}
+
+} // namespace
+
+void isolateSambaSettings(const std::filesystem::path& state) {
+    const auto home = state / "samba";
+    std::filesystem::create_directories(home / ".smb");
+    std::string text = settings;
+    for (auto at = text.find("%DIR%"); at != text.npos; at = text.find("%DIR%"))
+        text.replace(at, 5, home.string());
+    std::ofstream(home / ".smb" / "smb.conf") << text;
+    ::setenv("HOME", home.c_str(), 1);
+}
+
+SmbShare::SmbShare(const ServerAddress& address, const MountUrl& url, CallWatch& watch, unsigned generation)
+    : url_(url), watch_(watch), generation_(generation),
+      base_("smb://" + percentEncoded(address.text()) + "/" + percentEncoded(url.share)),
+      context_(checked(smbc_new_context())) {
+    smbc_setOptionUserData(context_, this);
+    smbc_setFunctionAuthDataWithContext(context_, &SmbShare::provideLogin);
+    smbc_setOptionNoAutoAnonymousLogin(context_, true);
+    smbc_setOptionUseKerberos(context_, false);
+    smbc_setOptionUseCCache(context_, false);
+    smbc_setOptionUrlEncodeReaddirEntries(context_, false);
+    smbc_setTimeout(context_, callTimeoutMilliseconds);
+    // A dead connection is ours to notice; libsmbclient must not open another one under a running operation.
+    smbc_setFunctionCheckServer(context_, [](SMBCCTX*, SMBCSRV*) { return 0; });
+    try {
+        const InCall call(watch_);
+        checked(smbc_init_context(context_));
+        smbc_setOptionProtocols(context_, "SMB2_02", "SMB3_11");
+        struct stat root {};
+        checked(smbc_getFunctionStat(context_)(context_, urlOf("").c_str(), &root));
+    } catch (...) {
+        smbc_free_context(context_, 1);
+        throw;
+    }
+}
+
+SmbShare::~SmbShare() {
+    const InCall call(watch_);
+    smbc_free_context(context_, 1);
+}
+
+void SmbShare::provideLogin(SMBCCTX* context, const char*, const char*, char* workgroup, int workgroupSize,
+                            char* user, int userSize, char* password, int passwordSize) {
+    const auto* self = static_cast<SmbShare*>(smbc_getOptionUserData(context));
+    copyBounded(workgroup, workgroupSize, "WORKGROUP");
+    copyBounded(user, userSize, self->url_.user);
+    copyBounded(password, passwordSize, self->url_.password);
+}
+
+std::string SmbShare::urlOf(const std::string& path) const {
+    std::string url = base_ + "/";
+    for (std::size_t begin = 0; begin < path.size();) {
+        const auto end = std::min(path.find('/', begin), path.size());
+        const auto name = toServerName(std::string_view(path).substr(begin, end - begin));
+        if (!name)
+            throw std::system_error(EILSEQ, std::generic_category());
+        url += percentEncoded(*name);
+        if (end < path.size())
+            url += '/';
+        begin = end + 1;
+    }
+    return url;
+}
+
+Listing SmbShare::list(const std::string& directory) {
+    const auto url = urlOf(directory);
+    const InCall call(watch_);
+    const File handle = checked(smbc_getFunctionOpendir(context_)(context_, url.c_str()));
+    Listing listing;
+    struct stat status {};
+    while (const auto* info = smbc_getFunctionReaddirPlus2(context_)(context_, handle, &status)) {
+        const std::string_view name = info->name;
+        if (name != "." && name != "..")
+            listing.emplace(toLocalName(name), toEntry(status));
+    }
+    smbc_getFunctionClosedir(context_)(context_, handle);
+    return listing;
+}
+
+Entry SmbShare::stat(const std::string& path) {
+    const auto url = urlOf(path);
+    const InCall call(watch_);
+    struct stat status {};
+    checked(smbc_getFunctionStat(context_)(context_, url.c_str(), &status));
+    return toEntry(status);
+}
+
+struct statvfs SmbShare::space() {
+    const auto url = urlOf("");
+    const InCall call(watch_);
+    struct statvfs raw {};
+    checked(smbc_getFunctionStatVFS(context_)(context_, const_cast<char*>(url.c_str()), &raw));
+    // Without the server's POSIX extensions f_frsize is the number of f_bsize-sized sectors in a unit.
+    constexpr unsigned long smallestUnit = 512;
+    if (raw.f_frsize < smallestUnit)
+        raw.f_frsize *= raw.f_bsize;
+    raw.f_bsize = raw.f_frsize;
+    return raw;
+}
+
+SmbShare::File SmbShare::open(const std::string& path, int flags) {
+    const auto url = urlOf(path);
+    const InCall call(watch_);
+    return checked(smbc_getFunctionOpen(context_)(context_, url.c_str(), flags, 0666));
+}
+
+void SmbShare::close(File file) {
+    const InCall call(watch_);
+    checked(smbc_getFunctionClose(context_)(context_, file));
+}
+
+std::size_t SmbShare::read(File file, std::uint64_t offset, char* buffer, std::size_t size) {
+    const InCall call(watch_);
+    checked(smbc_getFunctionLseek(context_)(context_, file, static_cast<off_t>(offset), SEEK_SET));
+    std::size_t done = 0;
+    while (done < size) {
+        watch_.begin();
+        const auto count =
+            checked(smbc_getFunctionRead(context_)(context_, file, buffer + done, size - done));
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+void SmbShare::write(File file, std::uint64_t offset, const char* bytes, std::size_t size) {
+    const InCall call(watch_);
+    checked(smbc_getFunctionLseek(context_)(context_, file, static_cast<off_t>(offset), SEEK_SET));
+    for (std::size_t done = 0; done < size;) {
+        watch_.begin();
+        const auto count =
+            checked(smbc_getFunctionWrite(context_)(context_, file, bytes + done, size - done));
+        if (count == 0)
+            throw std::system_error(EIO, std::generic_category());
+        done += static_cast<std::size_t>(count);
+    }
+}
+
+void SmbShare::truncate(File file, std::uint64_t size) {
+    const InCall call(watch_);
+    checked(smbc_getFunctionFtruncate(context_)(context_, file, static_cast<off_t>(size)));
+}
+
+void SmbShare::createFile(const std::string& path, const std::string& contents) {
+    const File file = open(path, O_WRONLY | O_CREAT | O_EXCL);
+    try {
+        write(file, 0, contents.data(), contents.size());
+    } catch (...) {
+        smbc_getFunctionClose(context_)(context_, file);
+        smbc_getFunctionUnlink(context_)(context_, urlOf(path).c_str());
+        throw;
+    }
+    close(file);
+}
+
+void SmbShare::setTimes(const std::string& path, timespec accessed, timespec modified) {
+    const auto url = urlOf(path);
+    const InCall call(watch_);
+    timeval times[] = {toTimeval(accessed), toTimeval(modified)};
+    checked(smbc_getFunctionUtimes(context_)(context_, url.c_str(), times));
+}
+
+void SmbShare::makeDirectory(const std::string& path) {
+    const auto url = urlOf(path);
+    const InCall call(watch_);
+    checked(smbc_getFunctionMkdir(context_)(context_, url.c_str(), 0777));
+}
+
+void SmbShare::removeDirectory(const std::string& path) {
+    const auto url = urlOf(path);
+    const InCall call(watch_);
+    checked(smbc_getFunctionRmdir(context_)(context_, url.c_str()));
+}
+
+void SmbShare::unlink(const std::string& path) {
+    const auto url = urlOf(path);
+    const InCall call(watch_);
+    checked(smbc_getFunctionUnlink(context_)(context_, url.c_str()));
+}
+
+void SmbShare::rename(const std::string& from, const std::string& to) {
+    const auto fromUrl = urlOf(from);
+    const auto toUrl = urlOf(to);
+    const InCall call(watch_);
+    checked(smbc_getFunctionRename(context_)(context_, fromUrl.c_str(), context_, toUrl.c_str()));
+}
+
+} // namespace ternvault::volume
