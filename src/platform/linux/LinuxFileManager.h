@@ -7,9 +7,9 @@
 namespace ternvault {
 
 /// File operations over statx(2). The questions (`exists`, `isDirectory`, `volumeIdentity`) take what the
-/// kernel knows already, so that they return at once for the root of a volume whose daemon hangs; below the
-/// root the kernel may have to ask the daemon. Where the kernel knows that the daemon is gone, an entry does
-/// not exist.
+/// kernel knows already, so that they return at once for the root of a volume whose daemon hangs. That root
+/// counts as existing until it is unmounted, also when the daemon is dead. Below the root the kernel may have
+/// to ask the daemon; what cannot be asked does not exist.
 class LinuxFileManager final : public FileManager {
 public:
     /// `volumesRoot`: absolute.

@@ -1,0 +1,200 @@
+#include "platform/linux/programs/CopyTool.h"
+#include "support/TemporaryFolder.h"
+
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace ternvault {
+
+namespace fs = std::filesystem;
+using test::readFile;
+using test::TemporaryFolder;
+using test::writeFile;
+
+namespace {
+
+ProcessResult ditto(const fs::path& from, const fs::path& to) {
+    return runCopyTool({QString::fromStdString(from.native()), QString::fromStdString(to.native())});
+}
+
+struct stat statusOf(const fs::path& path) {
+    struct stat status {};
+    EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+    return status;
+}
+
+std::string attributeOf(const fs::path& path) {
+    std::array<char, 16> value{};
+    const ssize_t size = ::getxattr(path.c_str(), "user.origin", value.data(), value.size());
+    return size < 0 ? std::string() : std::string(value.data(), static_cast<std::size_t>(size));
+}
+
+void setOldTime(const fs::path& path) {
+    const std::array<timespec, 2> times{timespec{1000000000, 1}, timespec{1234567890, 123456789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW), 0);
+}
+
+void expectSameMetadata(const fs::path& from, const fs::path& to) {
+    const struct stat source = statusOf(from);
+    const struct stat target = statusOf(to);
+    EXPECT_EQ(source.st_mode, target.st_mode) << to;
+    EXPECT_EQ(source.st_mtim.tv_sec, target.st_mtim.tv_sec) << to;
+    EXPECT_EQ(source.st_mtim.tv_nsec, target.st_mtim.tv_nsec) << to;
+}
+
+} // namespace
+
+TEST(CopyTool, CopiesATreeWithModesTimesAttributesLinksAndHoles) {
+    const TemporaryFolder folder;
+    const fs::path from = folder / "from";
+    const fs::path to = folder / "to";
+    fs::create_directories(from / "sub/empty");
+    writeFile(from / "sub/plain", std::string(3 << 20, 'x') + "end");
+    writeFile(from / "-n \"quoted\"\n\xc3\xa4", "awkward");
+    writeFile(from / "none", "");
+    writeFile(from / "setuid", "#!");
+    fs::create_symlink("nowhere/at all", from / "dangling");
+    writeFile(from / "sparse", "head");
+    constexpr off_t sparseSize = off_t{5} << 30;
+    ASSERT_EQ(::truncate((from / "sparse").c_str(), sparseSize), 0);
+    const int sparse = ::open((from / "sparse").c_str(), O_WRONLY);
+    ASSERT_EQ(::pwrite(sparse, "middle", 6, (off_t{3} << 30) + 17), 6);
+    ::close(sparse);
+    ASSERT_EQ(::setxattr((from / "sub/plain").c_str(), "user.origin", "here", 4, 0), 0);
+    ASSERT_EQ(::setxattr((from / "sub").c_str(), "user.origin", "there", 5, 0), 0);
+    ASSERT_EQ(::chmod((from / "sub/plain").c_str(), 0451), 0);
+    ASSERT_EQ(::chmod((from / "setuid").c_str(), 04755), 0);
+    ASSERT_EQ(::chmod((from / "sub").c_str(), 0750), 0);
+    for (const char* name : {"sub/plain", "sub/empty", "sub", "dangling", "sparse", ""})
+        setOldTime(from / name);
+
+    const ProcessResult result = ditto(from, to);
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
+    for (const char* name : {"sub/plain", "sub/empty", "sub", "dangling", "sparse", "none", ""})
+        expectSameMetadata(from / name, to / name);
+    for (const char* name : {"sub/plain", "-n \"quoted\"\n\xc3\xa4", "none"})
+        EXPECT_EQ(readFile(from / name), readFile(to / name)) << name;
+    EXPECT_EQ(statusOf(to / "setuid").st_mode & 07777, 0755U);
+    EXPECT_EQ(fs::read_symlink(to / "dangling"), "nowhere/at all");
+    EXPECT_EQ(attributeOf(to / "sub/plain"), "here");
+    EXPECT_EQ(attributeOf(to / "sub"), "there");
+    EXPECT_EQ(fs::file_size(to / "sparse"), std::uintmax_t{sparseSize});
+    EXPECT_LT(statusOf(to / "sparse").st_blocks * 512, 1 << 20);
+    std::ifstream copied(to / "sparse", std::ios::binary);
+    std::string part(8, '?');
+    copied.read(part.data(), 8);
+    EXPECT_EQ(part, std::string("head\0\0\0\0", 8));
+    copied.seekg((off_t{3} << 30) + 16);
+    copied.read(part.data(), 8);
+    EXPECT_EQ(part, std::string("\0middle\0", 8));
+}
+
+TEST(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
+    const TemporaryFolder folder;
+    const fs::path from = folder / "from";
+    const fs::path to = folder / "to";
+    fs::create_directories(from / "sub");
+    fs::create_directories(to / "sub");
+    writeFile(from / "sub/same", "new");
+    writeFile(from / "sub/link", "a file now");
+    writeFile(to / "sub/same", "old and longer");
+    writeFile(to / "sub/foreign", "kept");
+    writeFile(folder / "outside", "kept");
+    fs::create_symlink(folder / "outside", to / "sub/link");
+    ASSERT_EQ(::chmod((to / "sub/same").c_str(), 0400), 0);
+    EXPECT_EQ(ditto(from, to).exitStatus, 0);
+    EXPECT_EQ(readFile(to / "sub/same"), "new");
+    EXPECT_EQ(readFile(to / "sub/foreign"), "kept");
+    EXPECT_EQ(readFile(folder / "outside"), "kept");
+    EXPECT_EQ(readFile(to / "sub/link"), "a file now");
+    EXPECT_EQ(ditto(from / "sub/same", to / "sub/foreign").exitStatus, 0);
+    EXPECT_EQ(readFile(to / "sub/foreign"), "new");
+}
+
+TEST(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
+    const TemporaryFolder folder;
+    const fs::path from = folder / "from";
+    const fs::path to = folder / "to";
+    fs::create_directories(from / "folder");
+    fs::create_directories(to / "file");
+    writeFile(from / "file", "in the way of a folder");
+    writeFile(from / "z last", "copied");
+    writeFile(to / "folder", "in the way of a file");
+    writeFile(to / "file/precious", "kept");
+    ASSERT_EQ(::mkfifo((from / "pipe").c_str(), 0600), 0);
+    const ProcessResult result = ditto(from, to);
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.standardError.toStdString(),
+              (to / "file").native() + ": Is a directory\n" + (to / "folder").native() + ": File exists\n" +
+                  (from / "pipe").native() + ": Not a file, folder or symbolic link\n");
+    EXPECT_EQ(readFile(to / "z last"), "copied");
+    EXPECT_EQ(readFile(to / "file/precious"), "kept");
+    EXPECT_EQ(readFile(to / "folder"), "in the way of a file");
+
+    const struct {
+        fs::path from;
+        fs::path to;
+        std::string error;
+    } refused[] = {
+        {from / "missing", to / "new", (from / "missing").native() + ": No such file or directory\n"},
+        {from / "file", folder / "none/file",
+         (folder / "none/file").native() + ": No such file or directory\n"},
+        {from / "folder", folder / "none/sub",
+         (folder / "none/sub").native() + ": No such file or directory\n"},
+        {from / "file", from / "file", (from / "file").native() + ": Is the source itself\n"},
+        {to, to / "folder2", (to / "folder2").native() + ": A folder cannot be copied into itself\n"},
+        {"/dev/full", to / "full", "/dev/full: Not a file, folder or symbolic link\n"},
+    };
+    for (const auto& [source, target, error] : refused) {
+        const ProcessResult refusal = ditto(source, target);
+        EXPECT_EQ(refusal.exitStatus, 1) << error;
+        EXPECT_EQ(refusal.standardError.toStdString(), error);
+    }
+    EXPECT_EQ(readFile(from / "file"), "in the way of a folder");
+    EXPECT_EQ(runCopyTool({}).exitStatus, 64);
+}
+
+TEST(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "from/closed");
+    fs::create_directories(folder / "to");
+    writeFile(folder / "from/big", std::string(4 << 20, 'x'));
+    writeFile(folder / "from/secret", "x");
+    fs::permissions(folder / "from/secret", fs::perms::none);
+    fs::permissions(folder / "from/closed", fs::perms::none);
+    fs::permissions(folder.path(), fs::perms::all);
+    fs::permissions(folder / "to", fs::perms::all);
+    // In a process of its own: without the superuser's rights, and with a limit in place of a full disk.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::getuid() == 0 && ::setuid(65534) != 0)
+            ::_exit(2);
+        const rlimit limit{1 << 20, 1 << 20};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        ::signal(SIGXFSZ, SIG_IGN);
+        const ProcessResult result = ditto(folder / "from", folder / "to/copy");
+        const std::string expected = (folder / "to/copy/big").native() + ": File too large\n" +
+                                     (folder / "from/closed").native() + ": Permission denied\n" +
+                                     (folder / "from/secret").native() + ": Permission denied\n";
+        const bool asExpected = result.exitStatus == 1 && result.standardError.toStdString() == expected;
+        if (!asExpected)
+            writeFile(folder / "to/unexpected", result.standardError.toStdString());
+        ::_exit(asExpected ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << readFile(folder / "to/unexpected");
+    fs::permissions(folder / "from/closed", fs::perms::owner_all);
+}
+
+} // namespace ternvault

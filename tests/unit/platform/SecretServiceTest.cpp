@@ -1,0 +1,128 @@
+#include "platform/linux/SecretServiceStore.h"
+#include "support/TemporaryFolder.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+using State = SecretAnswer::State;
+using test::TemporaryFolder;
+
+namespace {
+
+constexpr int startMilliseconds = 20'000;
+
+/// A session bus and a keyring of the test's own, in its own folder; no service is started on demand.
+class SecretServiceTest : public testing::Test {
+protected:
+    void SetUp() override {
+        const QString socket = u"unix:path=%1/bus"_s.arg(path());
+        test::writeFile(folder / "bus.conf", "<busconfig><type>session</type><listen>" +
+                                                 socket.toStdString() +
+                                                 "</listen><policy context=\"default\">"
+                                                 "<allow send_destination=\"*\"/><allow eavesdrop=\"true\"/>"
+                                                 "<allow own=\"*\"/></policy></busconfig>");
+        for (const char* variable : {"HOME", "XDG_RUNTIME_DIR", "XDG_DATA_HOME"})
+            qputenv(variable, path().toUtf8());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", socket.toUtf8());
+        // A display would let the service open a prompt there.
+        qunsetenv("DISPLAY");
+        bus.start(u"dbus-daemon"_s,
+                  {u"--nofork"_s, u"--print-address"_s, u"--config-file=%1/bus.conf"_s.arg(path())});
+        ASSERT_TRUE(bus.waitForReadyRead(startMilliseconds)) << bus.readAllStandardError().toStdString();
+    }
+    void TearDown() override {
+        for (QProcess* process : {&keyring, &bus}) {
+            process->kill();
+            process->waitForFinished();
+        }
+    }
+    void startKeyring() {
+        keyring.start(u"gnome-keyring-daemon"_s,
+                      {u"--foreground"_s, u"--unlock"_s, u"--components=secrets"_s});
+        keyring.write("keyring password");
+        keyring.waitForBytesWritten(startMilliseconds);
+        keyring.closeWriteChannel();
+        QProcess wait;
+        wait.start(u"gdbus"_s,
+                   {u"wait"_s, u"--session"_s, u"--timeout"_s, u"20"_s, u"org.freedesktop.secrets"_s});
+        wait.waitForFinished(startMilliseconds);
+        ASSERT_EQ(wait.exitCode(), 0) << keyring.readAllStandardError().toStdString();
+    }
+    QString path() const { return QString::fromStdString(folder.path().native()); }
+
+    /// That every call ends as out of reach, within the time.
+    void expectOutOfReachWithin(int milliseconds) {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_EQ(store.find(key).state, State::unavailable);
+        EXPECT_FALSE(store.store(key, "other"));
+        EXPECT_FALSE(store.remove(key));
+        EXPECT_LT(timer.elapsed(), 3 * milliseconds);
+    }
+
+    TemporaryFolder folder;
+    QProcess bus;
+    QProcess keyring;
+    SecretServiceStore store;
+    const SecretKey key{u"space.larkspur.ternvault"_s, u"ternvault.smbPassword"_s};
+};
+
+} // namespace
+
+TEST_F(SecretServiceTest, KeepsOneSecretPerKeyUntilTheCollectionIsLocked) {
+    ASSERT_NO_FATAL_FAILURE(startKeyring());
+    const SecretKey other{u"space.larkspur.mossbox"_s, key.account};
+    EXPECT_EQ(store.find(key).state, State::absent);
+    EXPECT_TRUE(store.remove(key));
+    for (const QByteArray secret : {"first", "p\"ä\\ss wörd\n", " "}) {
+        EXPECT_TRUE(store.store(key, secret));
+        const SecretAnswer answer = store.find(key);
+        EXPECT_EQ(answer.state, State::found);
+        EXPECT_EQ(answer.secret, secret);
+    }
+    EXPECT_TRUE(store.store(other, "legacy"));
+    EXPECT_TRUE(store.remove(key));
+    EXPECT_EQ(store.find(key).state, State::absent);
+    EXPECT_EQ(store.find(other).secret, "legacy");
+    EXPECT_TRUE(store.store(key, "kept"));
+
+    QProcess lock;
+    lock.start(u"gdbus"_s,
+               {u"call"_s, u"--session"_s, u"--dest"_s, u"org.freedesktop.secrets"_s, u"--object-path"_s,
+                u"/org/freedesktop/secrets"_s, u"--method"_s, u"org.freedesktop.Secret.Service.Lock"_s,
+                u"['/org/freedesktop/secrets/aliases/default']"_s});
+    lock.waitForFinished(startMilliseconds);
+    ASSERT_EQ(lock.exitCode(), 0) << lock.readAllStandardError().toStdString();
+    expectOutOfReachWithin(500);
+}
+
+TEST_F(SecretServiceTest, EndsAtTheDeadlineWhenServiceOrBusHang) {
+    ASSERT_NO_FATAL_FAILURE(startKeyring());
+    EXPECT_TRUE(store.store(key, "kept"));
+    ASSERT_EQ(::kill(static_cast<pid_t>(keyring.processId()), SIGSTOP), 0);
+    expectOutOfReachWithin(1500);
+    ASSERT_EQ(::kill(static_cast<pid_t>(bus.processId()), SIGSTOP), 0);
+    expectOutOfReachWithin(1500);
+    EXPECT_EQ(SecretServiceStore(std::chrono::milliseconds(0)).find(key).state, State::unavailable);
+}
+
+TEST_F(SecretServiceTest, IsOutOfReachAtOnceWithoutServiceOrBus) {
+    expectOutOfReachWithin(500);
+    ASSERT_NO_FATAL_FAILURE(startKeyring());
+    EXPECT_TRUE(store.store(key, "kept"));
+    bus.kill();
+    bus.waitForFinished();
+    expectOutOfReachWithin(500);
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", "/nonexistent");
+    expectOutOfReachWithin(500);
+}
+
+} // namespace ternvault
