@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -99,7 +100,11 @@ void mountAndServe(const MountOrder& order, DaemonEnd link) {
                         }};
     Session session(order, context);
     volume.setHooks({[&](std::uint64_t number) { session.dropAttributes(number); },
-                     [&] { ternvault::unmount(order.mountPoint, true); }});
+                     [&, thread = ::pthread_self()] {
+                         ternvault::unmount(order.mountPoint, true);
+                         // Open files keep a detached mount alive: the session must be told to end.
+                         ::pthread_kill(thread, SIGTERM);
+                     }});
     session.serve();
     worker.stop();
     session.unmount();

@@ -2,6 +2,7 @@
 
 #include "volume/MountFailure.h"
 
+#include <csignal>
 #include <future>
 #include <system_error>
 
@@ -13,6 +14,18 @@ constexpr std::chrono::seconds reconnectPause{1};
 constexpr std::chrono::milliseconds reconnectPatience{2000};
 constexpr std::chrono::milliseconds supervisePeriod{200};
 constexpr std::chrono::seconds beatPeriod{1};
+
+/// Signals stay with the thread that serves the kernel.
+template <typename Body>
+std::thread startThread(Body body) {
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, &before);
+    std::thread thread(std::move(body));
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return thread;
+}
 
 } // namespace
 
@@ -27,9 +40,11 @@ void SmbWorker::start(Listener& listener, std::chrono::milliseconds patience) {
     listener_ = &listener;
     std::promise<void> connected;
     auto outcome = connected.get_future();
-    thread_ = std::thread(&SmbWorker::runThread, this, std::move(connected), patience);
+    thread_ = startThread([this, patience, connected = std::move(connected)]() mutable {
+        runThread(std::move(connected), patience);
+    });
     outcome.get();
-    supervisor_ = std::thread([this] { supervise(); });
+    supervisor_ = startThread([this] { supervise(); });
 }
 
 void SmbWorker::stop() {

@@ -29,7 +29,7 @@ public:
 
     static constexpr std::chrono::seconds callLimit{5};
     static constexpr std::chrono::seconds patienceLimit{5};
-    static constexpr std::chrono::seconds goneAfter{45};
+    static constexpr std::chrono::seconds goneAfter{40};
 
     enum class Patience { None, UntilReconnected };
 

@@ -230,6 +230,20 @@ void removeMountPoint(const fs::path& state, const fs::path& mountPoint) {
         removeMountRecord(state, mountPoint);
 }
 
+bool awaitRemoval(const fs::path& mountPoint) {
+    constexpr std::chrono::seconds patience{5};
+    const auto end = std::chrono::steady_clock::now() + patience;
+    struct statx status {};
+    while (::statx(AT_FDCWD, mountPoint.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_TYPE,
+                   &status) == 0 ||
+           errno != ENOENT) {
+        if (std::chrono::steady_clock::now() >= end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
 void reapLeftovers(const fs::path& root, const fs::path& state) {
     std::error_code ignored;
     const auto wantedRoot = fs::weakly_canonical(root, ignored);

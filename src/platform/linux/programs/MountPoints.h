@@ -72,6 +72,9 @@ int unmount(const std::filesystem::path& mountPoint, bool lazily);
 /// the record.
 void removeMountPoint(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
 
+/// Waits a few seconds for the keeper of an unmounted volume to remove its directory; false when it did not.
+bool awaitRemoval(const std::filesystem::path& mountPoint);
+
 /// Removes what ended mounts left directly under `root`: dead mounts and empty directories, as far as they
 /// are in the record and nobody looks after them any more. Leaves everything else alone. Errors of single
 /// entries are skipped.

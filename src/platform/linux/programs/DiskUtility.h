@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/ProcessLauncher.h"
+
+#include <filesystem>
+
+namespace ternvault {
+
+/// Stands in for the disk utility: `unmount PATH` and `unmount force PATH` for volumes of ours. The forced
+/// one also ends the volume's program, which would otherwise go on writing to the server. Status 0 when the
+/// entry is gone, else 1 and the reason on standard error.
+class DiskUtility {
+public:
+    /// `state` is the folder of the mount records.
+    explicit DiskUtility(std::filesystem::path state) : state_(std::move(state)) {}
+
+    /// Blocks; any thread.
+    ProcessResult operator()(const QStringList& arguments) const;
+
+private:
+    std::filesystem::path state_;
+};
+
+} // namespace ternvault
