@@ -58,7 +58,7 @@ Notice complain(const QString& what) {
     return {u"ternvault-cli: "_s + what + u"\nTry 'ternvault-cli --help'."_s, true};
 }
 
-QString quoted(const std::string& text) {
+QString inQuotes(const std::string& text) {
     return u'\'' + QString::fromStdString(text) + u'\'';
 }
 
@@ -70,15 +70,15 @@ std::variant<Command, Notice> parseArguments(const VerbRule& rule, std::vector<s
         if (*argument == "--help" || *argument == "-h")
             return Notice{helpText(), false};
         if (argument->starts_with('-'))
-            return complain(u"unknown option "_s + quoted(*argument) +
+            return complain(u"unknown option "_s + inQuotes(*argument) +
                             u"; a file of that name goes behind '--'"_s);
     }
     if (end != arguments.end())
         arguments.erase(end);
     if (arguments.size() < rule.fewest)
-        return complain(quoted(rule.name) + u" needs an argument"_s);
+        return complain(inQuotes(rule.name) + u" needs an argument"_s);
     if (arguments.size() > rule.most)
-        return complain(quoted(rule.name) + u" takes no argument "_s + quoted(arguments[rule.most]));
+        return complain(inQuotes(rule.name) + u" takes no argument "_s + inQuotes(arguments[rule.most]));
     return Command{rule.verb, std::move(arguments)};
 }
 
@@ -95,7 +95,7 @@ std::variant<Command, Notice> parseCommandLine(const std::vector<std::string>& a
     const auto rule = std::find_if(verbRules().begin(), verbRules().end(),
                                    [&](const VerbRule& candidate) { return candidate.name == first; });
     if (rule == verbRules().end())
-        return complain(u"unknown command "_s + quoted(first));
+        return complain(u"unknown command "_s + inQuotes(first));
     return parseArguments(*rule, {std::next(arguments.begin()), arguments.end()});
 }
 

@@ -7,6 +7,7 @@
 #include "cli/Terminal.h"
 #include "model/AppModel.h"
 #include "platform/linux/LinuxServices.h"
+#include "platform/linux/NoFilePanel.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -43,7 +44,7 @@ Task<int> copyItems(AppModel& model, MainLoop& mainLoop, std::vector<std::string
     co_return co_await copy.run(std::move(items));
 }
 
-Task<int> perform(Command command, AppModel& model, LinuxServices& services) {
+Task<int> perform(Command command, AppModel& model, Platform platform) {
     switch (command.verb) {
     case Verb::status:
         co_return printStatus(model);
@@ -52,19 +53,19 @@ Task<int> perform(Command command, AppModel& model, LinuxServices& services) {
     case Verb::eject:
         co_return co_await ejectVolume(model);
     case Verb::copy:
-        co_return co_await copyItems(model, services.platform().mainLoop, command.arguments);
+        co_return co_await copyItems(model, platform.mainLoop, command.arguments);
     case Verb::log:
         co_return printTransferLog(model);
     case Verb::set:
-        co_return setSetting(model, services.platform().secrets, texts(command.arguments));
+        co_return setSetting(model, platform.secrets, texts(command.arguments));
     case Verb::get:
         co_return getSetting(model, texts(command.arguments));
     }
     co_return usageError;
 }
 
-Task<> performThenQuit(Command command, AppModel& model, LinuxServices& services, int& status) {
-    status = co_await perform(std::move(command), model, services);
+Task<> performThenQuit(Command command, AppModel& model, Platform platform, int& status) {
+    status = co_await perform(std::move(command), model, platform);
     QCoreApplication::quit();
 }
 
@@ -74,13 +75,18 @@ int run(const Command& command) {
         trouble = true;
         printError(u"ternvault-cli: "_s + message);
     });
+    NoFilePanel filePanel(services.mainLoop());
+    const Platform platform = services.platform(filePanel);
     NoLaunchAgent launchAgent;
     NoDesktopIcon desktopIcon;
     int status = failure;
     {
-        AppModel model(services.platform(), launchAgent, desktopIcon);
-        TaskScope tasks(services.platform().mainLoop, reportEscapes(services.platform().log));
-        tasks.spawn(performThenQuit(command, model, services, status));
+        AppModel model(platform, launchAgent, desktopIcon);
+        TaskScope tasks(platform.mainLoop, [report = reportEscapes(platform.log)](std::exception_ptr escaped) {
+            report(escaped);
+            QCoreApplication::quit();
+        });
+        tasks.spawn(performThenQuit(command, model, platform, status));
         QCoreApplication::exec();
     }
     if (!services.finishBackgroundWork(1s))
@@ -93,7 +99,7 @@ int run(const Command& command) {
 
 int main(int argc, char* argv[]) {
     using namespace ternvault::cli;
-    const QCoreApplication application(argc, argv);
+    QCoreApplication application(argc, argv);
     const auto parsed = parseCommandLine({argv + 1, argv + argc});
     if (const auto* const notice = std::get_if<Notice>(&parsed)) {
         std::fputs(notice->text.toUtf8().constData(), notice->isError ? stderr : stdout);

@@ -55,6 +55,7 @@ LinuxFileLocations::LinuxFileLocations(const fs::path& volumesRoot)
         home_ = homeFromUserDatabase();
     data_ = baseDirectory("XDG_DATA_HOME", home_, ".local/share");
     configuration_ = baseDirectory("XDG_CONFIG_HOME", home_, ".config");
+    state_ = baseDirectory("XDG_STATE_HOME", home_, ".local/state");
 }
 
 uid_t LinuxFileLocations::userId() const {

@@ -20,12 +20,16 @@ public:
     /// The folder for the user's settings; nothing when the system knows none.
     std::optional<std::filesystem::path> configuration() const { return configuration_; }
 
+    /// The folder for what this user's programs remember across restarts; nothing when the system knows none.
+    std::optional<std::filesystem::path> state() const { return state_; }
+
 private:
     std::filesystem::path volumesRoot_;
     std::filesystem::path applicationBundle_;
     std::optional<std::filesystem::path> home_;
     std::optional<std::filesystem::path> data_;
     std::optional<std::filesystem::path> configuration_;
+    std::optional<std::filesystem::path> state_;
 };
 
 } // namespace ternvault

@@ -1,0 +1,68 @@
+#include "platform/linux/LinuxServices.h"
+
+#include "platform/linux/programs/CopyTool.h"
+#include "platform/linux/programs/DiskUtility.h"
+#include "platform/linux/programs/MountPoints.h"
+#include "platform/linux/programs/MountVolumeScript.h"
+
+#include <QFile>
+
+#include <cstdlib>
+#include <string>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path volumesRoot() {
+    const char* const root = std::getenv("TERNVAULT_VOLUMES_ROOT");
+    return root != nullptr && *root == '/' ? root : "/Volumes";
+}
+
+/// Where the system knows no folder of the user, nothing is stored but for this process's life.
+fs::path settingsFile(const LinuxFileLocations& locations) {
+    return locations.configuration().value_or("/nonexistent") / "ternvault/space.larkspur.ternvault.plist";
+}
+
+fs::path secretFile(const LinuxFileLocations& locations) {
+    return locations.applicationSupport().value_or("/nonexistent") / "Tern Vault/secrets.plist";
+}
+
+fs::path mountState(const LinuxFileLocations& locations) {
+    if (const std::optional<fs::path> state = locations.state())
+        return *state / "ternvault/mounts";
+    return fs::temp_directory_path() / ("ternvault-mounts-" + std::to_string(locations.userId()));
+}
+
+QString programBesideThisOne(const char* name) {
+    return QFile::decodeName(fs::read_symlink("/proc/self/exe").replace_filename(name).c_str());
+}
+
+ProgramTable hostPrograms(const LinuxFileLocations& locations) {
+    const fs::path state = mountState(locations);
+    const MountVolumeScript::Places places{programBesideThisOne("ternvault-volume"), locations.volumesRoot(), state};
+    ProgramTable programs;
+    programs.substitute(u"/usr/bin/osascript"_s, StandIn(MountVolumeScript(places)));
+    programs.substitute(u"/usr/sbin/diskutil"_s, StandIn(DiskUtility(state)));
+    programs.substitute(u"/usr/bin/ditto"_s, StandIn(runCopyTool));
+    return programs;
+}
+
+} // namespace
+
+LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& report)
+    : locations_(volumesRoot()), defaults_(settingsFile(locations_), report),
+      secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
+      processes_(hostPrograms(locations_)), files_(locations_.volumesRoot()) {
+    reapLeftovers(locations_.volumesRoot(), mountState(locations_));
+}
+
+Platform LinuxServices::platform(FilePanel& filePanel) {
+    return {mainLoop_, clock_,     background_, defaults_,      secrets_, processes_,
+            files_,    locations_, filePanel,   securityScope_, log_,     workspace_};
+}
+
+} // namespace ternvault

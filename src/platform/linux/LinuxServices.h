@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/Platform.h"
+#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/FileSecretStore.h"
+#include "platform/linux/JournalLog.h"
+#include "platform/linux/LinuxFileLocations.h"
+#include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/LinuxProcessLauncher.h"
+#include "platform/linux/LinuxSecretStore.h"
+#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/NoSecurityScope.h"
+#include "platform/linux/QtMainLoop.h"
+#include "platform/linux/SecretServiceStore.h"
+#include "platform/linux/SystemClock.h"
+#include "platform/linux/ThreadBackgroundTasks.h"
+
+#include <QString>
+
+#include <chrono>
+#include <functional>
+
+namespace ternvault {
+
+/// All platform services of one process on Linux, for its composition root. Constructed on the main thread after
+/// the QCoreApplication and before the model. Its construction also takes away what volumes that ended badly left
+/// under the volumes root.
+class LinuxServices {
+public:
+    /// `report` is told, on the main thread, of settings or secrets that cannot be kept. The volumes root is
+    /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
+    explicit LinuxServices(const std::function<void(const QString& problem)>& report);
+
+    /// The services as the model takes them, with the file panel of the user interface.
+    Platform platform(FilePanel& filePanel);
+    MainLoop& mainLoop() { return mainLoop_; }
+
+    /// Call before the end of the process. False: something in the background hangs, so leave through std::_Exit.
+    bool finishBackgroundWork(std::chrono::milliseconds grace) { return background_.finishWithin(grace); }
+
+private:
+    LinuxFileLocations locations_;
+    QtMainLoop mainLoop_;
+    SystemClock clock_;
+    LinuxUserDefaults defaults_;
+    SecretServiceStore secretService_;
+    FileSecretStore secretFile_;
+    LinuxSecretStore secrets_;
+    LinuxProcessLauncher processes_;
+    LinuxFileManager files_;
+    NoSecurityScope securityScope_;
+    JournalLog log_;
+    DesktopWorkspace workspace_;
+    /// Last, so first to go: its work uses the others.
+    ThreadBackgroundTasks background_;
+};
+
+} // namespace ternvault

@@ -1,0 +1,138 @@
+#pragma once
+
+#include "support/TemporaryFolder.h"
+
+#include <QByteArray>
+#include <QDeadlineTimer>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace ternvault::test {
+
+struct Outcome {
+    int status = -1;
+    std::string output;
+    std::string errors;
+    std::chrono::milliseconds took{0};
+};
+
+/// The private PC that the test runs beside, and a user's home of the test's own.
+class RealPC : public testing::Test {
+protected:
+    RealPC() {
+        environment.insert(QStringLiteral("HOME"), path(home.path()));
+        environment.insert(QStringLiteral("TERNVAULT_VOLUMES_ROOT"), path(volumes.path()));
+        for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "XDG_CONFIG_HOME", "XDG_DATA_HOME",
+                                 "XDG_STATE_HOME", "XDG_RUNTIME_DIR"})
+            environment.remove(QString::fromLatin1(name));
+    }
+
+    static QString path(const std::filesystem::path& file) { return QString::fromStdString(file.string()); }
+    static std::filesystem::path pc() { return qgetenv("TERNVAULT_PC").toStdString(); }
+    static std::string read(const char* name) { return readFile(pc() / name); }
+    std::filesystem::path volume() const { return volumes / "MOSSBOX1"; }
+    static std::filesystem::path served(const std::string& name = {}) { return pc() / "share" / name; }
+
+    void start(QProcess& process, const QString& program, const QStringList& arguments) const {
+        process.setProcessEnvironment(environment);
+        process.start(program, arguments);
+        ASSERT_TRUE(process.waitForStarted()) << program.toStdString();
+    }
+    Outcome finish(QProcess& process, std::chrono::seconds limit = std::chrono::seconds(100)) const {
+        const auto began = std::chrono::steady_clock::now();
+        process.closeWriteChannel();
+        if (!process.waitForFinished(static_cast<int>(std::chrono::milliseconds(limit).count()))) {
+            ADD_FAILURE() << "did not end in time: " << process.arguments().join(u' ').toStdString();
+            process.kill();
+            process.waitForFinished(5000);
+        }
+        const auto took = std::chrono::steady_clock::now() - began;
+        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                process.readAllStandardOutput().toStdString(), process.readAllStandardError().toStdString(),
+                std::chrono::duration_cast<std::chrono::milliseconds>(took)};
+    }
+    Outcome run(const QString& program, const QStringList& arguments, const std::string& input = {}) const {
+        QProcess process;
+        start(process, program, arguments);
+        process.write(QByteArray::fromStdString(input));
+        return finish(process);
+    }
+    Outcome cli(const QStringList& arguments, const std::string& input = {}) const {
+        return run(QStringLiteral(TERNVAULT_CLI), arguments, input);
+    }
+    /// stop, start, kill, pause or resume the server.
+    void server(const char* command) const {
+        const Outcome outcome = run(QStringLiteral(TERNVAULT_PRIVATE_PC), {QString::fromLatin1(command)});
+        ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    }
+    void logIn() const {
+        cli({QStringLiteral("set"), QStringLiteral("serverIP"), QString::fromStdString(read("address"))});
+        cli({QStringLiteral("set"), QStringLiteral("smbUser"), QString::fromStdString(read("user"))});
+        const Outcome stored = cli({QStringLiteral("set"), QStringLiteral("smbPassword")}, read("password"));
+        ASSERT_EQ(stored.status, 0) << stored.errors;
+    }
+    void mountShare() const {
+        logIn();
+        const Outcome mounted = cli({QStringLiteral("mount")});
+        ASSERT_EQ(mounted.status, 0) << mounted.errors;
+    }
+    std::string log() const { return readFile(home / ".local/share/Tern Vault/transfer.log"); }
+    bool isVolumesRootEmpty() const { return std::filesystem::is_empty(volumes.path()); }
+
+    /// The processes that serve the volumes, and with `keepers` those that look after them too.
+    static std::vector<pid_t> volumeProcesses(bool keepers) {
+        const auto isVolume = [](const std::string& pid) {
+            return readFile(std::filesystem::path("/proc") / pid / "comm") == "ternvault-volum\n";
+        };
+        std::vector<pid_t> found;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            const std::string pid = entry.path().filename().string();
+            if (!isVolume(pid))
+                continue;
+            // pid (comm) state parent ...
+            std::istringstream status(readFile(entry.path() / "stat"));
+            std::string parent;
+            status >> parent >> parent >> parent >> parent;
+            if (keepers || isVolume(parent))
+                found.push_back(std::stoi(pid));
+        }
+        return found;
+    }
+    static void signalDaemons(int signal) {
+        const std::vector<pid_t> daemons = volumeProcesses(false);
+        ASSERT_FALSE(daemons.empty());
+        for (const pid_t daemon : daemons)
+            ::kill(daemon, signal);
+    }
+
+    /// Whether `condition` came true within `limit`.
+    template <typename Condition>
+    static bool eventually(Condition condition, std::chrono::seconds limit) {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline)
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return true;
+    }
+
+    TemporaryFolder home;
+    TemporaryFolder volumes;
+    TemporaryFolder source;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+};
+
+} // namespace ternvault::test

@@ -1,0 +1,121 @@
+#include "support/RealPC.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+namespace ternvault::test {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+/// Items and destinations that a copy can trip over.
+class AwkwardItems : public RealPC {
+protected:
+    void SetUp() override { mountShare(); }
+    void TearDown() override {
+        EXPECT_EQ(cli({u"eject"_s}).status, 0);
+        EXPECT_TRUE(isVolumesRootEmpty());
+    }
+    Outcome copy(const std::vector<fs::path>& items) const {
+        QStringList arguments{u"copy"_s, u"--"_s};
+        for (const fs::path& item : items)
+            arguments << path(item);
+        return cli(arguments);
+    }
+    std::string difference(const fs::path& one, const fs::path& other) const {
+        return run(u"/usr/bin/diff"_s, {u"-r"_s, u"--no-dereference"_s, path(one), path(other)}).output;
+    }
+    void selectShare(const QString& share) const {
+        ASSERT_EQ(cli({u"eject"_s}).status, 0);
+        ASSERT_EQ(cli({u"set"_s, u"selectedShare"_s, share}).status, 0);
+        ASSERT_EQ(cli({u"mount"_s}).status, 0);
+    }
+};
+
+TEST_F(AwkwardItems, ArriveUnchangedUnderTheirNames) {
+    const char* const names[] = {"with blanks", "quote\"s and 'more'", "-n --delete", "new\nline", "grüße — 東京",
+                                 "back\\slash", "per%cent #hash?", "colon:star*pipe|", "trailing dot.",
+                                 "trailing blank ", "empty", "UPPER", "emoji 👨‍👩‍👧"};
+    std::vector<fs::path> items;
+    for (const char* const name : names) {
+        items.push_back(source / name);
+        writeFile(items.back(), items.back().filename() == "empty" ? "" : name);
+    }
+    fs::create_directories(source / "folder/lost+found");
+    writeFile(source / "folder/.DS_Store", "left out");
+    writeFile(source / "folder/kept", "kept");
+    fs::create_symlink("nowhere", source / "folder/dangling");
+    fs::create_directory_symlink("/etc", source / "folder/elsewhere");
+    items.push_back(source / "folder");
+    const Outcome outcome = copy(items);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    fs::remove_all(source / "folder/lost+found");
+    fs::remove(source / "folder/.DS_Store");
+    EXPECT_EQ(difference(source.path(), volume()), "");
+    for (const char* const name : {"with blanks", "grüße — 東京", "back\\slash", "empty"})
+        EXPECT_EQ(readFile(served(name)), readFile(source / name)) << name;
+}
+
+TEST_F(AwkwardItems, BigOnesToo) {
+    fs::create_directory(source / "many");
+    for (int i = 0; i < 10'000; ++i)
+        writeFile(source / "many" / std::to_string(i), std::to_string(i));
+    writeFile(source / "sparse", "begin");
+    fs::resize_file(source / "sparse", 5'368'709'120);
+    std::ofstream(source / "sparse", std::ios::app) << "end";
+    const Outcome outcome = copy({source / "many", source / "sparse"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(difference(source.path(), served()), "");
+}
+
+TEST_F(AwkwardItems, WhatCannotBeCopiedIsNamedAndTheRestArrives) {
+    writeFile(source / "good", "good");
+    fs::create_directory(source / "tree");
+    writeFile(source / "tree/secret", "unreadable");
+    fs::permissions(source / "tree/secret", fs::perms::none);
+    fs::create_symlink("nowhere", source / "dangling");
+    ASSERT_EQ(::mkfifo((source / "pipe").c_str(), 0600), 0);
+    const std::vector<fs::path> items{source / "tree", source / "gone", source / "dangling",
+                                      source / "pipe", source / "lost+found", source / "good"};
+    QStringList arguments{u"--bounding-set=-dac_override,-dac_read_search"_s,
+                          QStringLiteral(TERNVAULT_CLI), u"copy"_s};
+    for (const fs::path& item : items)
+        arguments << path(item);
+    const Outcome outcome = run(u"/usr/bin/setpriv"_s, arguments);
+    EXPECT_EQ(outcome.status, 1);
+    for (const char* const name : {"Missing: gone", "Missing: dangling", "tree: ", "pipe: ", "lost+found"})
+        EXPECT_NE(outcome.errors.find(name), std::string::npos) << name << " in\n" << outcome.errors;
+    EXPECT_NE(log().find("ERROR tree: "), std::string::npos);
+    EXPECT_EQ(readFile(served("good")), "good");
+    EXPECT_FALSE(fs::exists(served("gone")));
+}
+
+TEST_F(AwkwardItems, AFullDestinationIsAnError) {
+    selectShare(u"SMALL"_s);
+    writeFile(source / "too big", std::string(20'000'000, 'x'));
+    writeFile(source / "small", "fits");
+    const Outcome outcome = copy({source / "too big", source / "small"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.errors.find("too big: "), std::string::npos) << outcome.errors;
+    EXPECT_EQ(log().find("OK too big"), std::string::npos);
+}
+
+TEST_F(AwkwardItems, AReadOnlyShareIsAnError) {
+    selectShare(u"READONLY"_s);
+    writeFile(source / "item", "x");
+    const Outcome outcome = copy({source / "item"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.errors.find("item: "), std::string::npos) << outcome.errors;
+    EXPECT_TRUE(fs::is_empty(pc() / "readonly"));
+}
+
+TEST_F(AwkwardItems, AnItemOfTheVolumeCopiedOntoItselfIsKept) {
+    writeFile(served("item"), "content");
+    copy({volume() / "item"});
+    EXPECT_EQ(readFile(served("item")), "content");
+}
+
+} // namespace
+} // namespace ternvault::test

@@ -1,0 +1,60 @@
+#include "model/AppModel.h"
+#include "platform/linux/LinuxServices.h"
+#include "support/ModelFixture.h"
+#include "support/RealPC.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+namespace ternvault::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The real model in this process, on the real main loop.
+class Monitor : public RealPC {
+protected:
+    template <typename Condition>
+    static bool turnUntil(Condition condition, std::chrono::seconds limit) {
+        QDeadlineTimer deadline(limit);
+        while (!condition() && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
+        return condition();
+    }
+};
+
+TEST_F(Monitor, MountsAgainWhatWentAwayAndNeverBlocksTheMainLoop) {
+    for (const QString& name : {QStringLiteral("HOME"), QStringLiteral("TERNVAULT_VOLUMES_ROOT")})
+        qputenv(name.toLatin1(), environment.value(name).toLocal8Bit());
+    LinuxServices services([](const QString& message) { ADD_FAILURE() << message.toStdString(); });
+    RecordingLaunchAgent launchAgent;
+    RecordingDesktopIcon desktopIcon;
+    FakeFilePanel filePanel;
+    AppModel model(services.platform(filePanel), launchAgent, desktopIcon);
+    model.serverIP = QString::fromStdString(read("address"));
+    model.smbUser = QString::fromStdString(read("user"));
+    model.smbPassword = QString::fromStdString(read("password"));
+    model.setupComplete = true;
+    model.autoConnect = true;
+
+    QElapsedTimer sinceTurn;
+    qint64 longestGap = 0;
+    QTimer heartbeat;
+    QObject::connect(&heartbeat, &QTimer::timeout, [&] { longestGap = std::max(longestGap, sinceTurn.restart()); });
+    sinceTurn.start();
+    heartbeat.start(5ms);
+
+    ASSERT_TRUE(turnUntil([&] { return std::filesystem::exists(volume()); }, 20s));
+    for (const int signal : {SIGKILL, SIGSTOP}) {
+        signalDaemons(signal);
+        ASSERT_TRUE(turnUntil([&] { return isVolumesRootEmpty(); }, 15s)) << "no dead mount stays";
+        ASSERT_TRUE(turnUntil([&] { return std::filesystem::exists(volume()); }, 45s));
+    }
+    EXPECT_LT(longestGap, 200);
+    EXPECT_EQ(cli({QStringLiteral("eject")}).status, 0);
+}
+
+} // namespace
+} // namespace ternvault::test

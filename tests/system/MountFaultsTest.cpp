@@ -1,0 +1,83 @@
+#include "support/RealPC.h"
+
+#include <QTcpServer>
+
+namespace ternvault::test {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+class MountFaults : public RealPC {
+protected:
+    void set(const QString& key, const QString& value) {
+        const Outcome outcome = cli({u"set"_s, key, value});
+        ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    }
+};
+
+TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {
+    QTcpServer silent; // accepts in its backlog and never answers
+    ASSERT_TRUE(silent.listen(QHostAddress(u"127.0.0.77"_s), 445));
+    const QString host = QString::fromStdString(read("address"));
+    const struct {
+        QString host, share, password;
+    } rows[] = {
+        {host, u"MOSSBOX1"_s, u"wrong"_s},         {host, u"NOSUCHSHARE"_s, {}},
+        {u"127.0.0.99"_s, u"MOSSBOX1"_s, {}},      {u"127.0.0.77"_s, u"MOSSBOX1"_s, {}},
+        {u"no-such-host.invalid"_s, u"MOSSBOX1"_s, {}}, {host, u".."_s, {}},
+    };
+    logIn();
+    std::set<std::string> reasons;
+    for (const auto& row : rows) {
+        set(u"serverIP"_s, row.host);
+        set(u"selectedShare"_s, row.share);
+        cli({u"set"_s, u"smbPassword"_s},
+            row.password.isEmpty() ? read("password") : row.password.toStdString());
+        const Outcome outcome = cli({u"mount"_s});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(outcome.errors.starts_with("Mount failed: ")) << outcome.errors;
+        EXPECT_GT(outcome.errors.size(), std::string("Mount failed: \n").size() + 5);
+        EXPECT_LT(outcome.took, 10s) << outcome.errors;
+        EXPECT_TRUE(isVolumesRootEmpty()) << outcome.errors;
+        EXPECT_EQ(cli({u"status"_s}).status, 3);
+        reasons.insert(outcome.errors);
+    }
+    EXPECT_EQ(reasons.size(), std::size(rows)) << "each reason has words of its own";
+}
+
+TEST_F(MountFaults, TwoMountsAtOnceYieldOneVolume) {
+    logIn();
+    QProcess first;
+    QProcess second;
+    start(first, QStringLiteral(TERNVAULT_CLI), {u"mount"_s});
+    start(second, QStringLiteral(TERNVAULT_CLI), {u"mount"_s});
+    EXPECT_EQ(finish(first).status, 0);
+    EXPECT_EQ(finish(second).status, 0);
+    const std::string mounts = readFile("/proc/self/mounts");
+    EXPECT_EQ(mounts.find(volume().string()), mounts.rfind(volume().string()));
+    EXPECT_EQ(cli({u"eject"_s}).status, 0);
+    EXPECT_TRUE(isVolumesRootEmpty());
+}
+
+TEST_F(MountFaults, AStoppedDaemonHangsNoQuestionAndItsEntryGoes) {
+    mountShare();
+    signalDaemons(SIGSTOP);
+    const Outcome asked = cli({u"status"_s});
+    EXPECT_LT(asked.took, 3s);
+    EXPECT_TRUE(eventually([&] { return isVolumesRootEmpty(); }, 15s));
+    EXPECT_EQ(cli({u"mount"_s}).status, 0);
+    signalDaemons(SIGKILL);
+    EXPECT_TRUE(eventually([&] { return isVolumesRootEmpty(); }, 5s));
+}
+
+TEST_F(MountFaults, APlainDirectoryOfSomebodyElseCountsAsAVolumeAndStays) {
+    std::filesystem::create_directory(volume());
+    EXPECT_EQ(cli({u"status"_s}).status, 0);
+    EXPECT_TRUE(std::filesystem::exists(volume()));
+    EXPECT_EQ(cli({u"eject"_s}).status, 1) << "not ours to take away";
+    EXPECT_TRUE(std::filesystem::exists(volume()));
+}
+
+} // namespace
+} // namespace ternvault::test
