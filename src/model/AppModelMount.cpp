@@ -30,10 +30,10 @@ void AppModel::refreshMounted() {
 std::optional<QString> AppModel::detectMountedVolume() const {
     const std::array<QString, 3> fixedNames{defaultShareName, legacyVolumeName, productVolumeName};
     for (const QString& name : fixedNames) {
-        if (platform_.files.exists(volumes_.mountPoint(name)))
+        if (volumes_.hasVolume(name))
             return name;
     }
-    if (!selectedShare->isEmpty() && platform_.files.exists(volumes_.mountPoint(selectedShare)))
+    if (!selectedShare->isEmpty() && volumes_.hasVolume(selectedShare))
         return selectedShare;
     return std::nullopt;
 }

@@ -59,11 +59,11 @@ void ejectMountPoint(ProcessLauncher& processes, const QString& mountPoint) {
 } // namespace
 
 SMBMounter::SMBMounter(const Platform& platform)
-    : platform_(platform), volumes_(platform.locations.volumesRoot()) {}
+    : platform_(platform), volumes_(platform.files, platform.locations.volumesRoot()) {}
 
 bool SMBMounter::isVolumePresent(const QString& share, const QString& volumeName) const {
     for (const QString& name : {volumeName, share, QString(defaultShareName)}) {
-        if (platform_.files.exists(volumes_.mountPoint(name)))
+        if (volumes_.hasVolume(name))
             return true;
     }
     return false;
@@ -102,7 +102,7 @@ Task<> SMBMounter::unmount(QString volumeName) const {
 
     std::optional<QString> lastFailure;
     for (const QString& name : names) {
-        if (!platform_.files.exists(volumes_.mountPoint(name)))
+        if (!volumes_.hasVolume(name))
             continue;
         const QString mountPoint = volumes_.mountPointText(name);
         try {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileManager.h"
+
 #include <QString>
 
 #include <filesystem>
@@ -17,7 +19,11 @@ inline constexpr QLatin1String legacyVolumeName("MOSS BOX");
 class VolumeTable {
 public:
     /// `volumesRoot`: absolute, without a trailing slash.
-    explicit VolumeTable(const std::filesystem::path& volumesRoot);
+    VolumeTable(const FileManager& files, const std::filesystem::path& volumesRoot);
+
+    /// Whether an entry of that name is there. Never for a name that leads elsewhere than to an entry of the root
+    /// ("..", "a/b"), whoever it comes from. Any thread; never waits for a volume's server.
+    bool hasVolume(const QString& volumeName) const;
 
     /// The root, one slash and the name, joined as text: a name that begins with a slash stays below the
     /// root.
@@ -26,6 +32,7 @@ public:
     QString mountPointText(const QString& volumeName) const;
 
 private:
+    const FileManager& files_;
     QString root_;
 };
 

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ternvault {
@@ -38,6 +39,15 @@ private:
 
 [[noreturn]] void throwPlatformError(const std::filesystem::path& path) {
     throw std::system_error(errno, std::generic_category(), path.filename().string());
+}
+
+/// What is neither file nor folder (a pipe, a device) has no content to copy.
+void requireFile(const FileHandle& source, const std::filesystem::path& path) {
+    struct stat status {};
+    if (::fstat(source.descriptor(), &status) != 0)
+        throwPlatformError(path);
+    if (!S_ISREG(status.st_mode))
+        throw std::system_error(std::make_error_code(std::errc::not_supported), path.filename().string());
 }
 
 void writeAll(const FileHandle& target, std::span<const std::byte> bytes, const std::filesystem::path& path) {
@@ -72,9 +82,11 @@ void chunkedCopy(FileManager& files, const std::filesystem::path& from, const st
         throw TransferError(TransferError::cannotCreateDestination,
                             u"Could not create "_s + QString::fromStdString(to.filename().string()));
     }
-    const FileHandle source(from, O_RDONLY);
+    // Without waiting: a pipe that nobody writes to would hold the attempt for good.
+    const FileHandle source(from, O_RDONLY | O_NONBLOCK);
     if (!source.isOpen())
         throwPlatformError(from);
+    requireFile(source, from);
     const FileHandle target(to, O_WRONLY);
     if (!target.isOpen())
         throw TransferError(TransferError::cannotOpenDestination, u"Could not open dest for write"_s);

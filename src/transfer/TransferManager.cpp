@@ -48,7 +48,7 @@ fs::path TransferManager::Job::destination() const {
 TransferManager::TransferManager(const Platform& platform)
     : isTransferring(*this), currentFileName(*this), completedCount(*this), totalCount(*this),
       errorCount(*this), lastError(*this), statusLine(*this, idleStatus()), platform_(platform),
-      volumes_(platform.locations.volumesRoot()), engines_(platform.files, platform.processes),
+      volumes_(platform.files, platform.locations.volumesRoot()), engines_(platform.files, platform.processes),
       transferLog_(platform), tasks_(platform.mainLoop, reportEscapes(platform.log)) {}
 
 std::optional<fs::path> TransferManager::resolveMountRoot(const QString& preferredShare) const {
@@ -56,9 +56,8 @@ std::optional<fs::path> TransferManager::resolveMountRoot(const QString& preferr
     if (!preferredShare.isEmpty())
         names.push_back(preferredShare);
     for (const QString& name : names) {
-        const fs::path root = volumes_.mountPoint(name);
-        if (platform_.files.exists(root))
-            return root;
+        if (volumes_.hasVolume(name))
+            return volumes_.mountPoint(name);
     }
     return std::nullopt;
 }
