@@ -44,7 +44,7 @@ fs::path withoutTrailingSlash(const fs::path& path) {
 
 } // namespace
 
-LinuxFileManager::LinuxFileManager(fs::path volumesRoot)
+LinuxFileManager::LinuxFileManager(const fs::path& volumesRoot)
     : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())) {}
 
 bool LinuxFileManager::exists(const fs::path& path) const {

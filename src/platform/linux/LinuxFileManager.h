@@ -13,7 +13,7 @@ namespace ternvault {
 class LinuxFileManager final : public FileManager {
 public:
     /// `volumesRoot`: absolute.
-    explicit LinuxFileManager(std::filesystem::path volumesRoot);
+    explicit LinuxFileManager(const std::filesystem::path& volumesRoot);
 
     bool exists(const std::filesystem::path& path) const override;
     bool isDirectory(const std::filesystem::path& path) const override;
