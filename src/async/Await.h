@@ -16,8 +16,8 @@
 
 namespace ternvault {
 
-/// Wakes the one routine that waits for an event. The waker may outlive the routine: waking then does nothing.
-/// Main thread only.
+/// Wakes the one routine that waits for an event. The waker may outlive the routine: waking then does
+/// nothing. Main thread only.
 class WakeUp {
 public:
     std::function<void()> waker() const {
@@ -65,8 +65,8 @@ inline Task<void> yieldToMainLoop(MainLoop& mainLoop) {
     co_await turn;
 }
 
-/// Runs `work` in the background and resumes on the main thread with its result or exception. `work` runs to its
-/// end even when the waiting routine is destroyed meanwhile, so it must own all that it uses.
+/// Runs `work` in the background and resumes on the main thread with its result or exception. `work` runs to
+/// its end even when the waiting routine is destroyed meanwhile, so it must own all that it uses.
 template <typename Work>
 Task<std::invoke_result_t<Work>> inBackground(BackgroundTasks& background, MainLoop& mainLoop, Lane lane,
                                               Work work) {

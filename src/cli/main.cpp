@@ -82,10 +82,11 @@ int run(const Command& command) {
     int status = failure;
     {
         AppModel model(platform, launchAgent, desktopIcon);
-        TaskScope tasks(platform.mainLoop, [report = reportEscapes(platform.log)](std::exception_ptr escaped) {
-            report(escaped);
-            QCoreApplication::quit();
-        });
+        TaskScope tasks(platform.mainLoop,
+                        [report = reportEscapes(platform.log)](std::exception_ptr escaped) {
+                            report(escaped);
+                            QCoreApplication::quit();
+                        });
         tasks.spawn(performThenQuit(command, model, platform, status));
         QCoreApplication::exec();
     }

@@ -21,7 +21,8 @@ public:
     /// `volumesRoot`: absolute, without a trailing slash.
     VolumeTable(const FileManager& files, const std::filesystem::path& volumesRoot);
 
-    /// Whether an entry of that name is there. Never for a name that leads elsewhere than to an entry of the root
+    /// Whether an entry of that name is there. Never for a name that leads elsewhere than to an entry of the
+    /// root
     /// ("..", "a/b"), whoever it comes from. Any thread; never waits for a volume's server.
     bool hasVolume(const QString& volumeName) const;
 

@@ -30,8 +30,8 @@ public:
     virtual void createDirectories(const std::filesystem::path& path) = 0;
     /// Removes a file, or a folder with all that it holds; throws when there is none.
     virtual void remove(const std::filesystem::path& path) = 0;
-    /// Identity of what stands at `root`; nothing when no entry exists there, or only the folder that the mounter
-    /// made for a volume which is not mounted now.
+    /// Identity of what stands at `root`; nothing when no entry exists there, or only the folder that the
+    /// mounter made for a volume which is not mounted now.
     virtual std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const = 0;
 };
 

@@ -10,8 +10,8 @@ namespace ternvault {
 
 /// How an external program ended.
 struct ProcessResult {
-    /// Description of the platform's error when the program could not be started at all; the other fields then
-    /// mean nothing.
+    /// Description of the platform's error when the program could not be started at all; the other fields
+    /// then mean nothing.
     std::optional<QString> startError;
     /// Exit status, or the number of the signal that ended the program (never 0 then).
     int exitStatus = 0;

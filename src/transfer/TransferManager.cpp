@@ -48,8 +48,9 @@ fs::path TransferManager::Job::destination() const {
 TransferManager::TransferManager(const Platform& platform)
     : isTransferring(*this), currentFileName(*this), completedCount(*this), totalCount(*this),
       errorCount(*this), lastError(*this), statusLine(*this, idleStatus()), platform_(platform),
-      volumes_(platform.files, platform.locations.volumesRoot()), engines_(platform.files, platform.processes),
-      transferLog_(platform), tasks_(platform.mainLoop, reportEscapes(platform.log)) {}
+      volumes_(platform.files, platform.locations.volumesRoot()),
+      engines_(platform.files, platform.processes), transferLog_(platform),
+      tasks_(platform.mainLoop, reportEscapes(platform.log)) {}
 
 std::optional<fs::path> TransferManager::resolveMountRoot(const QString& preferredShare) const {
     std::vector<QString> names{defaultShareName, legacyVolumeName};

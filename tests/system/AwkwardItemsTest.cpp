@@ -34,9 +34,19 @@ protected:
 };
 
 TEST_F(AwkwardItems, ArriveUnchangedUnderTheirNames) {
-    const char* const names[] = {"with blanks", "quote\"s and 'more'", "-n --delete", "new\nline", "grüße — 東京",
-                                 "back\\slash", "per%cent #hash?", "colon:star*pipe|", "trailing dot.",
-                                 "trailing blank ", "empty", "UPPER", "emoji 👨‍👩‍👧"};
+    const char* const names[] = {"with blanks",
+                                 "quote\"s and 'more'",
+                                 "-n --delete",
+                                 "new\nline",
+                                 "grüße — 東京",
+                                 "back\\slash",
+                                 "per%cent #hash?",
+                                 "colon:star*pipe|",
+                                 "trailing dot.",
+                                 "trailing blank ",
+                                 "empty",
+                                 "UPPER",
+                                 "emoji 👨‍👩‍👧"};
     std::vector<fs::path> items;
     for (const char* const name : names) {
         items.push_back(source / name);
@@ -76,10 +86,10 @@ TEST_F(AwkwardItems, WhatCannotBeCopiedIsNamedAndTheRestArrives) {
     fs::permissions(source / "tree/secret", fs::perms::none);
     fs::create_symlink("nowhere", source / "dangling");
     ASSERT_EQ(::mkfifo((source / "pipe").c_str(), 0600), 0);
-    const std::vector<fs::path> items{source / "tree", source / "gone", source / "dangling",
+    const std::vector<fs::path> items{source / "tree", source / "gone",       source / "dangling",
                                       source / "pipe", source / "lost+found", source / "good"};
-    QStringList arguments{u"--bounding-set=-dac_override,-dac_read_search"_s,
-                          QStringLiteral(TERNVAULT_CLI), u"copy"_s};
+    QStringList arguments{u"--bounding-set=-dac_override,-dac_read_search"_s, QStringLiteral(TERNVAULT_CLI),
+                          u"copy"_s};
     for (const fs::path& item : items)
         arguments << path(item);
     const Outcome outcome = run(u"/usr/bin/setpriv"_s, arguments);

@@ -18,7 +18,8 @@ protected:
     fs::path file(const std::string& name, std::size_t size) {
         const fs::path result = source / name;
         std::string content(size, '\0');
-        std::ifstream("/dev/urandom", std::ios::binary).read(content.data(), static_cast<std::streamsize>(size));
+        std::ifstream("/dev/urandom", std::ios::binary)
+            .read(content.data(), static_cast<std::streamsize>(size));
         writeFile(result, content);
         return result;
     }
@@ -99,7 +100,8 @@ TEST_F(CopyFaults, NothingLandsInALocalDirectoryWhenTheDaemonDies) {
         const Outcome outcome = finish(copy);
         EXPECT_EQ(outcome.status, 0) << outcome.errors << log();
         EXPECT_NE(log().find("FAIL attempt 1: tree"), std::string::npos) << "the fault came too late";
-        const Outcome compared = run(u"/usr/bin/diff"_s, {u"-r"_s, path(source / "tree"), path(served("tree"))});
+        const Outcome compared =
+            run(u"/usr/bin/diff"_s, {u"-r"_s, path(source / "tree"), path(served("tree"))});
         EXPECT_EQ(compared.status, 0) << compared.output;
         EXPECT_EQ(cli({u"eject"_s}).status, 0);
         EXPECT_TRUE(isVolumesRootEmpty());

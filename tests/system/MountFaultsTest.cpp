@@ -23,9 +23,12 @@ TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {
     const struct {
         QString host, share, password;
     } rows[] = {
-        {host, u"MOSSBOX1"_s, u"wrong"_s},         {host, u"NOSUCHSHARE"_s, {}},
-        {u"127.0.0.99"_s, u"MOSSBOX1"_s, {}},      {u"127.0.0.77"_s, u"MOSSBOX1"_s, {}},
-        {u"no-such-host.invalid"_s, u"MOSSBOX1"_s, {}}, {host, u".."_s, {}},
+        {host, u"MOSSBOX1"_s, u"wrong"_s},
+        {host, u"NOSUCHSHARE"_s, {}},
+        {u"127.0.0.99"_s, u"MOSSBOX1"_s, {}},
+        {u"127.0.0.77"_s, u"MOSSBOX1"_s, {}},
+        {u"no-such-host.invalid"_s, u"MOSSBOX1"_s, {}},
+        {host, u".."_s, {}},
     };
     logIn();
     std::set<std::string> reasons;

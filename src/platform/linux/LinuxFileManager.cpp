@@ -44,16 +44,31 @@ fs::path withoutTrailingSlash(const fs::path& path) {
 
 } // namespace
 
-LinuxFileManager::LinuxFileManager(fs::path volumesRoot)
-    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())) {}
+LinuxFileManager::LinuxFileManager(const fs::path& volumesRoot, DeadVolumeTest isDeadVolume)
+    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())),
+      isDeadVolume_(std::move(isDeadVolume)) {}
 
 bool LinuxFileManager::exists(const fs::path& path) const {
-    return cachedStatus(AT_FDCWD, path).has_value();
+    return statusOf(path).has_value();
 }
 
 bool LinuxFileManager::isDirectory(const fs::path& path) const {
-    const auto status = cachedStatus(AT_FDCWD, path);
+    const auto status = statusOf(path);
     return status && S_ISDIR(status->stx_mode);
+}
+
+/// The kernel goes on answering for the root of a volume whose daemon is gone, from what it remembers.
+std::optional<struct statx> LinuxFileManager::statusOf(const fs::path& path) const {
+    const auto status = cachedStatus(AT_FDCWD, path);
+    if (status && isMountRoot(*status) && isBelowVolumesRoot(path) &&
+        isDeadVolume_(withoutTrailingSlash(path)))
+        return std::nullopt;
+    return status;
+}
+
+bool LinuxFileManager::isBelowVolumesRoot(const fs::path& path) const {
+    const auto parent = cachedStatus(AT_FDCWD, withoutTrailingSlash(path).parent_path());
+    return parent && isVolumesRoot(*parent);
 }
 
 bool LinuxFileManager::isVolumesRoot(const struct statx& directory) const {
@@ -94,14 +109,11 @@ void LinuxFileManager::remove(const fs::path& path) {
 }
 
 std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& root) const {
-    const auto status = cachedStatus(AT_FDCWD, root);
+    const auto status = statusOf(root);
     if (!status)
         return std::nullopt;
-    if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0) {
-        const auto parent = cachedStatus(AT_FDCWD, withoutTrailingSlash(root).parent_path());
-        if (parent && isVolumesRoot(*parent))
-            return std::nullopt;
-    }
+    if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0 && isBelowVolumesRoot(root))
+        return std::nullopt;
     return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id};
 }
 

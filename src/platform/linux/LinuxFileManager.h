@@ -2,6 +2,8 @@
 
 #include "platform/FileManager.h"
 
+#include <functional>
+
 #include <sys/stat.h>
 
 namespace ternvault {
@@ -12,8 +14,13 @@ namespace ternvault {
 /// to ask the daemon; what cannot be asked does not exist.
 class LinuxFileManager final : public FileManager {
 public:
+    /// Whether the daemon of the volume mounted there is known to be gone. Any thread; must not wait.
+    using DeadVolumeTest = std::function<bool(const std::filesystem::path& mountPoint)>;
+
     /// `volumesRoot`: absolute.
-    explicit LinuxFileManager(std::filesystem::path volumesRoot);
+    explicit LinuxFileManager(
+        const std::filesystem::path& volumesRoot,
+        DeadVolumeTest isDeadVolume = [](const std::filesystem::path&) { return false; });
 
     bool exists(const std::filesystem::path& path) const override;
     bool isDirectory(const std::filesystem::path& path) const override;
@@ -26,8 +33,11 @@ public:
 private:
     void createDirectory(const std::filesystem::path& path) const;
     bool isVolumesRoot(const struct statx& directory) const;
+    bool isBelowVolumesRoot(const std::filesystem::path& path) const;
+    std::optional<struct statx> statusOf(const std::filesystem::path& path) const;
 
     std::filesystem::path volumesRoot_;
+    DeadVolumeTest isDeadVolume_;
 };
 
 } // namespace ternvault

@@ -46,6 +46,7 @@ int spawn(const QString& program, const QStringList& arguments, const Pipe& outp
     for (const QString& argument : arguments)
         encoded.push_back(QFile::encodeName(argument));
     std::vector<char*> argv;
+    argv.reserve(encoded.size() + 1);
     for (QByteArray& argument : encoded)
         argv.push_back(argument.data());
     argv.push_back(nullptr);

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <system_error>
 
 namespace ternvault {
 
@@ -37,13 +38,24 @@ fs::path mountState(const LinuxFileLocations& locations) {
     return fs::temp_directory_path() / ("ternvault-mounts-" + std::to_string(locations.userId()));
 }
 
+LinuxFileManager::DeadVolumeTest deadVolumeTest(const fs::path& state) {
+    return [state](const fs::path& mountPoint) {
+        // Records name the real path; finding that asks nothing of the volume itself.
+        std::error_code ignored;
+        const fs::path root = fs::canonical(mountPoint.parent_path(), ignored);
+        const std::optional<MountRecord> record = readMountRecord(state, root / mountPoint.filename());
+        return record && !record->daemon.isAlive();
+    };
+}
+
 QString programBesideThisOne(const char* name) {
     return QFile::decodeName(fs::read_symlink("/proc/self/exe").replace_filename(name).c_str());
 }
 
 ProgramTable hostPrograms(const LinuxFileLocations& locations) {
     const fs::path state = mountState(locations);
-    const MountVolumeScript::Places places{programBesideThisOne("ternvault-volume"), locations.volumesRoot(), state};
+    const MountVolumeScript::Places places{programBesideThisOne("ternvault-volume"), locations.volumesRoot(),
+                                           state};
     ProgramTable programs;
     programs.substitute(u"/usr/bin/osascript"_s, StandIn(MountVolumeScript(places)));
     programs.substitute(u"/usr/sbin/diskutil"_s, StandIn(DiskUtility(state)));
@@ -56,7 +68,8 @@ ProgramTable hostPrograms(const LinuxFileLocations& locations) {
 LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& report)
     : locations_(volumesRoot()), defaults_(settingsFile(locations_), report),
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
-      processes_(hostPrograms(locations_)), files_(locations_.volumesRoot()) {
+      processes_(hostPrograms(locations_)),
+      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))) {
     reapLeftovers(locations_.volumesRoot(), mountState(locations_));
 }
 

@@ -22,9 +22,9 @@
 
 namespace ternvault {
 
-/// All platform services of one process on Linux, for its composition root. Constructed on the main thread after
-/// the QCoreApplication and before the model. Its construction also takes away what volumes that ended badly left
-/// under the volumes root.
+/// All platform services of one process on Linux, for its composition root. Constructed on the main thread
+/// after the QCoreApplication and before the model. Its construction also takes away what volumes that ended
+/// badly left under the volumes root.
 class LinuxServices {
 public:
     /// `report` is told, on the main thread, of settings or secrets that cannot be kept. The volumes root is
@@ -35,7 +35,8 @@ public:
     Platform platform(FilePanel& filePanel);
     MainLoop& mainLoop() { return mainLoop_; }
 
-    /// Call before the end of the process. False: something in the background hangs, so leave through std::_Exit.
+    /// Call before the end of the process. False: something in the background hangs, so leave through
+    /// std::_Exit.
     bool finishBackgroundWork(std::chrono::milliseconds grace) { return background_.finishWithin(grace); }
 
 private:

@@ -20,7 +20,7 @@ public:
     /// Another program by its absolute path, or a stand-in.
     using Entry = std::variant<QString, StandIn>;
 
-    void substitute(const QString& program, Entry entry) { entries_.insert(program, std::move(entry)); }
+    void substitute(const QString& program, const Entry& entry) { entries_.insert(program, entry); }
     /// A program without an entry is itself.
     Entry find(const QString& program) const { return entries_.value(program, program); }
 

@@ -98,7 +98,7 @@ SecretAnswer SecretServiceStore::find(const SecretKey& key) {
         g_autoptr(GError) error = nullptr;
         GList* const items = secret_service_search_sync(service, schema(), query, SECRET_SEARCH_LOAD_SECRETS,
                                                         cancellable, &error);
-        const SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
+        SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
         g_list_free_full(items, g_object_unref);
         return answer;
     });

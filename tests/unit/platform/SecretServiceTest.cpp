@@ -125,4 +125,15 @@ TEST_F(SecretServiceTest, IsOutOfReachAtOnceWithoutServiceOrBus) {
     expectOutOfReachWithin(500);
 }
 
+TEST(SecretServiceDeadline, LeavesACallThatMayEndAtTheSameMoment) {
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", "/nonexistent");
+    const SecretKey key{u"service"_s, u"account"_s};
+    for (int round = 0; round < 300; ++round) {
+        SecretServiceStore store(std::chrono::milliseconds(round % 3));
+        EXPECT_EQ(store.find(key).state, State::unavailable);
+        EXPECT_FALSE(store.store(key, "secret"));
+    }
+}
+
 } // namespace ternvault
