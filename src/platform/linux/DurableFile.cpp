@@ -78,7 +78,7 @@ std::error_code readFile(const fs::path& file, QByteArray& content) {
 
 std::error_code replaceFile(const fs::path& file, const QByteArray& content) {
     const fs::path fresh = file.native() + ".new";
-    // One that a killed process left may have another owner's eyes on it: never written into.
+    // A killed process may have left one. A new file has our permissions for certain.
     ::unlink(fresh.c_str());
     const FileDescriptor descriptor(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!descriptor)
