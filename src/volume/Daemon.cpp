@@ -24,17 +24,21 @@ constexpr mode_t nobody = 0;
 /// there.
 class MountDirectory {
 public:
-    MountDirectory(const MountOrder& order) : order_(order) {
-        if (isPlaceholder(order.mountPoint))
-            ::rmdir(order.mountPoint.c_str());
-        writeMountRecord(order.state, {order.mountPoint, ProcessIdentity::of(::getppid()),
-                                       ProcessIdentity::of(::getpid())});
-        if (::mkdir(order.mountPoint.c_str(), S_IRWXU) != 0)
-            throw MountFailure(errno == EEXIST ? "There is already another entry named “" + order.url.share +
-                                                     "” where volumes are mounted."
-                                               : "The directory of the volume cannot be created: " +
-                                                     std::generic_category().message(errno) + ".");
-        descriptor_ = ::open(order.mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    explicit MountDirectory(const MountOrder& order) : order_(order) {
+        const auto& path = order.mountPoint;
+        if (isPlaceholder(path))
+            ::rmdir(path.c_str());
+        if (std::filesystem::exists(std::filesystem::symlink_status(path)))
+            throw MountFailure("There is already another entry named “" + order.url.share +
+                               "” where volumes are mounted.");
+        writeMountRecord(order.state,
+                         {path, ProcessIdentity::of(::getppid()), ProcessIdentity::of(::getpid())});
+        if (::mkdir(path.c_str(), S_IRWXU) != 0) {
+            const auto reason = std::generic_category().message(errno);
+            removeMountRecord(order.state, path);
+            throw MountFailure("The directory of the volume cannot be created: " + reason + ".");
+        }
+        descriptor_ = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     }
     ~MountDirectory() {
         if (descriptor_ >= 0)

@@ -226,6 +226,8 @@ void removeMountPoint(const fs::path& state, const fs::path& mountPoint) {
     constexpr int mountsAtMost = 8;
     for (int i = 0; i < mountsAtMost && isVolumeMount(mountPoint); ++i)
         unmount(mountPoint, true);
+    if (!fs::exists(recordFile(state, mountPoint)) && !isPlaceholder(mountPoint))
+        return;
     if (::rmdir(mountPoint.c_str()) == 0 || errno == ENOENT || errno == ENOTEMPTY || errno == ENOTDIR)
         removeMountRecord(state, mountPoint);
 }

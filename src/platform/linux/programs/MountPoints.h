@@ -68,8 +68,8 @@ bool isPlaceholder(const std::filesystem::path& path);
 /// Takes the mount away. `lazily`: also while it is in use; it vanishes from the tree at once.
 /// Returns 0 or the reason as errno (EBUSY when in use).
 int unmount(const std::filesystem::path& mountPoint, bool lazily);
-/// Lazily takes every mount of ours away from `mountPoint`, then removes the directory if it is empty, then
-/// the record.
+/// Lazily takes every mount of ours away from `mountPoint`, then removes the directory if it is ours and
+/// empty, then the record.
 void removeMountPoint(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
 
 /// Waits a few seconds for the keeper of an unmounted volume to remove its directory; false when it did not.

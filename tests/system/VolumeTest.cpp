@@ -1,0 +1,174 @@
+#include "platform/linux/programs/DiskUtility.h"
+#include "platform/linux/programs/MountPoints.h"
+#include "platform/linux/programs/MountVolumeScript.h"
+#include "support/RealPC.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace ternvault::test {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::seconds;
+
+constexpr std::time_t tooOldForAnyFile = 50'000'000;
+
+class Volume : public RealPC {
+protected:
+    Volume() { fs::create_directory(state); }
+    ~Volume() override { utility({u"unmount"_s, u"force"_s, path(volume())}); }
+
+    ProcessResult mount(const std::string& share = "MOSSBOX1") const {
+        auto url = QString::fromStdString("smb://" + read("user") + ":" + read("password") + "@" +
+                                          read("address") + "/" + share);
+        const MountVolumeScript script({QStringLiteral(TERNVAULT_VOLUME), volumes.path(), state});
+        return script({u"-e"_s, u"mount volume \""_s + url.replace(u"\""_s, u"\\\""_s) + u"\""_s});
+    }
+    /// What the queue runs; the names of the items that were sent.
+    std::string rsync(const fs::path& from, const fs::path& to, int wantedStatus = 0) const {
+        const auto outcome =
+            run(u"/usr/bin/rsync"_s, {u"-a"_s, u"--partial"_s, u"--inplace"_s, u"--no-owner"_s,
+                                      u"--no-group"_s, u"--out-format=%i %n"_s, path(from), path(to)});
+        EXPECT_EQ(outcome.status, wantedStatus) << outcome.errors;
+        return outcome.output;
+    }
+    static std::time_t modified(const fs::path& file) {
+        struct stat status {};
+        return ::stat(file.c_str(), &status) == 0 ? status.st_mtime : -1;
+    }
+    static int errorOf(long result) { return result < 0 ? errno : 0; }
+
+    const fs::path state = home / "state";
+    const DiskUtility utility{state};
+};
+
+TEST_F(Volume, ALostWritePoisonsItsFileUntilItIsWrittenAnew) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    const std::string bytes(3'000'000, 'x');
+    writeFile(source / "item", bytes);
+    const int file = ::open((volume() / "item").c_str(), O_WRONLY | O_CREAT, 0644);
+    const int other = ::open((volume() / "item").c_str(), O_WRONLY);
+    ASSERT_EQ(::write(file, bytes.data(), 1'000'000), 1'000'000);
+    ASSERT_EQ(::ftruncate(file, 3'000'000), 0);
+    ASSERT_EQ(::fsync(file), 0);
+    server("pause");
+    ASSERT_EQ(::write(file, bytes.data(), 1'000'000), 1'000'000);
+    server("kill");
+    EXPECT_NE(::fsync(file), 0);
+    server("start");
+    ASSERT_TRUE(eventually([] { return modified(served("item")) < tooOldForAnyFile; }, seconds(10)));
+
+    const timespec times[] = {{modified(source / "item"), 0}, {modified(source / "item"), 0}};
+    for (const int handle : {file, other}) {
+        EXPECT_EQ(errorOf(::write(handle, bytes.data(), 10)), EIO);
+        EXPECT_EQ(errorOf(::ftruncate(handle, 5)), EIO);
+        EXPECT_EQ(errorOf(::futimens(handle, times)), EIO);
+        EXPECT_EQ(errorOf(::fsync(handle)), EIO);
+        EXPECT_EQ(errorOf(::close(handle)), EIO);
+    }
+    EXPECT_EQ(errorOf(::utimensat(AT_FDCWD, (volume() / "item").c_str(), times, 0)), EIO);
+    EXPECT_LT(modified(served("item")), tooOldForAnyFile);
+    EXPECT_LT(modified(volume() / "item"), tooOldForAnyFile);
+    EXPECT_EQ(fs::file_size(served("item")), bytes.size());
+    EXPECT_NE(rsync(source / "item", volume() / "item"), "");
+    EXPECT_EQ(readFile(served("item")), bytes);
+    EXPECT_EQ(rsync(source / "item", volume() / "item"), "");
+}
+
+TEST_F(Volume, AFullServerIsToldByCloseAtTheLatest) {
+    ASSERT_EQ(mount("SMALL").exitStatus, 0);
+    const fs::path small = volumes / "SMALL";
+    writeFile(source / "item", std::string(20'000'000, 'x'));
+    rsync(source / "item", small / "item", 11);
+    EXPECT_LT(modified(pc() / "small/item"), tooOldForAnyFile);
+    fs::resize_file(source / "item", 9'000'000);
+    rsync(source / "item", small / "item");
+    EXPECT_EQ(readFile(pc() / "small/item"), readFile(source / "item"));
+    EXPECT_EQ(utility({u"unmount"_s, path(small)}).exitStatus, 0);
+}
+
+TEST_F(Volume, RsyncSendsWhatDiffersAndNothingElse) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    const fs::path tree = source / "tree";
+    fs::create_directories(tree / "sub");
+    const auto compare = [&] {
+        return run(u"/usr/bin/diff"_s, {u"-r"_s, u"--no-dereference"_s, path(tree), path(volume() / "copy")})
+            .status;
+    };
+    writeFile(tree / "big", std::string(5'000'000, 'b'));
+    writeFile(tree / "sub/changed", "old");
+    fs::permissions(tree / "sub/changed", fs::perms::owner_read);
+    fs::create_symlink("/nowhere", tree / "sub/dangling");
+    rsync(tree / "", volume() / "copy/");
+    EXPECT_EQ(compare(), 0);
+    EXPECT_EQ(rsync(tree / "", volume() / "copy/"), "");
+    std::this_thread::sleep_for(seconds(3)); // nothing is remembered any more
+    EXPECT_EQ(rsync(tree / "", volume() / "copy/"), "");
+    fs::permissions(tree / "sub/changed", fs::perms::owner_all);
+    writeFile(tree / "sub/changed", "something new");
+    fs::resize_file(served("copy/big"), 1000);
+    std::this_thread::sleep_for(seconds(3));
+    const auto sent = rsync(tree / "", volume() / "copy/");
+    EXPECT_EQ(std::count(sent.begin(), sent.end(), '\n'), 2) << sent;
+    EXPECT_EQ(compare(), 0);
+    EXPECT_EQ(readFile(served("copy/big")), readFile(tree / "big"));
+    EXPECT_EQ(readFile(served("copy/sub/changed")), "something new");
+}
+
+TEST_F(Volume, AnotherSpellingNeverOverwrites) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    writeFile(volume() / "name", "one");
+    writeFile(volume() / "other", "two");
+    EXPECT_EQ(errorOf(::open((volume() / "NAME").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644)), EEXIST);
+    EXPECT_EQ(errorOf(::rename((volume() / "other").c_str(), (volume() / "Name").c_str())), EEXIST);
+    EXPECT_EQ(readFile(served("name")), "one");
+    EXPECT_EQ(errorOf(::rename((volume() / "other").c_str(), (volume() / "name").c_str())), 0);
+    EXPECT_EQ(errorOf(::rename((volume() / "name").c_str(), (volume() / "Name").c_str())), 0);
+    EXPECT_EQ(readFile(served("Name")), "two");
+}
+
+TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    const int file = ::open((volume() / "item").c_str(), O_WRONLY | O_CREAT, 0644);
+    const std::string bytes(4'000'000, 'x');
+    ASSERT_GT(::write(file, bytes.data(), bytes.size()), 0);
+    EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1);
+    EXPECT_EQ(utility({u"unmount"_s, u"force"_s, path(volume())}).exitStatus, 0);
+    EXPECT_TRUE(isVolumesRootEmpty());
+    EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, seconds(2)));
+    EXPECT_NE(errorOf(::write(file, bytes.data(), bytes.size())), 0);
+    ::close(file);
+    const auto left = utility({u"unmount"_s, path(volume())});
+    EXPECT_EQ(left.exitStatus, 1);
+    EXPECT_FALSE(left.standardError.isEmpty());
+}
+
+TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
+    const auto killAll = [] {
+        for (const pid_t process : volumeProcesses(true))
+            ::kill(process, SIGKILL);
+        return eventually([] { return volumeProcesses(true).empty(); }, seconds(5));
+    };
+    ASSERT_EQ(mount().exitStatus, 0);
+    EXPECT_FALSE(isPlaceholder(volume()));
+    ASSERT_TRUE(killAll());
+    ASSERT_TRUE(isMountPoint(volume()));
+    ASSERT_EQ(mount().exitStatus, 0) << "over a dead mount";
+    ASSERT_TRUE(killAll());
+    ASSERT_EQ(::umount2(volume().c_str(), MNT_DETACH), 0);
+    EXPECT_TRUE(isPlaceholder(volume()));
+    fs::create_directory(volumes / "READONLY");
+    EXPECT_EQ(mount("READONLY").exitStatus, 1);
+    EXPECT_FALSE(fs::exists(volume()));
+    EXPECT_TRUE(fs::exists(volumes / "READONLY"));
+}
+
+} // namespace
+} // namespace ternvault::test

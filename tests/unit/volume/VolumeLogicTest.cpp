@@ -1,0 +1,120 @@
+#include "volume/DirectoryCache.h"
+#include "volume/LostWrites.h"
+#include "volume/MountUrl.h"
+#include "volume/NameMapping.h"
+#include "volume/SymlinkFile.h"
+#include "volume/WriteBehind.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace ternvault::volume {
+namespace {
+
+TEST(MountUrl, IsReadFromItsOuterSeparators) {
+    const struct {
+        const char *text, *user, *password, *host, *share;
+    } cases[] = {
+        {"smb://u:p@h/s", "u", "p", "h", "s"},
+        {"smb://u:p@ss:w/o\"r\\d #%?@10.0.0.2/My Share", "u", "p@ss:w/o\"r\\d #%?", "10.0.0.2", "My Share"},
+        {"smb://ü:@h/a@b", "ü", "", "h", "a@b"},
+        {"smb://u@h/s\n", "u", "", "h", "s"},
+        {"smb://u:p@[fe80::1]/s", "u", "p", "fe80::1", "s"},
+    };
+    for (const auto& c : cases) {
+        const auto url = parseMountUrl(c.text);
+        EXPECT_EQ(url.user, c.user);
+        EXPECT_EQ(url.password, c.password);
+        EXPECT_EQ(url.host, c.host);
+        EXPECT_EQ(url.share, c.share);
+    }
+    const std::string tooLong = "smb://u:" + std::string(256, 'p') + "@h/s";
+    for (const std::string text :
+         {"", "afp://u:p@h/s", "smb://u:p@h", "smb://h/s", "smb://u:p@/s", "smb://:p@h/s", "smb://u:p@h/",
+          "smb://u:p@h/.", "smb://u:p@h/..", tooLong.c_str()})
+        EXPECT_THROW(parseMountUrl(text), std::invalid_argument) << text;
+}
+
+TEST(NameMapping, KeepsEveryNameOrRefusesIt) {
+    EXPECT_EQ(toServerName("a:b*?\"<>|\\"), "a\uF022b\uF021\uF025\uF020\uF023\uF024\uF027\uF026");
+    EXPECT_EQ(toServerName("\x01new\nline\x1f"), "\uF001new\uF00Aline\uF01F");
+    EXPECT_EQ(toServerName("a. b. ."), "a. b. \uF029");
+    EXPECT_EQ(toServerName("blank "), "blank\uF028");
+    for (const char* name :
+         {"plain", ".hidden", "grüße — 東京", "👨‍👩‍👧", "a:b*?\"<>|\\\n ", "dots..", "\x01"})
+        EXPECT_EQ(toLocalName(toServerName(name).value()), name);
+    for (const char* name : {"\xff", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "cut\xe2\x82", "\uF022"})
+        EXPECT_FALSE(toServerName(name)) << name;
+    EXPECT_TRUE(equalIgnoringCase("Name", "nAME"));
+    EXPECT_FALSE(equalIgnoringCase("Name", "Names"));
+}
+
+TEST(SymlinkFile, IsTheFormatOfOtherClients) {
+    const auto file = encodeSymlink("target");
+    EXPECT_EQ(file.substr(0, 50), "XSym\n0006\n42aefbae01d2dfd981f7da7d823d689e\ntarget\n");
+    for (const std::string& target : {std::string("/a b"), std::string(longestSymlinkTarget, 'x')})
+        EXPECT_EQ(decodeSymlink(encodeSymlink(target)), target);
+    auto damaged = file;
+    damaged[45] = 'T';
+    for (const auto& other : {damaged, file.substr(1), std::string(symlinkFileSize, '\0'), std::string()})
+        EXPECT_FALSE(decodeSymlink(other));
+}
+
+TEST(DirectoryCache, KnowsForAWhileAndFollowsChanges) {
+    DirectoryCache cache;
+    const auto now = DirectoryCache::Clock::now();
+    const auto longFetch = std::chrono::seconds(1);
+    cache.put("d", {{"old", {}}}, now, {});
+    cache.put("d/sub", {{"x", {}}}, now, longFetch);
+    cache.update("d/new", {});
+    EXPECT_TRUE(cache.entry("d/new", now));
+    EXPECT_FALSE(cache.entry("d/NEW", now));
+    EXPECT_FALSE(cache.find("d", now + std::chrono::seconds(3)));
+    EXPECT_TRUE(cache.find("d/sub", now + std::chrono::seconds(3))) << "what took long is kept longer";
+    cache.erase("d/sub");
+    EXPECT_FALSE(cache.find("d/sub", now));
+    cache.invalidateParent("d/new");
+    EXPECT_FALSE(cache.entry("d/old", now));
+}
+
+TEST(LostWrites, FollowTheirFiles) {
+    LostWrites lost;
+    lost.add("dir/file");
+    lost.add("dir-2/file");
+    lost.markAged("dir-2/file");
+    EXPECT_EQ(lost.pathsToAge(), std::vector<std::string>{"dir/file"});
+    lost.move("dir", "moved");
+    EXPECT_FALSE(lost.contains("dir/file"));
+    EXPECT_TRUE(lost.mustBeAged("moved/file"));
+    EXPECT_TRUE(lost.contains("dir-2/file"));
+    EXPECT_FALSE(lost.mustBeAged("dir-2/file"));
+    lost.remove("moved");
+    EXPECT_FALSE(lost.contains("moved/file"));
+}
+
+TEST(WriteBehind, IsBoundedAndJoinsWhatContinues) {
+    WriteBehind pending;
+    const std::vector<char> bytes(WriteBehind::chunkSize / 2, 'x');
+    std::uint64_t offset = 0;
+    for (; pending.hasRoomFor(bytes.size()); offset += bytes.size())
+        pending.append(offset, bytes.data(), bytes.size());
+    EXPECT_EQ(offset, WriteBehind::capacity);
+    const auto first = pending.takeChunk();
+    EXPECT_EQ(first.bytes.size(), WriteBehind::chunkSize);
+    EXPECT_FALSE(pending.hasRoomFor(1)) << "not confirmed yet";
+    pending.confirm(first.bytes.size());
+    ASSERT_TRUE(pending.hasRoomFor(bytes.size()));
+    pending.append(offset + 1, bytes.data(), 3);
+    std::size_t chunks = 0;
+    while (pending.hasUnsent()) {
+        const auto chunk = pending.takeChunk();
+        pending.confirm(chunk.bytes.size());
+        ++chunks;
+    }
+    EXPECT_EQ(chunks, WriteBehind::capacity / WriteBehind::chunkSize);
+    EXPECT_TRUE(pending.isEmpty());
+}
+
+} // namespace
+} // namespace ternvault::volume
