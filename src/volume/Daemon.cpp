@@ -107,7 +107,7 @@ void mountAndServe(const MountOrder& order, DaemonEnd link) {
                      [&, thread = ::pthread_self()] {
                          ternvault::unmount(order.mountPoint, true);
                          // Open files keep a detached mount alive: the session must be told to end.
-                         ::pthread_kill(thread, SIGTERM);
+                         ::pthread_kill(thread, SIGHUP);
                      }});
     session.serve();
     worker.stop();

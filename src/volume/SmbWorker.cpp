@@ -38,11 +38,10 @@ SmbWorker::~SmbWorker() {
 
 void SmbWorker::start(Listener& listener, std::chrono::milliseconds patience) {
     listener_ = &listener;
-    std::promise<void> connected;
-    auto outcome = connected.get_future();
-    thread_ = startThread([this, patience, connected = std::move(connected)]() mutable {
-        runThread(std::move(connected), patience);
-    });
+    // The thread may still be inside the promise when the outcome is here.
+    const auto connected = std::make_shared<std::promise<void>>();
+    auto outcome = connected->get_future();
+    thread_ = startThread([this, patience, connected] { runThread(*connected, patience); });
     outcome.get();
     supervisor_ = startThread([this] { supervise(); });
 }
@@ -89,7 +88,7 @@ bool SmbWorker::mayWait(const Item& item, Clock::time_point now) {
     return now < waitUntil_;
 }
 
-void SmbWorker::runThread(std::promise<void> connected, std::chrono::milliseconds patience) {
+void SmbWorker::runThread(std::promise<void>& connected, std::chrono::milliseconds patience) {
     try {
         connect(patience);
     } catch (...) {
@@ -162,7 +161,7 @@ bool SmbWorker::runNext() {
     queue_.pop_front();
     current_ = item;
     lock.unlock();
-    run(std::move(item));
+    run(item);
     return true;
 }
 
@@ -175,7 +174,7 @@ void SmbWorker::refresh(SmbShare& share) {
     }
 }
 
-void SmbWorker::run(Item item) {
+void SmbWorker::run(const Item& item) {
     int error = 0;
     try {
         if (!item.request || !item.request->isAnswered())

@@ -74,12 +74,12 @@ private:
         Clock::time_point submitted;
     };
 
-    void runThread(std::promise<void> connected, std::chrono::milliseconds patience);
+    void runThread(std::promise<void>& connected, std::chrono::milliseconds patience);
     void connect(std::chrono::milliseconds patience);
     void reconnect();
     bool runNext();
     void refresh(SmbShare& share);
-    void run(Item item);
+    void run(const Item& item);
     void lose();
     bool mayWait(const Item& item, Clock::time_point now);
     void supervise();

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view magic = "XSym\n";
 constexpr std::size_t lengthDigits = 4;
-constexpr std::size_t headerSize = magic.size() + lengthDigits + 1 + 2 * MD5_DIGEST_SIZE + 1;
+constexpr std::size_t headerSize = magic.size() + lengthDigits + 1 + std::size_t{2} * MD5_DIGEST_SIZE + 1;
 static_assert(headerSize + longestSymlinkTarget == symlinkFileSize);
 
 std::string hexDigest(std::string_view text) {

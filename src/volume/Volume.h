@@ -39,38 +39,39 @@ public:
     /// Before the first request.
     void setHooks(Hooks hooks) { hooks_ = std::move(hooks); }
 
-    void lookUp(RequestPtr request, std::uint64_t parent, std::string_view name);
+    void lookUp(const RequestPtr& request, std::uint64_t parent, std::string_view name);
     void forget(std::uint64_t number, std::uint64_t lookups);
-    void getAttributes(RequestPtr request, std::uint64_t number);
+    void getAttributes(const RequestPtr& request, std::uint64_t number);
     /// `changed` is a mask of FUSE_SET_ATTR_*; `file` is 0 when the change does not come through an open
     /// file.
-    void setAttributes(RequestPtr request, std::uint64_t number, const struct stat& wanted, int changed,
-                       std::uint64_t file);
-    void readLink(RequestPtr request, std::uint64_t number);
-    void space(RequestPtr request);
+    void setAttributes(const RequestPtr& request, std::uint64_t number, const struct stat& wanted,
+                       int changed, std::uint64_t file);
+    void readLink(const RequestPtr& request, std::uint64_t number);
+    void space(const RequestPtr& request);
 
-    void makeDirectory(RequestPtr request, std::uint64_t parent, std::string_view name, mode_t mode);
-    void makeSymlink(RequestPtr request, std::uint64_t parent, std::string_view name, std::string target);
+    void makeDirectory(const RequestPtr& request, std::uint64_t parent, std::string_view name, mode_t mode);
+    void makeSymlink(const RequestPtr& request, std::uint64_t parent, std::string_view name,
+                     const std::string& target);
     /// An empty file, not open.
-    void makeFile(RequestPtr request, std::uint64_t parent, std::string_view name, mode_t mode);
-    void unlink(RequestPtr request, std::uint64_t parent, std::string_view name);
-    void removeDirectory(RequestPtr request, std::uint64_t parent, std::string_view name);
-    void rename(RequestPtr request, std::uint64_t parent, std::string_view name, std::uint64_t newParent,
-                std::string_view newName, unsigned flags);
+    void makeFile(const RequestPtr& request, std::uint64_t parent, std::string_view name, mode_t mode);
+    void unlink(const RequestPtr& request, std::uint64_t parent, std::string_view name);
+    void removeDirectory(const RequestPtr& request, std::uint64_t parent, std::string_view name);
+    void rename(const RequestPtr& request, std::uint64_t parent, std::string_view name,
+                std::uint64_t newParent, std::string_view newName, unsigned flags);
 
-    void create(RequestPtr request, std::uint64_t parent, std::string_view name, mode_t mode,
+    void create(const RequestPtr& request, std::uint64_t parent, std::string_view name, mode_t mode,
                 fuse_file_info file);
-    void open(RequestPtr request, std::uint64_t number, fuse_file_info file);
-    void read(RequestPtr request, std::uint64_t file, std::size_t size, std::uint64_t offset);
-    void write(RequestPtr request, std::uint64_t file, const char* bytes, std::size_t size,
+    void open(const RequestPtr& request, std::uint64_t number, fuse_file_info file);
+    void read(const RequestPtr& request, std::uint64_t file, std::size_t size, std::uint64_t offset);
+    void write(const RequestPtr& request, std::uint64_t file, const char* bytes, std::size_t size,
                std::uint64_t offset);
     /// Answers when everything written through the handle is on the server, or with the reason why it is not.
-    void flush(RequestPtr request, std::uint64_t file);
-    void release(RequestPtr request, std::uint64_t file);
+    void flush(const RequestPtr& request, std::uint64_t file);
+    void release(const RequestPtr& request, std::uint64_t file);
 
-    void openDirectory(RequestPtr request, std::uint64_t number, fuse_file_info file);
-    void readDirectory(RequestPtr request, std::uint64_t file, std::size_t size, std::uint64_t offset);
-    void releaseDirectory(RequestPtr request, std::uint64_t file);
+    void openDirectory(const RequestPtr& request, std::uint64_t number, fuse_file_info file);
+    void readDirectory(const RequestPtr& request, std::uint64_t file, std::size_t size, std::uint64_t offset);
+    void releaseDirectory(const RequestPtr& request, std::uint64_t file);
 
     void refresh(SmbShare& share) override;
     void connectionLost() override;

@@ -163,7 +163,7 @@ void Volume::answerEntry(const RequestPtr& request, const std::string& path, con
         forget(answer.ino, 1);
 }
 
-void Volume::lookUp(RequestPtr request, std::uint64_t parent, std::string_view name) {
+void Volume::lookUp(const RequestPtr& request, std::uint64_t parent, std::string_view name) {
     Lock lock(mutex_);
     const auto path = pathOf(parent, name);
     const auto time = DirectoryCache::Clock::now();
@@ -188,7 +188,7 @@ void Volume::forget(std::uint64_t number, std::uint64_t lookups) {
     nodes_.forget(number, lookups);
 }
 
-void Volume::getAttributes(RequestPtr request, std::uint64_t number) {
+void Volume::getAttributes(const RequestPtr& request, std::uint64_t number) {
     Lock lock(mutex_);
     const auto node = nodes_.find(number);
     const bool written = node && isBeingWritten(*node);
@@ -214,8 +214,8 @@ void Volume::getAttributes(RequestPtr request, std::uint64_t number) {
         SmbWorker::Patience::UntilReconnected);
 }
 
-void Volume::setAttributes(RequestPtr request, std::uint64_t number, const struct stat& wanted, int changed,
-                           std::uint64_t file) {
+void Volume::setAttributes(const RequestPtr& request, std::uint64_t number, const struct stat& wanted,
+                           int changed, std::uint64_t file) {
     Lock lock(mutex_);
     const auto node = nodes_.find(number);
     if (!node)
@@ -297,7 +297,7 @@ void Volume::setTimes(SmbShare& share, const NodePtr& node, const struct stat& w
         cache_.update(path, entry);
 }
 
-void Volume::readLink(RequestPtr request, std::uint64_t number) {
+void Volume::readLink(const RequestPtr& request, std::uint64_t number) {
     Lock lock(mutex_);
     const auto node = nodes_.find(number);
     if (!node)
@@ -315,7 +315,7 @@ void Volume::readLink(RequestPtr request, std::uint64_t number) {
 }
 
 /// What is known now; asking makes it fresher for the next time.
-void Volume::space(RequestPtr request) {
+void Volume::space(const RequestPtr& request) {
     constexpr std::chrono::seconds freshFor{2};
     Lock lock(mutex_);
     const auto answer = space_;

@@ -64,7 +64,8 @@ void Volume::removed(const std::string& path) {
     nodes_.markGone(path);
 }
 
-void Volume::makeDirectory(RequestPtr request, std::uint64_t parent, std::string_view name, mode_t mode) {
+void Volume::makeDirectory(const RequestPtr& request, std::uint64_t parent, std::string_view name,
+                           mode_t mode) {
     const Lock lock(mutex_);
     worker_.submit(request, [this, request, path = pathOf(parent, name), mode](SmbShare& share) {
         share.makeDirectory(path);
@@ -79,8 +80,8 @@ void Volume::makeDirectory(RequestPtr request, std::uint64_t parent, std::string
     });
 }
 
-void Volume::makeSymlink(RequestPtr request, std::uint64_t parent, std::string_view name,
-                         std::string target) {
+void Volume::makeSymlink(const RequestPtr& request, std::uint64_t parent, std::string_view name,
+                         const std::string& target) {
     if (target.size() > longestSymlinkTarget)
         fail(ENAMETOOLONG);
     const Lock lock(mutex_);
@@ -94,7 +95,7 @@ void Volume::makeSymlink(RequestPtr request, std::uint64_t parent, std::string_v
     });
 }
 
-void Volume::makeFile(RequestPtr request, std::uint64_t parent, std::string_view name, mode_t mode) {
+void Volume::makeFile(const RequestPtr& request, std::uint64_t parent, std::string_view name, mode_t mode) {
     if (!S_ISREG(mode))
         fail(EPERM);
     const Lock lock(mutex_);
@@ -106,7 +107,7 @@ void Volume::makeFile(RequestPtr request, std::uint64_t parent, std::string_view
     });
 }
 
-void Volume::unlink(RequestPtr request, std::uint64_t parent, std::string_view name) {
+void Volume::unlink(const RequestPtr& request, std::uint64_t parent, std::string_view name) {
     const Lock lock(mutex_);
     worker_.submit(request, [this, request, path = pathOf(parent, name)](SmbShare& share) {
         share.unlink(path);
@@ -115,7 +116,7 @@ void Volume::unlink(RequestPtr request, std::uint64_t parent, std::string_view n
     });
 }
 
-void Volume::removeDirectory(RequestPtr request, std::uint64_t parent, std::string_view name) {
+void Volume::removeDirectory(const RequestPtr& request, std::uint64_t parent, std::string_view name) {
     const Lock lock(mutex_);
     worker_.submit(request, [this, request, path = pathOf(parent, name)](SmbShare& share) {
         share.removeDirectory(path);
@@ -144,8 +145,8 @@ void Volume::refuseOtherSpelling(SmbShare& share, const std::string& from, const
     fail(EEXIST);
 }
 
-void Volume::rename(RequestPtr request, std::uint64_t parent, std::string_view name, std::uint64_t newParent,
-                    std::string_view newName, unsigned flags) {
+void Volume::rename(const RequestPtr& request, std::uint64_t parent, std::string_view name,
+                    std::uint64_t newParent, std::string_view newName, unsigned flags) {
     if (flags & ~static_cast<unsigned>(RENAME_NOREPLACE))
         fail(EINVAL);
     const Lock lock(mutex_);
@@ -176,7 +177,7 @@ void Volume::rename(RequestPtr request, std::uint64_t parent, std::string_view n
     });
 }
 
-void Volume::openDirectory(RequestPtr request, std::uint64_t number, fuse_file_info file) {
+void Volume::openDirectory(const RequestPtr& request, std::uint64_t number, fuse_file_info file) {
     Lock lock(mutex_);
     const auto node = nodes_.find(number);
     if (!node)
@@ -188,7 +189,8 @@ void Volume::openDirectory(RequestPtr request, std::uint64_t number, fuse_file_i
         releaseDirectory(nullptr, file.fh);
 }
 
-void Volume::readDirectory(RequestPtr request, std::uint64_t file, std::size_t size, std::uint64_t offset) {
+void Volume::readDirectory(const RequestPtr& request, std::uint64_t file, std::size_t size,
+                           std::uint64_t offset) {
     Lock lock(mutex_);
     const auto it = directories_.find(file);
     if (it == directories_.end())
@@ -241,7 +243,7 @@ void Volume::answerItems(const RequestPtr& request, const OpenDirectory& directo
     request->data(buffer.data(), used);
 }
 
-void Volume::releaseDirectory(RequestPtr request, std::uint64_t file) {
+void Volume::releaseDirectory(const RequestPtr& request, std::uint64_t file) {
     {
         const Lock lock(mutex_);
         directories_.erase(file);

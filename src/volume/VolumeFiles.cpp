@@ -77,7 +77,7 @@ SmbShare::File Volume::createFile(SmbShare& share, const std::string& path, int 
     return share.open(path, wanted);
 }
 
-void Volume::create(RequestPtr request, std::uint64_t parent, std::string_view name, mode_t mode,
+void Volume::create(const RequestPtr& request, std::uint64_t parent, std::string_view name, mode_t mode,
                     fuse_file_info file) {
     const Lock lock(mutex_);
     worker_.submit(
@@ -104,7 +104,7 @@ void Volume::create(RequestPtr request, std::uint64_t parent, std::string_view n
         SmbWorker::Patience::UntilReconnected);
 }
 
-void Volume::open(RequestPtr request, std::uint64_t number, fuse_file_info file) {
+void Volume::open(const RequestPtr& request, std::uint64_t number, fuse_file_info file) {
     Lock lock(mutex_);
     const auto node = nodes_.find(number);
     if (!node)
@@ -145,7 +145,7 @@ void Volume::prepareForWriting(SmbShare& share, const std::string& path) {
         fail(EIO);
 }
 
-void Volume::read(RequestPtr request, std::uint64_t file, std::size_t size, std::uint64_t offset) {
+void Volume::read(const RequestPtr& request, std::uint64_t file, std::size_t size, std::uint64_t offset) {
     const Lock lock(mutex_);
     worker_.submit(request, [this, request, handle = handleOf(file), size, offset](SmbShare& share) {
         drainNode(share, handle->node);
@@ -157,7 +157,7 @@ void Volume::read(RequestPtr request, std::uint64_t file, std::size_t size, std:
     });
 }
 
-void Volume::write(RequestPtr request, std::uint64_t file, const char* bytes, std::size_t size,
+void Volume::write(const RequestPtr& request, std::uint64_t file, const char* bytes, std::size_t size,
                    std::uint64_t offset) {
     const Lock lock(mutex_);
     const auto handle = handleOf(file);
@@ -244,7 +244,7 @@ void Volume::drainNode(SmbShare& share, const NodePtr& node) {
     }
 }
 
-void Volume::flush(RequestPtr request, std::uint64_t file) {
+void Volume::flush(const RequestPtr& request, std::uint64_t file) {
     Lock lock(mutex_);
     const auto handle = handleOf(file);
     if (handle->unconfirmed && !handle->lostError && !isLive(*handle))
@@ -269,7 +269,7 @@ void Volume::flush(RequestPtr request, std::uint64_t file) {
     });
 }
 
-void Volume::release(RequestPtr request, std::uint64_t file) {
+void Volume::release(const RequestPtr& request, std::uint64_t file) {
     {
         const Lock lock(mutex_);
         const auto handle = handleOf(file);

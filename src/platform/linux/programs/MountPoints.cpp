@@ -109,6 +109,7 @@ int runFusermount(const fs::path& mountPoint, bool lazily) {
         words.emplace_back("-z");
     words.push_back(mountPoint.string());
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (auto& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
