@@ -13,6 +13,9 @@ inline TaskScope::EscapeReport reportEscapes(UnifiedLog& log) {
         } catch (const std::exception& error) {
             log.error(QStringLiteral("space.larkspur.ternvault"), QStringLiteral("internal"),
                       QString::fromUtf8(error.what()));
+        } catch (...) {
+            log.error(QStringLiteral("space.larkspur.ternvault"), QStringLiteral("internal"),
+                      QStringLiteral("unknown exception"));
         }
     };
 }

@@ -55,7 +55,7 @@ Exit status: 0 done, 1 not or not wholly done, 2 wrong command line.
 }
 
 Notice complain(const QString& what) {
-    return {u"ternvault-cli: "_s + what + u"\nTry 'ternvault-cli --help'."_s, true};
+    return {u"ternvault-cli: "_s + what + u"\nTry 'ternvault-cli --help'.\n"_s, true};
 }
 
 QString inQuotes(const std::string& text) {
@@ -64,21 +64,22 @@ QString inQuotes(const std::string& text) {
 
 /// "--" ends the options, so that a name may begin with a dash. `set` takes any VALUE as it stands.
 std::variant<Command, Notice> parseArguments(const VerbRule& rule, std::vector<std::string> arguments) {
-    const auto end = std::find(arguments.begin(), arguments.end(), "--");
-    const auto lastOption = rule.verb == Verb::set ? std::min(end, std::next(arguments.begin(), 1)) : end;
-    for (auto argument = arguments.begin(); argument < lastOption; ++argument) {
+    const bool takesAnyValue = rule.verb == Verb::set && !arguments.empty();
+    const auto options = takesAnyValue ? std::next(arguments.begin()) : arguments.end();
+    const auto end = std::find(arguments.begin(), options, "--");
+    for (auto argument = arguments.begin(); argument < end; ++argument) {
         if (*argument == "--help" || *argument == "-h")
             return Notice{helpText(), false};
         if (argument->starts_with('-'))
             return complain(u"unknown option "_s + inQuotes(*argument) +
                             u"; a file of that name goes behind '--'"_s);
     }
-    if (end != arguments.end())
+    if (end != options)
         arguments.erase(end);
     if (arguments.size() < rule.fewest)
         return complain(inQuotes(rule.name) + u" needs an argument"_s);
     if (arguments.size() > rule.most)
-        return complain(inQuotes(rule.name) + u" takes no argument "_s + inQuotes(arguments[rule.most]));
+        return complain(u"too many arguments for "_s + inQuotes(rule.name)); // one may be a secret
     return Command{rule.verb, std::move(arguments)};
 }
 

@@ -58,7 +58,7 @@ void CopyCommand::showChanges() {
 void CopyCommand::interrupt() {
     interrupted_ = true;
     if (transfers_.isTransferring)
-        printError(u"Interrupted: ending after the item in flight; once more to end at once"_s);
+        printError(u"Interrupted: ending after the item in flight; once more to leave at once"_s);
     transfers_.cancel();
 }
 

@@ -3,8 +3,8 @@
 #include "cli/ExitStatus.h"
 #include "cli/Terminal.h"
 
-#include <cstdio>
 #include <fstream>
+#include <system_error>
 
 namespace ternvault::cli {
 
@@ -44,7 +44,9 @@ int printTransferLog(const AppModel& model) {
         return failure;
     }
     std::ifstream log(*file, std::ios::binary);
-    if (!log && std::filesystem::exists(*file)) {
+    std::error_code error;
+    if (!log &&
+        std::filesystem::symlink_status(*file, error).type() != std::filesystem::file_type::not_found) {
         printError(u"ternvault-cli: cannot read "_s + QString::fromStdString(file->string()));
         return failure;
     }

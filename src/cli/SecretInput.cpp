@@ -12,12 +12,15 @@ namespace ternvault::cli {
 
 namespace {
 
+constexpr char interruptCharacter = 3;
+
 /// Switches the terminal's echo off while it lives.
 class SilentTerminal {
 public:
     SilentTerminal() : known_(::tcgetattr(STDIN_FILENO, &before_) == 0) {
         termios silent = before_;
-        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        // Interrupts arrive as characters, so that none ends the process while the echo is off.
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
         if (known_)
             ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
@@ -41,6 +44,8 @@ std::optional<QByteArray> readLine() {
         const ssize_t got = ::read(STDIN_FILENO, &character, 1);
         if (got < 0 && errno == EINTR)
             continue;
+        if (got == 1 && character == interruptCharacter)
+            return std::nullopt;
         if (got <= 0)
             return line.isEmpty() ? std::nullopt : std::optional(line);
         if (character == '\n')

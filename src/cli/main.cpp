@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QFile>
 
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 
@@ -85,14 +86,18 @@ int run(const Command& command) {
         TaskScope tasks(platform.mainLoop,
                         [report = reportEscapes(platform.log)](std::exception_ptr escaped) {
                             report(escaped);
+                            printError(u"ternvault-cli: an internal error; the system's log tells more"_s);
                             QCoreApplication::quit();
                         });
         tasks.spawn(performThenQuit(command, model, platform, status));
         QCoreApplication::exec();
     }
+    std::fflush(stdout);
+    if (status == success && (trouble || std::ferror(stdout) != 0))
+        status = failure;
     if (!services.finishBackgroundWork(1s))
         std::_Exit(status);
-    return status == success && trouble ? failure : status;
+    return status;
 }
 
 } // namespace

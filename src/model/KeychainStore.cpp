@@ -2,6 +2,8 @@
 
 #include "base/Utf8.h"
 
+#include <QStringEncoder>
+
 namespace ternvault {
 
 std::optional<QString> KeychainStore::password(const QString& account, const QString& service) const {
@@ -10,9 +12,13 @@ std::optional<QString> KeychainStore::password(const QString& account, const QSt
 }
 
 void KeychainStore::setPassword(const QString& secret, const QString& account) const {
-    deletePassword(account, keychainService);
-    if (!secret.isEmpty())
-        secrets_.add(keychainService, account, secret.toUtf8());
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
+    const QByteArray data = encoder(secret);
+    // Not removed first: another process that starts at that moment would find none and clear what it missed.
+    const bool kept =
+        !secret.isEmpty() && !encoder.hasError() && secrets_.add(keychainService, account, data);
+    if (!kept)
+        deletePassword(account, keychainService);
 }
 
 void KeychainStore::deletePassword(const QString& account, const QString& service) const {

@@ -73,6 +73,11 @@ Task<> SMBMounter::mount(QString host, QString share, QString username, QString 
                          QString volumeName) const {
     if (isVolumePresent(share, volumeName))
         co_return;
+    if (share.contains(u'/')) {
+        // In the address, what stands before the slash would be read as a server, which would get the
+        // password.
+        throw SMBMounterError(SMBMounterError::Kind::mountFailed, u"A share's name has no slash"_s);
+    }
     const QString script = mountScript(host, share, username, password);
     try {
         co_await runMountScript(script);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -14,7 +15,12 @@ namespace ternvault {
 struct VolumeIdentity {
     dev_t device = 0;
     std::uint64_t mountId = 0;
-    bool operator==(const VolumeIdentity&) const = default;
+    /// While it lives, the system gives these numbers to nothing else.
+    std::shared_ptr<const void> pin;
+
+    bool operator==(const VolumeIdentity& other) const {
+        return device == other.device && mountId == other.mountId;
+    }
 };
 
 /// File operations whose behaviour on a volume matters. Failures are std::system_error. Any thread.

@@ -5,7 +5,8 @@ namespace ternvault {
 namespace {
 
 bool isNumber(const QVariant& value) {
-    return value.typeId() == QMetaType::Double || value.typeId() == QMetaType::LongLong;
+    return value.typeId() == QMetaType::Double || value.typeId() == QMetaType::LongLong ||
+           value.typeId() == QMetaType::ULongLong;
 }
 
 } // namespace

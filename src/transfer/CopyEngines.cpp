@@ -6,8 +6,11 @@
 
 #include <QFile>
 
+#include <cerrno>
 #include <optional>
 #include <system_error>
+
+#include <unistd.h>
 
 namespace ternvault {
 
@@ -34,6 +37,21 @@ const QStringList& rsyncOptions() {
 
 QString text(const fs::path& path) {
     return QFile::decodeName(path.c_str());
+}
+
+/// Arguments are text: a name that is none would arrive as another name, maybe that of another file.
+void requireText(const fs::path& path) {
+    if (text(path).toStdString() != path.native())
+        throw std::system_error(std::make_error_code(std::errc::illegal_byte_sequence));
+}
+
+/// Before the destination is removed for the sake of a source that no engine can read.
+void requireReadableFile(const fs::path& source) {
+    const std::string name = source.filename().string();
+    if (::access(source.c_str(), R_OK) != 0)
+        throw std::system_error(errno, std::generic_category(), name);
+    if (!fs::is_regular_file(source))
+        throw std::system_error(std::make_error_code(std::errc::not_supported), name);
 }
 
 bool isSameFile(const fs::path& a, const fs::path& b) {
@@ -68,7 +86,12 @@ std::int64_t sizeOfVisibleFiles(const fs::path& folder) {
 } // namespace
 
 std::int64_t CopyEngines::rsyncCopy(const fs::path& from, const fs::path& to, bool isDirectory) const {
+    requireText(from);
+    requireText(to);
     files_.createDirectories(to.parent_path());
+    // rsync would copy the file into the folder, and the next engine would remove the folder.
+    if (!isDirectory && files_.isDirectory(to))
+        throw std::system_error(std::make_error_code(std::errc::is_a_directory), to.filename().string());
     if (!copiedByRsync(from, to, isDirectory))
         copyWithoutRsync(from, to, isDirectory);
     return measure(to);
@@ -92,6 +115,8 @@ bool CopyEngines::copiedByRsync(const fs::path& from, const fs::path& to, bool i
 }
 
 void CopyEngines::copyWithoutRsync(const fs::path& from, const fs::path& to, bool isDirectory) const {
+    if (!isDirectory)
+        requireReadableFile(from);
     // An item of the volume copied onto itself: removing the destination first would lose it.
     if (isSameFile(from, to))
         throw std::system_error(std::make_error_code(std::errc::file_exists), to.filename().string());
@@ -136,7 +161,7 @@ std::int64_t CopyEngines::sizeOf(const fs::path& item) const {
         return 0;
     if (files_.isDirectory(item))
         return sizeOfVisibleFiles(item);
-    return static_cast<std::int64_t>(fs::file_size(item));
+    return fs::is_symlink(item) ? 0 : static_cast<std::int64_t>(fs::file_size(item));
 }
 
 } // namespace ternvault

@@ -45,7 +45,8 @@ TransferLog::TransferLog(const Platform& platform)
 void TransferLog::append(const QString& text) const {
     if (!file_)
         return;
-    const int descriptor = ::open(file_->c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    const int descriptor =
+        ::open(file_->c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
     if (descriptor < 0)
         return;
     const QByteArray line = logLine(clock_.wallNow(), text);

@@ -1,7 +1,5 @@
 #include "transfer/TransferManager.h"
 
-#include <QFile>
-
 #include <system_error>
 #include <utility>
 

@@ -122,7 +122,8 @@ public:
         return found == items.end() ? std::nullopt : std::optional(found->second);
     }
     bool add(const QString& service, const QString& account, const QByteArray& secret) override {
-        return items.emplace(std::pair(service, account), secret).second;
+        items[{service, account}] = secret;
+        return true;
     }
     void remove(const QString& service, const QString& account) override { items.erase({service, account}); }
 
@@ -158,7 +159,7 @@ public:
     }
 
     std::map<std::filesystem::path, bool> entries;
-    VolumeIdentity identity{1, 1};
+    VolumeIdentity identity{1, 1, {}};
 };
 
 class FakeLocations : public FileLocations {

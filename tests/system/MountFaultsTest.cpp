@@ -2,6 +2,9 @@
 
 #include <QTcpServer>
 
+#include <array>
+#include <set>
+
 namespace ternvault::test {
 namespace {
 
@@ -61,6 +64,18 @@ TEST_F(MountFaults, TwoMountsAtOnceYieldOneVolume) {
     EXPECT_EQ(mounts.find(volume().string()), mounts.rfind(volume().string()));
     EXPECT_EQ(cli({u"eject"_s}).status, 0);
     EXPECT_TRUE(isVolumesRootEmpty());
+}
+
+TEST_F(MountFaults, ProcessesThatStartTogetherKeepThePassword) {
+    logIn();
+    for (int round = 0; round < 20; ++round) {
+        std::array<QProcess, 3> processes;
+        for (QProcess& process : processes)
+            start(process, QStringLiteral(TERNVAULT_CLI), {u"status"_s});
+        for (QProcess& process : processes)
+            finish(process);
+        ASSERT_EQ(cli({u"get"_s, u"smbPassword"_s}).output, "(set)\n");
+    }
 }
 
 TEST_F(MountFaults, AStoppedDaemonHangsNoQuestionAndItsEntryGoes) {

@@ -34,8 +34,10 @@ protected:
     /// What the queue runs; the names of the items that were sent.
     std::string rsync(const fs::path& from, const fs::path& to, int wantedStatus = 0) const {
         const auto outcome =
-            run(u"/usr/bin/rsync"_s, {u"-a"_s, u"--partial"_s, u"--inplace"_s, u"--no-owner"_s,
-                                      u"--no-group"_s, u"--out-format=%i %n"_s, path(from), path(to)});
+            run(u"/usr/bin/rsync"_s,
+                {u"-a"_s, u"--partial"_s, u"--inplace"_s, u"--no-owner"_s, u"--no-group"_s, u"--exclude"_s,
+                 u".DS_Store"_s, u"--exclude"_s, u"._*"_s, u"--exclude"_s, u"lost+found"_s, u"--exclude"_s,
+                 u"lost+found/**"_s, u"--out-format=%i %n"_s, path(from), path(to)});
         EXPECT_EQ(outcome.status, wantedStatus) << outcome.errors;
         return outcome.output;
     }

@@ -114,6 +114,25 @@ TEST_F(CopyEnginesTest, NeverMakesAnEntryDirectlyUnderTheVolumesRoot) {
     EXPECT_FALSE(fs::exists(target.parent_path()));
 }
 
+TEST_F(CopyEnginesTest, WhatIsOnTheVolumeOutlivesACopyThatCannotSucceed) {
+    test::writeFile(target, "earlier copy");
+    failEverything();
+    fs::remove(source);
+    EXPECT_EQ(errorCode(false), -ENOENT);
+    ASSERT_EQ(::mkfifo(source.c_str(), 0600), 0);
+    EXPECT_EQ(errorCode(false), -ENOTSUP);
+    EXPECT_EQ(test::readFile(target), "earlier copy");
+
+    fs::remove(target);
+    fs::create_directories(target / "folder of that name");
+    processes.calls.clear();
+    EXPECT_EQ(errorCode(false), -EISDIR);
+    source = source.parent_path() / "no text \xff";
+    EXPECT_EQ(errorCode(false), -EILSEQ);
+    EXPECT_TRUE(processes.calls.empty());
+    EXPECT_TRUE(fs::exists(target / "folder of that name"));
+}
+
 TEST_F(CopyEnginesTest, AnItemCopiedOntoItselfIsKept) {
     target = source;
     failEverything();

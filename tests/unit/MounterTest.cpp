@@ -49,6 +49,14 @@ TEST_F(MounterTest, PutsEveryPartUnencodedIntoTheScriptAndEscapesOnlyDoubleQuote
                            uR"(mount volume "smb://anna:p@:/\"\ #@10.0.0.5/Films")"_s}));
 }
 
+TEST_F(MounterTest, NeverLetsAShareNameChangeTheServer) {
+    scope.spawn(
+        report(mounter.mount(u"10.0.0.5"_s, u"a@evil/x"_s, u"anna"_s, u"secret"_s, productVolumeName)));
+    fake.time.run();
+    EXPECT_EQ(outcome, u"A share's name has no slash"_s);
+    EXPECT_TRUE(fake.processes.calls.empty());
+}
+
 TEST_F(MounterTest, RunsNothingWhenAnyKnownEntryIsThere) {
     for (const char* path : {"/Volumes/Tern Vault", "/Volumes/Films", "/Volumes/MOSSBOX1"}) {
         fake.files.entries.clear();

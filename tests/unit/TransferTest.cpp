@@ -23,11 +23,10 @@ struct Transfers : test::ModelFixture {
         fake.processes.executables = {u"/usr/bin/rsync"_s};
     }
     TransferManager& queue() { return start().transfers; }
-    /// The copy tool refuses the folder, and there is no rsync.
+    /// Both programs refuse the folder, so that each attempt makes two calls.
     void failFolderCopies() {
-        fake.processes.executables.clear();
         fake.processes.respond = [](const QStringList& call) {
-            const bool refused = call.back() == u"/Volumes/MOSSBOX1/dir"_s;
+            const bool refused = call.back().startsWith(u"/Volumes/MOSSBOX1/dir"_s);
             return ProcessResult{std::nullopt, refused ? 1 : 0, {}, "refused\n"};
         };
     }
@@ -93,7 +92,7 @@ TEST_F(Transfers, TriesFourTimesWithGrowingPausesAndGoesOn) {
     failFolderCopies();
     TransferManager& transfers = queue();
     transfers.enqueue({"/s/dir", "/s/b"}, "/Volumes/MOSSBOX1");
-    const auto attempts = [this] { return fake.processes.calls.size(); };
+    const auto attempts = [this] { return fake.processes.calls.size() / 2; };
     fake.time.run();
     EXPECT_EQ(attempts(), 1u);
     fake.time.advance(699ms);
@@ -197,9 +196,19 @@ TEST_F(Transfers, CancelDuringAPauseEndsTheJobAsAnError) {
     fake.time.run();
     transfers.cancel();
     fake.time.advance(10s);
-    EXPECT_EQ(fake.processes.calls.size(), 1u);
+    EXPECT_EQ(fake.processes.calls.size(), 2u);
     EXPECT_EQ(transfers.errorCount, 1);
     EXPECT_EQ(*transfers.statusLine, u"Cancelled — 0/1 · 1 error(s)"_s);
+}
+
+TEST_F(Transfers, GoOnWithoutALog) {
+    for (const auto& folder : {std::optional<std::filesystem::path>("/dev/null/x"), {}}) {
+        fake.locations.support = folder;
+        TransferManager& transfers = queue();
+        transfers.enqueue({"/s/a"}, "/Volumes/MOSSBOX1");
+        fake.time.run();
+        EXPECT_EQ(transfers.completedCount, 1);
+    }
 }
 
 TEST_F(Transfers, TheFilePanelQueuesWhatWasChosenAndNothingElse) {

@@ -109,12 +109,15 @@ void LinuxFileManager::remove(const fs::path& path) {
 }
 
 std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& root) const {
-    const auto status = statusOf(root);
-    if (!status)
+    if (!statusOf(root))
+        return std::nullopt;
+    const auto pin = std::make_shared<FileDescriptor>(::open(root.c_str(), O_PATH | O_CLOEXEC));
+    const auto status = cachedStatus(pin->get(), {}, AT_EMPTY_PATH);
+    if (!*pin || !status)
         return std::nullopt;
     if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0 && isBelowVolumesRoot(root))
         return std::nullopt;
-    return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id};
+    return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id, pin};
 }
 
 } // namespace ternvault

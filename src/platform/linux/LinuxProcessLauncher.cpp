@@ -55,14 +55,16 @@ int spawn(const QString& program, const QStringList& arguments, const Pipe& outp
     ::posix_spawn_file_actions_init(&streams);
     ::posix_spawn_file_actions_adddup2(&streams, output.writeEnd.get(), STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&streams, error.writeEnd.get(), STDERR_FILENO);
-    // What this process ignores or this thread blocks is no business of the program.
+    // What this process ignores or this thread blocks is no business of the program, nor is the terminal's
+    // interrupt, which its caller handles: it gets a process group of its own.
     posix_spawnattr_t signals;
     sigset_t none;
     sigset_t all;
     ::sigemptyset(&none);
     ::sigfillset(&all);
     ::posix_spawnattr_init(&signals);
-    ::posix_spawnattr_setflags(&signals, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    ::posix_spawnattr_setflags(&signals,
+                               POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     ::posix_spawnattr_setsigmask(&signals, &none);
     ::posix_spawnattr_setsigdefault(&signals, &all);
     const int failure = ::posix_spawn(&child, argv[0], &streams, &signals, argv.data(), environ);

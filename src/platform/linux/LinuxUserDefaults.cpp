@@ -26,8 +26,10 @@ LinuxUserDefaults::LinuxUserDefaults(const std::filesystem::path& file, Property
     : file_(file, std::move(report)) {}
 
 std::optional<QVariant> LinuxUserDefaults::object(const QString& key) const {
-    if (const auto unsaved = unsaved_.find(key); unsaved != unsaved_.end())
-        return unsaved->second;
+    for (const auto* kept : {&unsaved_, &sessionOnly_}) {
+        if (const auto found = kept->find(key); found != kept->end())
+            return found->second;
+    }
     const QVariantMap& values = file_.values();
     const auto stored = values.find(key);
     return stored == values.end() ? std::nullopt : std::optional(*stored);
@@ -44,6 +46,7 @@ void LinuxUserDefaults::remove(const QString& key) {
 void LinuxUserDefaults::change(const QString& key, const std::optional<QVariant>& value) {
     if (unsaved_.empty() && isSame(object(key), value))
         return;
+    sessionOnly_.erase(key);
     unsaved_[key] = value;
     const auto apply = [this](QVariantMap& values) {
         for (const auto& [changedKey, changed] : unsaved_) {
@@ -53,8 +56,12 @@ void LinuxUserDefaults::change(const QString& key, const std::optional<QVariant>
                 values.remove(changedKey);
         }
     };
-    if (file_.update(apply))
+    if (file_.update(apply)) {
         unsaved_.clear();
+    } else if (!file_.isReadable()) {
+        unsaved_.merge(sessionOnly_);
+        sessionOnly_ = std::exchange(unsaved_, {});
+    }
 }
 
 } // namespace ternvault

@@ -22,7 +22,11 @@ private:
 
     mutable PropertyListFile file_;
     /// Absent: removed.
-    std::map<QString, std::optional<QVariant>> unsaved_;
+    using Changes = std::map<QString, std::optional<QVariant>>;
+    /// Tried again with the next change.
+    Changes unsaved_;
+    /// Made while the file could not be read, so without knowing what it holds: never written over it.
+    Changes sessionOnly_;
 };
 
 } // namespace ternvault

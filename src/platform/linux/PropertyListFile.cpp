@@ -91,6 +91,7 @@ PropertyListFile::Content PropertyListFile::load() {
     loaded_ = currentStamp();
     QByteArray xml;
     const std::error_code error = readFile(file_, xml);
+    isReadable_ = !error || error == std::errc::no_such_file_or_directory;
     if (error == std::errc::no_such_file_or_directory)
         return Content::known;
     if (error) {

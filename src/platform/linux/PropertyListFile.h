@@ -35,6 +35,9 @@ public:
     /// values could not be stored.
     bool update(const std::function<void(QVariantMap& values)>& change);
 
+    /// Whether the last look at the file told what it holds.
+    bool isReadable() const { return isReadable_; }
+
 private:
     enum class Content { known, damaged, unreadable };
 
@@ -59,6 +62,7 @@ private:
     Report onProblem_;
     QVariantMap values_;
     Stamp loaded_;
+    bool isReadable_ = true;
     QString damage_;
     QString lastProblem_;
 };

@@ -1,6 +1,5 @@
 #include "platform/linux/ThreadBackgroundTasks.h"
 
-#include <linux/ioprio.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -13,16 +12,20 @@ namespace {
 
 /// More than the programs that can be under way at once, so that one which hangs holds up no other.
 constexpr std::size_t generalThreads = 8;
+/// Added to the niceness that the process was started with.
 constexpr int utilityNice = 10;
+
+// Of linux/ioprio.h, which newer kernel headers made unreadable for C++.
+constexpr int ioprioWhoProcess = 1;
+constexpr int ioprioBestEffort = 2 << 13;
 constexpr int lowestBestEffort = 7;
 
 /// Best effort: running at normal priority is no failure. On Linux both calls change the one thread only.
 /// The idle disk class would let a busy disk starve a copy for good.
 void lowerPriority() {
     const auto thread = static_cast<id_t>(::gettid());
-    ::setpriority(PRIO_PROCESS, thread, utilityNice);
-    ::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, thread,
-              IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, lowestBestEffort));
+    ::setpriority(PRIO_PROCESS, thread, ::getpriority(PRIO_PROCESS, 0) + utilityNice);
+    ::syscall(SYS_ioprio_set, ioprioWhoProcess, thread, ioprioBestEffort | lowestBestEffort);
 }
 
 } // namespace

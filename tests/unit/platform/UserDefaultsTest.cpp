@@ -168,6 +168,12 @@ TEST_F(UserDefaultsTest, NeverReplacesWhatItCannotRead) {
     EXPECT_EQ(defaults.object(u"a"_s), QVariant(true));
     EXPECT_TRUE(fs::is_directory(file));
     EXPECT_EQ(problems.size(), 1);
+
+    fs::remove(file);
+    open().set(u"a"_s, u"what was there"_s);
+    defaults.set(u"b"_s, true);
+    EXPECT_EQ(open().object(u"a"_s), QVariant(u"what was there"_s)) << "a guess never overwrites";
+    EXPECT_EQ(open().object(u"b"_s), QVariant(true));
 }
 
 } // namespace ternvault

@@ -39,8 +39,11 @@ ProcessResult DiskUtility::operator()(const QStringList& arguments) const {
                                             : QString::fromStdString(std::generic_category().message(error)));
     if (force && record)
         record->daemon.kill();
-    if (!awaitRemoval(mountPoint))
-        removeMountPoint(state_, mountPoint);
+    if (awaitRemoval(mountPoint))
+        return {};
+    reapLeftovers(mountPoint.parent_path(), state_);
+    if (isVolumeMount(mountPoint) || isPlaceholder(mountPoint))
+        return failure(path, u"the volume's program does not end."_s);
     return {};
 }
 

@@ -40,12 +40,14 @@ ProcessResult MountVolumeScript::operator()(const QStringList& arguments) const 
         if (process.error() == QProcess::FailedToStart)
             return failure(places_.program + u" cannot be started: "_s + process.errorString());
         process.kill();
-        process.waitForFinished();
+        process.waitForFinished(500);
         awaitRemoval(places_.volumesRoot / address->section(u'/', -1).toStdString());
         reapLeftovers(places_.volumesRoot, places_.state);
         return failure(u"The server did not answer in time."_s);
     }
-    const bool succeeded = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (process.exitStatus() != QProcess::NormalExit)
+        return failure(u"The program that serves the volume ended unexpectedly."_s);
+    const bool succeeded = process.exitCode() == 0;
     return {{}, succeeded ? 0 : 1, process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
