@@ -7,7 +7,7 @@ namespace ternvault {
 
 /// Tells the log of every exception that leaves a detached routine: no such exception is expected.
 inline TaskScope::EscapeReport reportEscapes(UnifiedLog& log) {
-    return [&log](std::exception_ptr escaped) {
+    return [&log](const std::exception_ptr& escaped) {
         try {
             std::rethrow_exception(escaped);
         } catch (const std::exception& error) {

@@ -17,7 +17,7 @@ namespace ternvault {
 /// routines.
 class TaskScope {
 public:
-    using EscapeReport = std::function<void(std::exception_ptr)>;
+    using EscapeReport = std::function<void(const std::exception_ptr&)>;
 
     /// `onEscape` is told of every exception that leaves a routine.
     TaskScope(MainLoop& mainLoop, EscapeReport onEscape)

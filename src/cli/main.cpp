@@ -84,7 +84,7 @@ int run(const Command& command) {
     {
         AppModel model(platform, launchAgent, desktopIcon);
         TaskScope tasks(platform.mainLoop,
-                        [report = reportEscapes(platform.log)](std::exception_ptr escaped) {
+                        [report = reportEscapes(platform.log)](const std::exception_ptr& escaped) {
                             report(escaped);
                             printError(u"ternvault-cli: an internal error; the system's log tells more"_s);
                             QCoreApplication::quit();
