@@ -101,6 +101,7 @@ private:
     void rememberMode(const std::string& path, mode_t mode);
     struct stat toStat(const Node& node, const Entry& entry);
     void answerEntry(const RequestPtr& request, const std::string& path, const Entry& entry);
+    bool isPoisoned(const Node& node, const HandlePtr& through);
     void setSize(SmbShare& share, const NodePtr& node, const HandlePtr& through, std::uint64_t size);
     void setTimes(SmbShare& share, const NodePtr& node, const struct stat& wanted, int changed);
 

@@ -224,10 +224,13 @@ void Volume::setAttributes(const RequestPtr& request, std::uint64_t number, cons
         ((changed & FUSE_SET_ATTR_GID) && wanted.st_gid != ::getegid()))
         fail(EPERM);
     const HandlePtr through = file ? handleOf(file) : nullptr;
+    const bool changesContent = changed & (FUSE_SET_ATTR_SIZE | timeChanges);
+    if (changesContent && isPoisoned(*node, through))
+        fail(EIO);
     if (changed & FUSE_SET_ATTR_MODE)
         rememberMode(node->path, wanted.st_mode);
     lock.unlock();
-    if (!(changed & (FUSE_SET_ATTR_SIZE | timeChanges))) {
+    if (!changesContent) {
         getAttributes(request, number);
         return;
     }
@@ -240,6 +243,11 @@ void Volume::setAttributes(const RequestPtr& request, std::uint64_t number, cons
     });
 }
 
+/// Whether bytes of the file were lost, or its handle dates from before an outage. Lock held.
+bool Volume::isPoisoned(const Node& node, const HandlePtr& through) {
+    return lost_.contains(node.path) || (through && (through->lostError || !isLive(*through)));
+}
+
 void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& through, std::uint64_t size) {
     const auto path = livePath(*node);
     drainNode(share, node);
@@ -247,7 +255,7 @@ void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& thro
     HandlePtr writer = through;
     {
         const Lock lock(mutex_);
-        if (lost_.contains(path) || (through && (through->lostError || !isLive(*through))))
+        if (isPoisoned(*node, through))
             fail(EIO);
         const auto writers = node->liveWriters();
         if (!writer && !writers.empty())
@@ -275,7 +283,7 @@ void Volume::setTimes(SmbShare& share, const NodePtr& node, const struct stat& w
     Entry entry = fetchEntry(share, path);
     {
         const Lock lock(mutex_);
-        if (lost_.contains(path))
+        if (isPoisoned(*node, nullptr))
             fail(EIO);
     }
     if (changed & FUSE_SET_ATTR_ATIME_NOW)
