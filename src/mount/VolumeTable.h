@@ -21,13 +21,11 @@ public:
     /// `volumesRoot`: absolute, without a trailing slash.
     VolumeTable(const FileManager& files, const std::filesystem::path& volumesRoot);
 
-    /// Whether an entry of that name is there. Never for a name that leads elsewhere than to an entry of the
-    /// root
-    /// ("..", "a/b"), whoever it comes from. Any thread; never waits for a volume's server.
+    /// Whether an entry of that name is there. Never for a name that leads elsewhere than to an entry of
+    /// the root ("..", "a/b"), whoever it comes from. Any thread; never waits for a volume's server.
     bool hasVolume(const QString& volumeName) const;
 
-    /// The root, one slash and the name, joined as text: a name that begins with a slash stays below the
-    /// root.
+    /// The root, one slash and the name, joined as text: a name that begins with a slash stays below.
     std::filesystem::path mountPoint(const QString& volumeName) const;
     /// The same as the text that users see.
     QString mountPointText(const QString& volumeName) const;

@@ -18,9 +18,8 @@ namespace ternvault::volume {
 /// thread.
 ///
 /// - The root's attributes and the free space are always answered from memory.
-/// - Names are told apart by case; creating a name that differs from an existing one only by case fails with
-/// EEXIST, so that no
-///   file is ever overwritten through another spelling.
+/// - Names are told apart by case; creating a name that differs from an existing one only by case fails
+///   with EEXIST, so that no file is ever overwritten through another spelling.
 /// - Written bytes wait in a bounded write-behind until flush or fsync, which report their fate.
 /// - A lost write poisons its file, see LostWrites.
 /// - Modes are kept in memory for the life of the daemon; owner and group are those of its user.

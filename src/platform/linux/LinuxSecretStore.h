@@ -11,11 +11,10 @@ namespace ternvault {
 
 /// The Secret Service where one answers, a file otherwise, so that the two never disagree:
 /// - Once the service was out of reach, the file serves for the rest of the process.
-/// - What the file says wins. Its entries move into the service at the first use in a process that reaches
-/// one.
-/// - A removal that directly follows a read which no store could answer is dropped: whoever found no secret
-/// then
-///   only clears what it takes for empty, and the service, locked at login, may hold the secret.
+/// - What the file says wins. Its entries move into the service at the first use in a process that
+///   reaches one.
+/// - A removal that directly follows a read which no store could answer is dropped: whoever found no
+///   secret then only clears what it takes for empty, and the service, locked at login, may hold it.
 class LinuxSecretStore final : public SecretStore {
 public:
     LinuxSecretStore(SecretBackend& service, FileSecretStore& file) : service_(service), file_(file) {}
