@@ -4,9 +4,8 @@
 
 namespace ternvault::cli {
 
-/// Writes a line to standard output, or to standard error, as UTF-8. Control characters other than line
-/// breaks that the caller means (none: a line is a line) are shown as escapes, so that a file's name cannot
-/// drive the terminal.
+/// Writes a line to standard output, or to standard error, as UTF-8. Control characters, line breaks too, are
+/// shown as escapes, so that a file's name cannot drive the terminal.
 void printLine(const QString& text);
 void printError(const QString& text);
 

@@ -1,5 +1,6 @@
 #include "transfer/ChunkedCopy.h"
 
+#include "base/FileDescriptor.h"
 #include "transfer/TransferError.h"
 
 #include <cerrno>
@@ -20,39 +21,28 @@ namespace {
 
 constexpr std::size_t chunkSize = 1'048'576;
 
-class FileHandle {
-public:
-    FileHandle(const std::filesystem::path& path, int flags)
-        : descriptor_(::open(path.c_str(), flags | O_CLOEXEC, 0666)) {}
-    FileHandle(const FileHandle&) = delete;
-    FileHandle& operator=(const FileHandle&) = delete;
-    ~FileHandle() {
-        if (isOpen())
-            ::close(descriptor_);
-    }
-    bool isOpen() const { return descriptor_ >= 0; }
-    int descriptor() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
+FileDescriptor openFile(const std::filesystem::path& path, int flags) {
+    constexpr mode_t everybody = 0666;
+    return FileDescriptor(::open(path.c_str(), flags | O_CLOEXEC, everybody));
+}
 
 [[noreturn]] void throwPlatformError(const std::filesystem::path& path) {
     throw std::system_error(errno, std::generic_category(), path.filename().string());
 }
 
 /// What is neither file nor folder (a pipe, a device) has no content to copy.
-void requireFile(const FileHandle& source, const std::filesystem::path& path) {
+void requireFile(const FileDescriptor& source, const std::filesystem::path& path) {
     struct stat status {};
-    if (::fstat(source.descriptor(), &status) != 0)
+    if (::fstat(source.get(), &status) != 0)
         throwPlatformError(path);
     if (!S_ISREG(status.st_mode))
         throw std::system_error(std::make_error_code(std::errc::not_supported), path.filename().string());
 }
 
-void writeAll(const FileHandle& target, std::span<const std::byte> bytes, const std::filesystem::path& path) {
+void writeAll(const FileDescriptor& target, std::span<const std::byte> bytes,
+              const std::filesystem::path& path) {
     while (!bytes.empty()) {
-        const ssize_t written = ::write(target.descriptor(), bytes.data(), bytes.size());
+        const ssize_t written = ::write(target.get(), bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
@@ -62,10 +52,10 @@ void writeAll(const FileHandle& target, std::span<const std::byte> bytes, const 
 }
 
 /// The bytes read into `buffer`; none at the end of the file.
-std::span<const std::byte> readChunk(const FileHandle& source, std::span<std::byte> buffer,
+std::span<const std::byte> readChunk(const FileDescriptor& source, std::span<std::byte> buffer,
                                      const std::filesystem::path& path) {
     for (;;) {
-        const ssize_t got = ::read(source.descriptor(), buffer.data(), buffer.size());
+        const ssize_t got = ::read(source.get(), buffer.data(), buffer.size());
         if (got >= 0)
             return buffer.first(static_cast<std::size_t>(got));
         if (errno != EINTR)
@@ -78,17 +68,17 @@ std::span<const std::byte> readChunk(const FileHandle& source, std::span<std::by
 void chunkedCopy(FileManager& files, const std::filesystem::path& from, const std::filesystem::path& to) {
     if (files.exists(to))
         files.remove(to);
-    if (!FileHandle(to, O_WRONLY | O_CREAT | O_TRUNC).isOpen()) {
+    if (!openFile(to, O_WRONLY | O_CREAT | O_TRUNC)) {
         throw TransferError(TransferError::cannotCreateDestination,
                             u"Could not create "_s + QString::fromStdString(to.filename().string()));
     }
     // Without waiting: a pipe that nobody writes to would hold the attempt for good.
-    const FileHandle source(from, O_RDONLY | O_NONBLOCK);
-    if (!source.isOpen())
+    const FileDescriptor source = openFile(from, O_RDONLY | O_NONBLOCK);
+    if (!source)
         throwPlatformError(from);
     requireFile(source, from);
-    const FileHandle target(to, O_WRONLY);
-    if (!target.isOpen())
+    const FileDescriptor target = openFile(to, O_WRONLY);
+    if (!target)
         throw TransferError(TransferError::cannotOpenDestination, u"Could not open dest for write"_s);
 
     const auto buffer = std::make_unique<std::byte[]>(chunkSize);
@@ -99,7 +89,7 @@ void chunkedCopy(FileManager& files, const std::filesystem::path& from, const st
         writeAll(target, chunk, to);
     }
     // A volume may take bytes before its server has them and report a lost tail only now.
-    if (::fsync(target.descriptor()) != 0)
+    if (::fsync(target.get()) != 0)
         throwPlatformError(to);
 }
 

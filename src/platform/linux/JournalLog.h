@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
 #include "platform/UnifiedLog.h"
-#include "platform/linux/FileDescriptor.h"
 
 #include <string>
 

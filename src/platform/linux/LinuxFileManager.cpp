@@ -1,6 +1,6 @@
 #include "platform/linux/LinuxFileManager.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #include "platform/linux/LinuxProcessLauncher.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "platform/linux/programs/FileCopy.h"
 
-#include "platform/linux/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <linux/limits.h>
