@@ -4,5 +4,5 @@
 function(discover_system_tests target filter label)
   set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tools/private-pc;run;--")
   gtest_discover_tests(${target} TEST_FILTER ${filter} DISCOVERY_MODE PRE_TEST
-    PROPERTIES LABELS ${label} TIMEOUT 120)
+    PROPERTIES LABELS ${label} TIMEOUT 300)
 endfunction()

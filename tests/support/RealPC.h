@@ -50,7 +50,7 @@ protected:
         process.start(program, arguments);
         ASSERT_TRUE(process.waitForStarted()) << program.toStdString();
     }
-    Outcome finish(QProcess& process, std::chrono::seconds limit = std::chrono::seconds(100)) const {
+    Outcome finish(QProcess& process, std::chrono::seconds limit = std::chrono::seconds(250)) const {
         const auto began = std::chrono::steady_clock::now();
         process.closeWriteChannel();
         if (!process.waitForFinished(static_cast<int>(std::chrono::milliseconds(limit).count()))) {
