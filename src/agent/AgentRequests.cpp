@@ -10,6 +10,14 @@ std::optional<QUrl> agentBaseURL(const QString& serverIP, const QString& agentPo
     return url.isValid() ? std::optional(url) : std::nullopt;
 }
 
+std::optional<QUrl> agentURL(QUrl base, const QString& path) {
+    // Qt joins nothing to an address with neither host nor path.
+    if (base.path().isEmpty())
+        base.setPath(u"/"_s);
+    const QUrl url = base.resolved(QUrl(path));
+    return url.isValid() ? std::optional(url) : std::nullopt;
+}
+
 HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method, const QString& agentToken) {
     const QByteArray token = agentToken.trimmed().toUtf8();
     return {url,

@@ -13,6 +13,9 @@ namespace ternvault {
 /// in `serverIP` is dropped: the agent speaks plain HTTP.
 std::optional<QUrl> agentBaseURL(const QString& serverIP, const QString& agentPort);
 
+/// The address of `path`, a relative one, at the agent; nothing when they make no address.
+std::optional<QUrl> agentURL(QUrl base, const QString& path);
+
 /// A request that carries the agent's token.
 HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method, const QString& agentToken);
 

@@ -40,8 +40,8 @@ std::optional<HttpRequest> AppModel::disksRequest() {
         status = u"Invalid server IP"_s;
         return std::nullopt;
     }
-    const QUrl url = base->resolved(QUrl(u"api/disks"_s));
-    if (!url.isValid()) {
+    const std::optional<QUrl> url = agentURL(*base, u"api/disks"_s);
+    if (!url) {
         status = u"Invalid agent URL"_s;
         return std::nullopt;
     }
@@ -51,7 +51,7 @@ std::optional<HttpRequest> AppModel::disksRequest() {
                              : u"Agent token required — paste it from Settings"_s;
         return std::nullopt;
     }
-    return authorizedRequest(url, "GET");
+    return authorizedRequest(*url, "GET");
 }
 
 void AppModel::showDisks(const HttpResponse& answer) {

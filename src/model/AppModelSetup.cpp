@@ -1,3 +1,4 @@
+#include "agent/AgentRequests.h"
 #include "agent/CreateUser.h"
 #include "async/Await.h"
 #include "model/AppModel.h"
@@ -71,16 +72,13 @@ Task<bool> AppModel::createAccount(QString user, QString password) {
 }
 
 Task<> AppModel::createUserOnServer(QString username, QString password) {
-    const CreateUserError badUrl = CreateUserError::server(u"bad_url"_s, u"Invalid server IP"_s);
     const std::optional<QUrl> base = agentBaseURL();
-    if (!base)
-        throw badUrl;
-    const QUrl url = base->resolved(QUrl(u"api/create_user"_s));
-    if (!url.isValid())
-        throw badUrl;
+    const std::optional<QUrl> url = base ? agentURL(*base, u"api/create_user"_s) : std::nullopt;
+    if (!url)
+        throw CreateUserError::server(u"bad_url"_s, u"Invalid server IP"_s);
     if (!hasAgentToken())
         throw CreateUserError::server(u"no_token"_s, u"Agent token required (Settings → Agent token)"_s);
-    HttpRequest request = authorizedRequest(url, "POST");
+    HttpRequest request = authorizedRequest(*url, "POST");
     request.headers.emplace_back("Content-Type", "application/json");
     request.body = createUserBody(username, password);
     const HttpOutcome outcome = co_await exchange(platform_.http, std::move(request));
