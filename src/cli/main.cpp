@@ -22,16 +22,6 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// The login entry is the desktop application's to write.
-struct NoLaunchAgent final : LaunchAgentManager {
-    void setEnabled(bool) override {}
-};
-
-/// So is the volume's icon.
-struct NoDesktopIcon final : DesktopIcon {
-    void apply(bool, bool) override {}
-};
-
 QStringList texts(const std::vector<std::string>& arguments) {
     QStringList result;
     for (const std::string& argument : arguments)
@@ -78,11 +68,9 @@ int run(const Command& command) {
     });
     NoFilePanel filePanel(services.mainLoop());
     const Platform platform = services.platform(filePanel);
-    NoLaunchAgent launchAgent;
-    NoDesktopIcon desktopIcon;
     int status = failure;
     {
-        AppModel model(platform, launchAgent, desktopIcon);
+        AppModel model(platform);
         TaskScope tasks(platform.mainLoop,
                         [report = reportEscapes(platform.log)](const std::exception_ptr& escaped) {
                             report(escaped);

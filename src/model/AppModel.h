@@ -30,16 +30,16 @@ class AppModel final : public ObservableObject, public VolumeHost {
     // Before the published fields: their change handlers and `transfers` use these.
     Platform platform_;
     LifetimeAnchor<AppModel> anchor_{this};
-    LaunchAgentManager& launchAgent_;
-    DesktopIcon& desktopIcon_;
     KeychainStore keychain_;
     VolumeTable volumes_;
     SMBMounter mounter_;
+    DesktopIcon desktopIcon_;
+    LaunchAgentManager launchAgent_;
 
 public:
     /// Migrates old settings, loads all settings, finds out what is mounted and starts the reconnect monitor.
-    /// Neither contacts the PC nor mounts. The collaborators outlive the model.
-    AppModel(const Platform& platform, LaunchAgentManager& launchAgent, DesktopIcon& desktopIcon);
+    /// Neither contacts the PC nor mounts. What the ports refer to outlives the model.
+    explicit AppModel(const Platform& platform);
 
     Published<std::vector<ServerDisk>> disks;
     Published<std::vector<ServerShare>> shares;

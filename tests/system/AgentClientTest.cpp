@@ -36,13 +36,11 @@ struct Case {
     QtMainLoop loop;
     CurlHttpClient http{loop};
     FakePlatform fake{http};
-    RecordingLaunchAgent launchAgent;
-    RecordingDesktopIcon desktopIcon;
-    AppModel model{fake.platform, launchAgent, desktopIcon};
+    AppModel model{fake.platform};
     TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE() << "an exception escaped"; }};
 };
 
-class AgentClient : public testing::Test {
+class AgentClient : public ModelFixture {
 protected:
     AgentClient() {
         agent.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -201,7 +199,9 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     for (const auto& [behaviour, expected] : expectations) {
         expectText(one->model.setupError->value_or(u"(none)"_s), expected, behaviour);
         EXPECT_EQ(one->model.authMode == AuthMode::login, expected == exists) << behaviour.toStdString();
-        EXPECT_EQ(one->fake.processes.calls.empty(), expected != created) << "no account, no mount";
+        const auto& programs = one->fake.processes.calls;
+        EXPECT_EQ(std::none_of(programs.begin(), programs.end(), isMount), expected != created)
+            << "no account, no mount";
         EXPECT_FALSE(one->model.isBusy || one->model.setupComplete) << behaviour.toStdString();
         ++one;
     }

@@ -136,8 +136,7 @@ TEST_F(AccountSetup, CreatesMountsAndFinishes) {
     fake.time.advance(std::chrono::seconds(3));
     EXPECT_EQ(model.setupError.get(), std::nullopt);
     EXPECT_EQ(*model.status, u"Mounted MOSSBOX1 — will reconnect at login"_s);
-    EXPECT_TRUE(
-        fake.processes.calls.at(0).back().contains(u"smb://anna:    @http://10.0.0.5/MOSSBOX1"_s))
+    EXPECT_TRUE(fake.processes.calls.at(0).back().contains(u"smb://anna:    @http://10.0.0.5/MOSSBOX1"_s))
         << fake.processes.calls[0].back().toStdString();
     EXPECT_EQ(fake.defaults.values[u"ternvault.setupComplete"_s], QVariant(true));
     EXPECT_EQ(fake.defaults.values[u"ternvault.selectedShare"_s], QVariant(u"MOSSBOX1"_s));
@@ -148,10 +147,9 @@ TEST_F(AccountSetup, CreatesMountsAndFinishes) {
 
     model.autoConnect = false;
     model.authMode = AuthMode::login;
-    const std::size_t mounts = fake.processes.calls.size();
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.status, u"Mounted MOSSBOX1 — not set to open at login"_s);
-    EXPECT_EQ(fake.processes.calls.size(), mounts) << "what is mounted is not mounted again";
+    EXPECT_EQ(mounts(), 1U) << "what is mounted is not mounted again";
 }
 
 TEST_F(AccountSetup, SaysWhyItFailed) {
@@ -168,14 +166,10 @@ TEST_F(AccountSetup, SaysWhyItFailed) {
     EXPECT_EQ(*model.setupError, u"Login failed: no such user"_s);
     EXPECT_EQ(*model.status, u"Mount failed: no such user"_s);
 
-    bool appeared = false;
-    fake.processes.respond = [&](const QStringList&) {
-        fake.files.entries["/Volumes/MOSSBOX1"] = !std::exchange(appeared, true);
-        fake.time.post([this] { fake.files.entries.clear(); });
-        return ProcessResult{};
-    };
+    letMountsSucceed();
+    fake.files.onFound = [this] { fake.files.entries.clear(); };
     perform(model.completeAuthFlow());
-    fake.time.advance(std::chrono::seconds(3));
+    EXPECT_EQ(*model.setupError, u"Could not mount Tern Vault — check username/password and server IP"_s);
     EXPECT_FALSE(model.isBusy || model.setupComplete);
 }
 
