@@ -99,7 +99,7 @@ DisksResponse decodeDisksResponse(const QByteArray& json) {
 QByteArray encodeDisksResponse(const DisksResponse& response) {
     return QJsonDocument(
                QJsonObject{{disks, encodeEach(response.disks)}, {shares, encodeEach(response.shares)}})
-        .toJson();
+        .toJson(QJsonDocument::Compact);
 }
 
 } // namespace ternvault

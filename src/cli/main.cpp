@@ -1,9 +1,11 @@
 #include "async/EscapeReport.h"
+#include "cli/AgentCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/CopyCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/MountCommands.h"
 #include "cli/SettingsCommands.h"
+#include "cli/SetupCommands.h"
 #include "cli/Terminal.h"
 #include "model/AppModel.h"
 #include "platform/linux/LinuxServices.h"
@@ -37,6 +39,15 @@ Task<int> copyItems(AppModel& model, MainLoop& mainLoop, std::vector<std::string
 
 Task<int> perform(Command command, AppModel& model, Platform platform) {
     switch (command.verb) {
+    case Verb::acceptLegal:
+        co_return acceptLegal(model);
+    case Verb::disks:
+        co_return co_await listDisks(model, !command.arguments.empty());
+    case Verb::setup:
+        co_return co_await setUp(model, command.arguments.front() == "--create" ? AuthMode::create
+                                                                                : AuthMode::login);
+    case Verb::reset:
+        co_return resetSetup(model);
     case Verb::status:
         co_return printStatus(model);
     case Verb::mount:
@@ -47,6 +58,12 @@ Task<int> perform(Command command, AppModel& model, Platform platform) {
         co_return co_await copyItems(model, platform.mainLoop, command.arguments);
     case Verb::log:
         co_return printTransferLog(model);
+    case Verb::autoconnect:
+        co_return setSetting(model, platform.secrets,
+                             QStringList(u"autoConnect"_s) + texts(command.arguments));
+    case Verb::desktopIcon:
+        co_return setSetting(model, platform.secrets,
+                             QStringList(u"showDesktopIcon"_s) + texts(command.arguments));
     case Verb::set:
         co_return setSetting(model, platform.secrets, texts(command.arguments));
     case Verb::get:

@@ -77,6 +77,8 @@ public:
     /// Asks the agent for its disks and shares and reports in `status`; a failure leaves the lists as they
     /// are.
     Task<> fetchDisks();
+    /// Whether the latest answer of the agent brought the lists.
+    bool isListingCurrent() const { return isListingCurrent_; }
 
     /// One pass of the setup: checks what was typed, creates the account when asked, mounts. Ends with
     /// `setupComplete`, or with `setupError`.
@@ -137,6 +139,7 @@ private:
     Task<> pollAndReconnectIfNeeded();
 
     std::vector<Subscription> childBags_;
+    bool isListingCurrent_ = false;
     /// The change handlers reach beyond the settings only once the start sequence is over.
     bool didFinishInit_ = false;
     std::unique_ptr<Timer> reconnectTimer_;

@@ -20,6 +20,7 @@ HttpRequest AppModel::authorizedRequest(const QUrl& url, const QByteArray& metho
 
 Task<> AppModel::fetchDisks() {
     isBusy = true;
+    isListingCurrent_ = false;
     if (std::optional<HttpRequest> request = disksRequest()) {
         const HttpOutcome outcome = co_await exchange(platform_.http, std::move(*request));
         if (const auto* const answer = std::get_if<HttpResponse>(&outcome))
@@ -69,6 +70,7 @@ void AppModel::showDisks(const HttpResponse& answer) {
         DisksResponse response = decodeDisksResponse(answer.body);
         disks = std::move(response.disks);
         shares = std::move(response.shares);
+        isListingCurrent_ = true;
     } catch (const DecodingError& error) {
         showAgentUnreachable(QString::fromUtf8(error.what()));
         return;
