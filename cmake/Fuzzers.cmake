@@ -1,13 +1,12 @@
 # A program that feeds itself inputs, guided by the code that they reach (libFuzzer). It compiles the sources that it
-# tries afresh, instrumented: libraries that are not would hide both faults and coverage. Extra libraries may follow
-# with target_link_libraries. Its test starts from the inputs in corpus/<name> and leaves them as they are.
+# tries afresh, instrumented: libraries that are not would hide both faults and coverage. Qt is not. Its test starts from the inputs in corpus/<name> and leaves them as they are.
 # Only clang has this, and only without other sanitizers.
 function(add_fuzzer name)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR TERNVAULT_SANITIZE)
     return()
   endif()
   add_executable(fuzz_${name} ${ARGN})
-  target_link_libraries(fuzz_${name} PRIVATE ternvault_strictness)
+  target_link_libraries(fuzz_${name} PRIVATE ternvault_strictness Qt6::Core)
   target_compile_options(fuzz_${name} PRIVATE -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all)
   target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer,address,undefined)
 
