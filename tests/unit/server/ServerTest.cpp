@@ -13,13 +13,13 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 #include <sys/stat.h>
 
 namespace ternvault::server {
 
+using namespace std::chrono_literals;
 using test::readFile;
 using test::writeFile;
 using testing::ElementsAre;
@@ -89,11 +89,9 @@ struct FakePrograms : Programs {
     std::map<std::string, ProgramResult> results;
     std::vector<std::string> calls;
     std::function<void()> before = [] {};
-    std::mutex mutex;
 
     ProgramResult run(const Command& command, std::string_view input, std::chrono::milliseconds) override {
         before();
-        const std::lock_guard lock(mutex);
         calls.push_back(testing::PrintToString(command) + std::string(input));
         return results[command.front()];
     }
@@ -154,13 +152,15 @@ TEST(DiskListing, WorksOnceForAllWhoAskAndNeverHoldsThem) {
     programs->results = {{"/usr/bin/lsblk", {0, R"({"blockdevices": []})"}}, {"/usr/bin/testparm", {0, ""}}};
     std::promise<void> answer;
     programs->before = [released = answer.get_future().share()] { released.wait(); };
-    const auto inventory = std::make_shared<Inventory>(programs, Configuration{});
-    DiskListing impatient(inventory, std::chrono::milliseconds(0));
+    DiskListing impatient(std::make_shared<Inventory>(programs, Configuration{}), {0s, 1h});
     EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
     EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
-
     answer.set_value();
-    DiskListing listing(std::make_shared<Inventory>(programs, Configuration{}));
+    while (refusal([&] { impatient.get(); }) == "503 busy")
+        std::this_thread::yield();
+    EXPECT_EQ(programs->calls.size(), 2U);
+
+    DiskListing listing(std::make_shared<Inventory>(programs, Configuration{}), {1h, 1h});
     std::atomic<int> same = 0;
     std::vector<std::jthread> threads;
     for (int i = 0; i < 20; ++i)
