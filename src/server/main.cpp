@@ -1,4 +1,5 @@
 #include "server/Configuration.h"
+#include "server/SetupCommand.h"
 #include "server/Token.h"
 
 #include <cerrno>
@@ -16,6 +17,7 @@ using namespace ternvault::server;
 
 constexpr auto help = R"(Usage: mossbox-agent [--config FILE]
        mossbox-agent --init [--config FILE]
+       mossbox-agent setup [--share NAME] FOLDER
 
 Tells Tern Vault on the home network about this PC's disks and shares, and
 creates accounts for it. Ends with status 0 when told to (SIGTERM), with 1 and
@@ -24,6 +26,7 @@ the reason on standard error when it fails, with 2 when it was called wrongly.
   --init         make the token that clients need and show it, this once; an
                  existing token is never replaced
   --config FILE  settings, /etc/mossbox-agent.json when nothing is said
+  setup          prepare this PC, see mossbox-agent setup --help
   --help         show this text
   --version      show the version
 )";
@@ -84,6 +87,8 @@ void initialise(const Configuration& configuration) {
 }
 
 int run(int argc, char** argv) {
+    if (argc > 1 && argv[1] == std::string_view("setup"))
+        return runSetup(argc - 1, argv + 1);
     const Options options = readOptions(argc, argv);
     if (options.text) {
         std::cout << *options.text;
