@@ -1,15 +1,22 @@
+#include "server/Agent.h"
 #include "server/Configuration.h"
+#include "server/HttpServer.h"
+#include "server/Log.h"
 #include "server/SetupCommand.h"
 #include "server/Token.h"
 
-#include <cerrno>
+#include <csignal>
+#include <filesystem>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include <getopt.h>
+#include <malloc.h>
 
 namespace {
 
@@ -86,6 +93,39 @@ void initialise(const Configuration& configuration) {
     }
 }
 
+std::string token(const Configuration& configuration) {
+    try {
+        return readToken(configuration.tokenFile);
+    } catch (const std::system_error& error) {
+        const std::string file = "the token file " + configuration.tokenFile.string();
+        if (error.code() == std::errc::no_such_file_or_directory)
+            throw std::runtime_error(file + " is missing; mossbox-agent --init makes it");
+        if (error.code() == std::errc::operation_not_permitted)
+            throw std::runtime_error(file + " can be read by others than its owner");
+        if (error.code() == std::errc::invalid_argument)
+            throw std::runtime_error(file + " holds no token");
+        throw std::runtime_error(file + ": " + error.code().message());
+    }
+}
+
+void serve(const Configuration& configuration) {
+    // Threads inherit the mask; programs that the agent runs do not.
+    sigset_t ending;
+    ::sigemptyset(&ending);
+    ::sigaddset(&ending, SIGTERM);
+    ::sigaddset(&ending, SIGINT);
+    ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    ::signal(SIGPIPE, SIG_IGN);
+    // Hundreds of threads that come and go shall not each leave memory behind.
+    ::mallopt(M_ARENA_MAX, 2);
+    Agent agent(configuration, token(configuration), std::make_shared<SystemPrograms>());
+    const HttpServer server(agent, configuration.listen, configuration.port);
+    logLine("ready on port " + std::to_string(configuration.port));
+    int received = 0;
+    ::sigwait(&ending, &received);
+    logLine("ending");
+}
+
 int run(int argc, char** argv) {
     if (argc > 1 && argv[1] == std::string_view("setup"))
         return runSetup(argc - 1, argv + 1);
@@ -97,6 +137,8 @@ int run(int argc, char** argv) {
     const Configuration configuration = configure(options);
     if (options.init)
         initialise(configuration);
+    else
+        serve(configuration);
     return 0;
 }
 
