@@ -64,8 +64,11 @@ std::optional<SetupStep> groupStep(Programs& programs) {
 // --- The folder
 // --------------------------------------------------------------------------------------------------
 
-/// Group members may do everything, and what they make belongs to the group in turn.
-constexpr mode_t groupMode = S_ISGID | S_IRWXG;
+/// Group members may do everything, and what they make belongs to the group in turn. A sticky bit would keep
+/// one account's entries from the others.
+mode_t modeFor(mode_t mode) {
+    return ((mode & 07777) | S_ISGID | S_IRWXG) & ~static_cast<mode_t>(S_ISVTX);
+}
 
 bool keepsNoOwners(const std::filesystem::path& folder) {
     constexpr std::uint32_t exfat = 0x2011BAB0;
@@ -89,7 +92,7 @@ void openToGroup(const std::filesystem::path& folder) {
     struct stat attributes {};
     if (!descriptor || ::fstat(descriptor.get(), &attributes) != 0 ||
         ::fchown(descriptor.get(), static_cast<uid_t>(-1), groupId().value()) != 0 ||
-        ::fchmod(descriptor.get(), (attributes.st_mode & 07777) | groupMode) != 0)
+        ::fchmod(descriptor.get(), modeFor(attributes.st_mode)) != 0)
         throw std::system_error(errno, std::generic_category(), folder.string());
 }
 
@@ -104,10 +107,10 @@ std::optional<SetupStep> folderStep(const std::filesystem::path& folder) {
                          " keeps no owners: mount it with the options gid=" + accountGroup +
                          ",umask=0007 after groupadd --system " + accountGroup);
     }
-    if (ofGroup && (attributes.st_mode & groupMode) == groupMode)
+    if (ofGroup && (attributes.st_mode & 07777) == modeFor(attributes.st_mode))
         return std::nullopt;
     std::array<char, 8> mode{};
-    std::snprintf(mode.data(), mode.size(), "%04o", (attributes.st_mode & 07777) | groupMode);
+    std::snprintf(mode.data(), mode.size(), "%04o", modeFor(attributes.st_mode));
     return SetupStep{"Give the folder " + folder.string() + " to the group " + accountGroup + " with mode " +
                          mode.data() + "; its owner and what is in it stay as they are.",
                      [folder] {

@@ -9,6 +9,7 @@ import os
 import pathlib
 import pty
 import re
+import socket
 import subprocess
 import sys
 import tempfile
@@ -16,10 +17,9 @@ import time
 import unittest
 
 CLONE = pathlib.Path(__file__).resolve().parents[2]
-CANNOT_RUN = 77
 TOKEN = "/etc/mossbox-agent.token"
 DISK = "/srv/a big disk"
-SMB_PORT = "4450"  # beside the server of the private PC around
+SMB_PORT = 4450  # beside the server of the private PC around
 ADDRESS = "127.0.0.1"
 
 numbers = itertools.count()
@@ -87,15 +87,17 @@ class BarePc:
         process = subprocess.Popen(["chroot", self.root, *command], stdin=subprocess.DEVNULL)
         try:
             wait_for(port, process)
-            yield
+            yield process
         finally:
             process.terminate()
             process.wait(timeout=20)
-        if process.returncode != 0:
-            raise AssertionError(f"{command} ended with {process.returncode}")
 
+    @contextlib.contextmanager
     def agent(self):
-        return self.running(8743, AGENT)
+        with self.running(8743, AGENT) as process:
+            yield
+        if process.returncode != 0:
+            raise AssertionError(f"the agent ended with {process.returncode}")
 
     def ask(self, method, path, body=None):
         connection = http.client.HTTPConnection(ADDRESS, 8743, timeout=30)
@@ -112,7 +114,7 @@ def wait_for(port, process):
     end = time.monotonic() + 15
     while process.poll() is None and time.monotonic() < end:
         with contextlib.suppress(OSError):
-            http.client.HTTPConnection(ADDRESS, int(port), timeout=1).connect()
+            socket.create_connection((ADDRESS, port), timeout=1).close()
             return
         time.sleep(0.05)
     raise AssertionError(f"nothing listens on port {port}")
@@ -122,7 +124,7 @@ def smbclient(user, password, share, commands):
     with tempfile.NamedTemporaryFile("w") as authentication:
         authentication.write(f"username = {user}\npassword = {password}\n")
         authentication.flush()
-        result = subprocess.run(["smbclient", "-A", authentication.name, "-p", SMB_PORT, f"//{ADDRESS}/{share}",
+        result = subprocess.run(["smbclient", "-A", authentication.name, "-p", str(SMB_PORT), f"//{ADDRESS}/{share}",
                                  "-c", commands], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.STDOUT, text=True, check=False)
         return result.returncode, result.stdout
@@ -136,7 +138,7 @@ class AccountsTest(unittest.TestCase):
 
     def test_new_account_is_for_files_only_and_logs_in(self):
         pc = self.pc
-        with pc.agent(), pc.running(SMB_PORT, "smbd", "--foreground", "--no-process-group", "-p", SMB_PORT):
+        with pc.agent(), pc.running(SMB_PORT, "smbd", "--foreground", "-p", str(SMB_PORT)):
             self.assertEqual([pc.create("anna", "pä ss:\"1\\"), pc.create("otto")], [201, 201])
             user = pc.run("getent", "passwd", "anna")[1].strip().split(":")
             self.assertLess(int(user[2]), 1000)
