@@ -4,10 +4,20 @@ namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
-bool isCurrentLegalVersionAccepted(const UserDefaults& defaults) {
-    static const QString currentVersion = u"2026-08-05"_s;
-    return defaults.boolean(u"ternvault.legalAccepted"_s).value_or(false) &&
-           defaults.string(u"ternvault.legalVersion"_s) == currentVersion;
+namespace {
+
+QUrl document(const QString& name) {
+    return QUrl(u"https://" TERNVAULT_LEGAL_HOST "/apps/TernVault/"_s + name, QUrl::StrictMode);
+}
+
+} // namespace
+
+QUrl privacyURL() {
+    return document(u"privacy"_s);
+}
+
+QUrl termsURL() {
+    return document(u"terms"_s);
 }
 
 } // namespace ternvault

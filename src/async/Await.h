@@ -2,6 +2,7 @@
 
 #include "base/Task.h"
 #include "platform/BackgroundTasks.h"
+#include "platform/HttpClient.h"
 #include "platform/MainLoop.h"
 
 #include <chrono>
@@ -63,6 +64,18 @@ inline Task<void> yieldToMainLoop(MainLoop& mainLoop) {
     const WakeUp turn;
     mainLoop.post(turn.waker());
     co_await turn;
+}
+
+/// Exchanges one request for its outcome. The exchange goes on when the waiting routine is destroyed.
+inline Task<HttpOutcome> exchange(HttpClient& http, HttpRequest request) {
+    const auto outcome = std::make_shared<HttpOutcome>();
+    const WakeUp finished;
+    http.send(request, [outcome, wake = finished.waker()](HttpOutcome told) {
+        *outcome = std::move(told);
+        wake();
+    });
+    co_await finished;
+    co_return std::move(*outcome);
 }
 
 /// Runs `work` in the background and resumes on the main thread with its result or exception. `work` runs to

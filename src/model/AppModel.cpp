@@ -1,6 +1,5 @@
 #include "model/AppModel.h"
 
-#include "agent/LegalVersion.h"
 #include "async/EscapeReport.h"
 #include "model/LegacyPrefs.h"
 #include "model/SettingsKeys.h"
@@ -76,7 +75,7 @@ void AppModel::loadSettings() {
                     (!smbUser->isEmpty() && !smbPassword->isEmpty());
     autoConnect = defaults.boolean(keys::autoConnect).value_or(false);
     showDesktopIcon = defaults.boolean(keys::showDesktopIcon).value_or(false);
-    legalAccepted = isCurrentLegalVersionAccepted(defaults);
+    legalAccepted = isCurrentLegalVersionAccepted();
 
     store(keys::setupComplete, *setupComplete);
     store(keys::autoConnect, *autoConnect);

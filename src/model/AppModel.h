@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/AgentRecords.h"
+#include "agent/AuthMode.h"
 #include "async/TaskScope.h"
 #include "base/Lifetime.h"
 #include "base/ObservableObject.h"
@@ -71,6 +72,23 @@ public:
     Published<bool> acceptedTerms;
     Published<std::optional<QString>> legalError;
 
+    /// Where the agent is; nothing while the settings make no address.
+    std::optional<QUrl> agentBaseURL() const;
+    /// Asks the agent for its disks and shares and reports in `status`; a failure leaves the lists as they
+    /// are.
+    Task<> fetchDisks();
+
+    /// One pass of the setup: checks what was typed, creates the account when asked, mounts. Ends with
+    /// `setupComplete`, or with `setupError`.
+    Task<> completeAuthFlow();
+    /// Back to the setup: forgets the password; the other settings and what is mounted stay.
+    void resetSetup();
+
+    /// Records that both legal documents were accepted, or says in `legalError` that they were not.
+    void acceptLegal();
+    void openPrivacyPolicy();
+    void openTerms();
+
     bool hasAgentToken() const { return !agentToken->trimmed().isEmpty(); }
 
     /// Brings `mountedVolumeName` in line with the file system. Never waits for the PC.
@@ -93,6 +111,19 @@ private:
     void forwardTransferChanges();
     void store(QLatin1String key, const QVariant& value) { platform_.defaults.set(key, value); }
     QString storedString(QLatin1String key, const QString& fallback) const;
+
+    HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method) const;
+    std::optional<HttpRequest> disksRequest();
+    void showDisks(const HttpResponse& answer);
+    void showAgentUnreachable(const QString& reason);
+    QString connectedMessage() const;
+
+    Task<bool> createAccount(QString user, QString password);
+    Task<> createUserOnServer(QString username, QString password);
+    Task<> mountWithAccount(QString host, QString user, QString password);
+    void finishSetupSuccess(const QString& share);
+
+    bool isCurrentLegalVersionAccepted() const;
 
     std::optional<QString> detectMountedVolume() const;
     std::optional<std::int64_t> shareCount() const;

@@ -12,6 +12,10 @@ inline constexpr QLatin1String selectedShare("ternvault.selectedShare");
 inline constexpr QLatin1String setupComplete("ternvault.setupComplete");
 inline constexpr QLatin1String autoConnect("ternvault.autoConnect");
 inline constexpr QLatin1String showDesktopIcon("ternvault.showDesktopIcon");
+inline constexpr QLatin1String legalAccepted("ternvault.legalAccepted");
+inline constexpr QLatin1String legalVersion("ternvault.legalVersion");
+/// Seconds since 1970 UTC, with fraction.
+inline constexpr QLatin1String legalAcceptedAt("ternvault.legalAcceptedAt");
 inline constexpr QLatin1String migratedFromMossBox("ternvault.migratedFromMossBox");
 /// Account of the SMB password in the keychain, and the settings key under which old versions kept it in
 /// plain text.

@@ -5,6 +5,7 @@
 #include "platform/FileLocations.h"
 #include "platform/FileManager.h"
 #include "platform/FilePanel.h"
+#include "platform/HttpClient.h"
 #include "platform/MainLoop.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/SecretStore.h"
@@ -29,6 +30,7 @@ struct Platform {
     SecurityScope& securityScope;
     UnifiedLog& log;
     Workspace& workspace;
+    HttpClient& http;
 };
 
 } // namespace ternvault

@@ -9,8 +9,6 @@ namespace ternvault::server {
 namespace {
 
 constexpr std::chrono::seconds keptFor{1};
-/// Clients wait 15 seconds.
-constexpr std::chrono::seconds patience{12};
 
 bool isReady(const std::shared_future<std::string>& description) {
     return description.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
@@ -31,7 +29,7 @@ std::shared_future<std::string> DiskListing::current() {
 
 std::string DiskListing::get() {
     const auto description = current();
-    if (description.wait_for(patience) != std::future_status::ready)
+    if (description.wait_for(patience_) != std::future_status::ready)
         throw Refusal(503, "busy", "A disk of the PC does not answer");
     return description.get();
 }

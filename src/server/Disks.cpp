@@ -41,6 +41,15 @@ std::string trimmed(const std::string& text) {
     return first == text.npos ? "" : text.substr(first, text.find_last_not_of(' ') + 1 - first);
 }
 
+/// Swap space has a mount point "[SWAP]" and no root; it is no place.
+std::vector<Place> readPlaces(const Json& points, const Json& roots) {
+    std::vector<Place> places;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        if (std::string point = textOrNothing(points[i]); point.starts_with('/'))
+            places.push_back({std::move(point), i < roots.size() ? textOrNothing(roots[i]) : ""});
+    return places;
+}
+
 std::vector<Device> readDevices(const Json& list) {
     std::vector<Device> devices;
     for (const Json& object : list) {
@@ -52,10 +61,7 @@ std::vector<Device> readDevices(const Json& list) {
                       object.at("size"),
                       {},
                       {}};
-        const Json& points = object.at("mountpoints");
-        for (std::size_t i = 0; i < points.size(); ++i)
-            if (!points[i].is_null())
-                device.places.push_back({points[i], textOrNothing(object.at("fsroots").at(i))});
+        device.places = readPlaces(object.at("mountpoints"), object.at("fsroots"));
         if (object.contains("children"))
             device.children = readDevices(object["children"]);
         devices.push_back(std::move(device));
@@ -97,8 +103,7 @@ void collectMountpoints(const Device& device, std::vector<std::string>& found) {
     for (const Place& place : device.places) {
         const bool isShownElsewhere = std::ranges::any_of(
             device.places, [&place](const Place& other) { return isRedundant(place, other); });
-        if (place.point.starts_with('/') && !isShownElsewhere &&
-            std::ranges::find(found, place.point) == found.end())
+        if (!isShownElsewhere && std::ranges::find(found, place.point) == found.end())
             found.push_back(place.point);
     }
     for (const Device& child : device.children)

@@ -24,7 +24,7 @@ constexpr unsigned mostConnectionsPerClient = 256;
 /// Headers have to fit into this, too.
 constexpr std::size_t memoryPerConnection = 16 * 1024;
 constexpr std::size_t stackPerConnection = 256 * 1024;
-constexpr std::chrono::seconds requestLimit{15};
+constexpr std::chrono::seconds requestLimit{10};
 /// Longer than any answer takes to be made.
 constexpr std::chrono::seconds answerLimit{60};
 /// A request on its way.

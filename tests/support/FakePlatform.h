@@ -203,11 +203,34 @@ public:
 class FakeWorkspace : public Workspace {
 public:
     void openFolder(const std::filesystem::path& folder) override { opened.push_back(folder); }
+    void openURL(const QUrl& url) override { browsed.push_back(url); }
     std::vector<std::filesystem::path> opened;
+    std::vector<QUrl> browsed;
 };
 
-/// All ports, faked, with the Platform that refers to them.
+/// Records every request; the test answers it through `answer`.
+class FakeHttp : public HttpClient {
+public:
+    void send(const HttpRequest& request, std::function<void(HttpOutcome)> done) override {
+        requests.push_back(request);
+        pending.push_back(std::move(done));
+    }
+    /// Answers the oldest request that waits.
+    void answer(const HttpOutcome& outcome) {
+        const auto done = std::move(pending.front());
+        pending.pop_front();
+        done(outcome);
+    }
+
+    std::vector<HttpRequest> requests;
+    std::deque<std::function<void(HttpOutcome)>> pending;
+};
+
+/// All ports, faked, with the Platform that refers to them; HTTP may be real.
 struct FakePlatform {
+    FakePlatform() = default;
+    explicit FakePlatform(HttpClient& realHttp) : usedHttp(realHttp) {}
+
     VirtualTime time;
     FakeDefaults defaults;
     FakeSecrets secrets;
@@ -218,8 +241,10 @@ struct FakePlatform {
     FakeSecurityScope securityScope;
     FakeLog log;
     FakeWorkspace workspace;
-    Platform platform{time,  time,      time,      defaults,      secrets, processes,
-                      files, locations, filePanel, securityScope, log,     workspace};
+    FakeHttp http;
+    HttpClient& usedHttp = http;
+    Platform platform{time,      time,      time,          defaults, secrets,   processes, files,
+                      locations, filePanel, securityScope, log,      workspace, usedHttp};
 };
 
 } // namespace ternvault::test

@@ -7,16 +7,28 @@ namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
-void DesktopWorkspace::openFolder(const std::filesystem::path& folder) {
+namespace {
+
+void open(const QString& target) {
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         return;
     QProcess process;
     process.setProgram(u"xdg-open"_s);
-    process.setArguments({QFile::decodeName(folder.c_str())});
+    process.setArguments({target});
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
     process.startDetached();
+}
+
+} // namespace
+
+void DesktopWorkspace::openFolder(const std::filesystem::path& folder) {
+    open(QFile::decodeName(folder.c_str()));
+}
+
+void DesktopWorkspace::openURL(const QUrl& url) {
+    open(url.toString(QUrl::FullyEncoded));
 }
 
 } // namespace ternvault

@@ -74,8 +74,8 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
 }
 
 Platform LinuxServices::platform(FilePanel& filePanel) {
-    return {mainLoop_, clock_,     background_, defaults_,      secrets_, processes_,
-            files_,    locations_, filePanel,   securityScope_, log_,     workspace_};
+    return {mainLoop_,  clock_,    background_,    defaults_, secrets_,   processes_, files_,
+            locations_, filePanel, securityScope_, log_,      workspace_, http_};
 }
 
 } // namespace ternvault

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/linux/CurlHttpClient.h"
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/FileSecretStore.h"
 #include "platform/linux/JournalLog.h"
@@ -52,6 +53,7 @@ private:
     NoSecurityScope securityScope_;
     JournalLog log_;
     DesktopWorkspace workspace_;
+    CurlHttpClient http_{mainLoop_};
     /// Last, so first to go: its work uses the others.
     ThreadBackgroundTasks background_;
 };

@@ -1,0 +1,173 @@
+#!/usr/bin/python3
+"""An agent on loopback that misbehaves on demand: the token of a request names what it gets.
+
+Prints the port that it listens on, then a JSON object for every request that it reads, a line each. A second port,
+told too, belongs to "another host": only what follows a redirect comes there.
+"""
+import json
+import os
+import re
+import socket
+import sys
+import threading
+import time
+
+DISK = {"name": "sda", "path": "/dev/sda", "size_bytes": 9007199254740993, "size_human": "9.0 PB", "model": "Föhn",
+        "is_system": False, "mountpoints": ["/srv/a"], "share_name": "A", "available": True}
+SHARES = [{"name": name, "path": f"/srv/{name}", "free_bytes": 1, "total_bytes": 2, "smb_url": f"smb://pc/{name}"}
+          for name in "AB"]
+LISTING = {"disks": [DISK, dict(DISK, name="sdb", share_name=None, available=False)], "shares": SHARES}
+
+
+def answer(status, body=b"", *headers):
+    if isinstance(body, (dict, list)):
+        body = json.dumps(body, ensure_ascii=False)
+    if isinstance(body, str):
+        body = body.encode()
+    lines = [f"HTTP/1.1 {status} Reason", f"Content-Length: {len(body)}", *headers]
+    return "\r\n".join(lines).encode() + b"\r\n\r\n" + body
+
+
+def without(key):
+    return {name: value for name, value in LISTING.items() if name != key}
+
+
+def with_size(literal):
+    return answer(200, json.dumps(LISTING).replace("9007199254740993", literal))
+
+
+def text(size):
+    return b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % size
+
+
+def endless(connection, piece):
+    connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n")
+    while True:
+        connection.sendall(b"10000\r\n" + piece * 65536 + b"\r\n")
+
+
+def slowly(connection, data):
+    for byte in data:
+        connection.sendall(bytes([byte]))
+        time.sleep(1)
+
+
+def body_a_byte_a_second(connection):
+    body = json.dumps({"disks": [], "shares": []}).encode()[:-1]
+    connection.sendall(text(len(body) + 1))
+    slowly(connection, body)
+    connection.sendall(b"}")
+
+
+def huge(connection):
+    connection.sendall(text(200_000_000))
+    for _ in range(200):
+        connection.sendall(b" " * 1_000_000)
+
+
+def redirect(status, location):
+    return answer(status, "moved away", f"Location: {location}")
+
+
+BEHAVIOURS = {
+    "listing": answer(200, LISTING),
+    "empty lists": answer(200, {"disks": [], "shares": [], "server": "ignored"}),
+    "no body": answer(200),
+    "half a body": text(1000) + b'{"disks": [',
+    "huge": huge,
+    "endless chunks": lambda connection: endless(connection, b" "),
+    "silent chunks": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1\r\n{\r\n",
+    "deep nesting": answer(200, b'{"disks": ' + b"[" * 100_000),
+    "disks missing": answer(200, without("disks")),
+    "shares null": answer(200, dict(LISTING, shares=None)),
+    "not an object": answer(200, [LISTING]),
+    "wrong type": answer(200, dict(LISTING, shares=[SHARES[0], dict(SHARES[1], free_bytes="1")])),
+    "available missing": answer(200, {"disks": [{k: v for k, v in DISK.items() if k != "available"}], "shares": []}),
+    "beyond 64 bits": with_size("9223372036854775808"),
+    "a fraction": with_size("1.5"),
+    "whole as a fraction": with_size("9e3"),
+    "invalid UTF-8": answer(200, json.dumps(LISTING).encode().replace(b"sda", b"s\xffa")),
+    "a byte a second": body_a_byte_a_second,
+    "a header a second": lambda connection: slowly(connection, b"HTTP/1.1 200 OK\r\nX-Slow: " + b"x" * 60),
+    "elsewhere on this host": redirect(302, "/elsewhere"),
+    "round and round": redirect(307, "/api/disks"),
+    "another host": redirect(301, "http://127.0.0.1:{other}/api/disks"),
+    "after 1xx": b"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\nHTTP/1.1 100 Continue\r\n\r\n" + answer(200, LISTING),
+    "only 1xx": b"HTTP/1.1 100 Continue\r\n\r\n",
+    "not HTTP": b"SSH-2.0-OpenSSH_9.2p1 Debian\r\n" * 10,
+    "binary": bytes(range(256)) * 40,
+    "closes at once": b"",
+    "never answers": None,
+    "unauthorized": answer(401, "who?", "WWW-Authenticate: Basic realm=x"),
+    "created": answer(201, {"username": "anna"}),
+    "created without body": answer(200),
+    "exists": answer(409, "whatever"),
+    "exists in the body": answer(200, {"error": "user_exists"}),
+    "exists and unauthorized": answer(401, {"error": "user_exists"}),
+    "refused": answer(500, {"error": "disk_full", "message": "No room left"}),
+    "refused without code": answer(400, {"message": "Not that name"}),
+    "refused oddly": answer(400, {"error": 7, "message": ["x"]}),
+    "refused in a list": answer(400, [{"message": "x"}]),
+    "broken": answer(500),
+    "broken text": answer(503, " try again\n"),
+    "broken bytes": answer(500, b"\xff\xfe"),
+    "no content": answer(204),
+    "found nothing": answer(404, "no such page"),
+}
+
+
+def tell(document):
+    os.write(sys.stdout.fileno(), json.dumps(document).encode() + b"\n")  # whole: several threads write
+
+
+def read_request(connection):
+    data = b""
+    while b"\r\n\r\n" not in data:
+        piece = connection.recv(65536)
+        if not piece:
+            return None
+        data += piece
+    head, _, body = data.partition(b"\r\n\r\n")
+    length = int((re.search(rb"(?i)\r\ncontent-length: *(\d+)", head) or [0, 0])[1])
+    while len(body) < length:
+        body += connection.recv(65536)
+    line, *headers = head.decode("latin-1").split("\r\n")
+    return {"line": line, "headers": headers, "body": body.decode()}
+
+
+def serve(connection, ports):
+    # A client that gives up early is what some of these are for.
+    try:
+        with connection:
+            request = read_request(connection)
+            if request is None:
+                return
+            token = next((header[19:] for header in request["headers"] if header.startswith("X-TernVault-Token: ")), "")
+            tell(dict(request, token=token, port=connection.getsockname()[1]))
+            behaviour = BEHAVIOURS["listing" if "/elsewhere" in request["line"] else token]
+            if callable(behaviour):
+                behaviour(connection)
+            elif behaviour:
+                connection.sendall(behaviour.replace(b"{other}", str(ports[1]).encode()))
+            if behaviour is None or token == "silent chunks":
+                connection.recv(1)
+    except OSError:
+        pass
+
+
+def listen(listener, ports):
+    while True:
+        connection, _ = listener.accept()
+        threading.Thread(target=serve, args=(connection, ports), daemon=True).start()
+
+
+def main():
+    listeners = [socket.create_server(("127.0.0.1", 0)) for _ in range(2)]
+    ports = [listener.getsockname()[1] for listener in listeners]
+    tell(ports)
+    for listener in listeners:
+        threading.Thread(target=listen, args=(listener, ports), daemon=True).start()
+    sys.stdin.read()  # ends with the test that started it
+
+
+main()

@@ -1,0 +1,220 @@
+#include "model/AppModel.h"
+#include "platform/linux/CurlHttpClient.h"
+#include "platform/linux/QtMainLoop.h"
+#include "support/ModelFixture.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTimer>
+
+#include <list>
+
+namespace ternvault::test {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+/// A model of its own for each case, over faked ports but for HTTP, so that slow cases wait side by side.
+struct Case {
+    explicit Case(const QString& behaviour, const QString& port) {
+        model.serverIP = u" http://127.0.0.1"_s;
+        model.agentPort = port;
+        model.agentToken = behaviour + u'\n';
+        model.smbUser = u" Anna"_s;
+        model.smbPassword = u"p\"ä\\ü"_s;
+        model.shares = {{u"old"_s, {}, 0, 0, {}}};
+    }
+    QString unreachable() const {
+        return u"Cannot reach agent at  http://127.0.0.1:"_s + *model.agentPort + u" — "_s;
+    }
+
+    QtMainLoop loop;
+    CurlHttpClient http{loop};
+    FakePlatform fake{http};
+    RecordingLaunchAgent launchAgent;
+    RecordingDesktopIcon desktopIcon;
+    AppModel model{fake.platform, launchAgent, desktopIcon};
+    TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE() << "an exception escaped"; }};
+};
+
+class AgentClient : public testing::Test {
+protected:
+    AgentClient() {
+        agent.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        agent.start(QStringLiteral(TERNVAULT_MISBEHAVING_AGENT), {});
+        ports = QJsonDocument::fromJson(nextLine()).array();
+    }
+    ~AgentClient() override {
+        agent.closeWriteChannel();
+        agent.waitForFinished();
+    }
+
+    QByteArray nextLine() {
+        while (!agent.canReadLine() && agent.waitForReadyRead(5000)) {
+        }
+        return agent.readLine();
+    }
+    Case& add(const QString& behaviour) {
+        return cases.emplace_back(behaviour, QString::number(ports[0].toInt()));
+    }
+    void finishAll() {
+        const QDeadlineTimer deadline(60s);
+        QTimer heartbeat;
+        heartbeat.start(50ms);
+        const auto isOver = [](const Case& one) { return one.scope.isEmpty(); };
+        while (!std::all_of(cases.begin(), cases.end(), isOver)) {
+            ASSERT_FALSE(deadline.hasExpired());
+            for (Case& one : cases)
+                one.fake.time.advance(1s);
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+    }
+    /// What the agent read, by token.
+    std::multimap<QString, QJsonObject> requests() {
+        agent.closeWriteChannel();
+        agent.waitForFinished();
+        std::multimap<QString, QJsonObject> all;
+        for (QByteArray line = agent.readLine(); !line.isEmpty(); line = agent.readLine()) {
+            const QJsonObject request = QJsonDocument::fromJson(line).object();
+            all.emplace(request[u"token"].toString(), request);
+        }
+        return all;
+    }
+
+    QProcess agent;
+    QJsonArray ports;
+    std::list<Case> cases;
+};
+
+/// An expectation that ends in "…" is a beginning.
+void expectText(const QString& actual, const QString& expected, const QString& name) {
+    if (expected.endsWith(u'…')) {
+        EXPECT_TRUE(actual.startsWith(expected.chopped(1)) && actual.size() >= expected.size())
+            << name.toStdString() << ": " << actual.toStdString();
+    } else {
+        EXPECT_EQ(actual, expected) << name.toStdString();
+    }
+}
+
+TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
+    const QString connected = u"Connected — 2 share(s), 1 usable disk(s)"_s;
+    const QString none = u"Connected — 0 share(s), 0 usable disk(s)"_s;
+    const std::map<QString, QString> expectations{
+        {u"listing"_s, connected},
+        {u"empty lists"_s, none},
+        {u"no body"_s, u"@the answer is not valid JSON…"_s},
+        {u"half a body"_s, u"@…"_s},
+        {u"huge"_s, u"@The answer is larger than 8 MiB."_s},
+        {u"endless chunks"_s, u"@The answer is larger than 8 MiB."_s},
+        {u"silent chunks"_s, u"@The request timed out."_s},
+        {u"deep nesting"_s, u"@the answer is not valid JSON…"_s},
+        {u"disks missing"_s, u"@\"disks\" is missing"_s},
+        {u"shares null"_s, u"@\"shares\" should be a list, but is null"_s},
+        {u"not an object"_s, u"@the answer should be a JSON object"_s},
+        {u"wrong type"_s, u"@\"shares[1].free_bytes\" should be an integer, but is a string"_s},
+        {u"available missing"_s, u"@\"disks[0].available\" is missing"_s},
+        {u"beyond 64 bits"_s, u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s},
+        {u"a fraction"_s, u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s},
+        {u"whole as a fraction"_s, connected},
+        {u"invalid UTF-8"_s, u"@the answer is not valid JSON…"_s},
+        {u"a byte a second"_s, none},
+        {u"a header a second"_s, u"@The request timed out."_s},
+        {u"elsewhere on this host"_s, connected},
+        {u"round and round"_s, u"@The answer leads round in a circle."_s},
+        {u"another host"_s, u"Agent error 301: moved away"_s},
+        {u"after 1xx"_s, connected},
+        {u"only 1xx"_s, u"@…"_s},
+        {u"not HTTP"_s, u"Bad response from agent"_s},
+        {u"binary"_s, u"Bad response from agent"_s},
+        {u"closes at once"_s, u"@…"_s},
+        {u"never answers"_s, u"@The request timed out."_s},
+        {u"unauthorized"_s, u"Unauthorized — check Agent Token in Settings (⌘,)"_s},
+        {u"broken"_s, u"Agent error 500: is mossbox-agent running?"_s},
+        {u"broken text"_s, u"Agent error 503:  try again\n"_s},
+        {u"broken bytes"_s, u"Agent error 500: is mossbox-agent running?"_s},
+        {u"no content"_s, u"Agent error 204: is mossbox-agent running?"_s},
+        {u"created"_s, u"Agent error 201: {\"username\": \"anna\"}"_s},
+        {u"found nothing"_s, u"Agent error 404: no such page"_s},
+        {u"a\nb"_s, u"@The token holds a line break."_s},
+    };
+    for (const auto& [behaviour, expected] : expectations) {
+        Case& one = add(behaviour);
+        one.scope.spawn(one.model.fetchDisks());
+    }
+    finishAll();
+    auto one = cases.begin();
+    for (const auto& [behaviour, expected] : expectations) {
+        QString status = expected;
+        expectText(one->model.status, status.replace(u"@"_s, one->unreachable()), behaviour);
+        const bool succeeded = expected == connected || expected == none;
+        EXPECT_EQ(one->model.shares->size() == 1, !succeeded) << behaviour.toStdString();
+        EXPECT_FALSE(one->model.isBusy) << behaviour.toStdString();
+        ++one;
+    }
+    EXPECT_EQ(cases.back().model.selectedShare.get(), u"MOSSBOX1"_s);
+
+    const auto seen = requests();
+    const QJsonObject request = seen.find(u"listing"_s)->second;
+    EXPECT_EQ(request[u"line"], u"GET /api/disks HTTP/1.1"_s);
+    EXPECT_TRUE(request[u"headers"].toArray().contains(u"Authorization: Bearer listing"_s));
+    for (const auto& [token, read] : seen)
+        EXPECT_EQ(read[u"port"], ports[0]) << "the token went to another host";
+}
+
+TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
+    const QString exists = u"User already exists — switch to Login instead of Create"_s;
+    const QString unauthorized = u"Unauthorized — check Agent Token in Settings"_s;
+    const QString created = u"Login failed: Volume did not appear under /Volumes"_s;
+    const std::map<QString, QString> expectations{
+        {u"created"_s, created},
+        {u"created without body"_s, created},
+        {u"no content"_s, created},
+        {u"exists"_s, exists},
+        {u"exists in the body"_s, exists},
+        {u"exists and unauthorized"_s, unauthorized},
+        {u"unauthorized"_s, unauthorized},
+        {u"refused"_s, u"No room left"_s},
+        {u"refused without code"_s, u"Not that name"_s},
+        {u"refused oddly"_s, u"{\"error\": 7, \"message\": [\"x\"]}"_s},
+        {u"refused in a list"_s, u"[{\"message\": \"x\"}]"_s},
+        {u"broken"_s, u""_s},
+        {u"broken text"_s, u" try again\n"_s},
+        {u"broken bytes"_s, u"Create failed"_s},
+        {u"elsewhere on this host"_s, u"moved away"_s},
+        {u"not HTTP"_s, u"Bad response from agent"_s},
+        {u"closes at once"_s, u"…"_s},
+        {u"half a body"_s, u"…"_s},
+        {u"huge"_s, u"The answer is larger than 8 MiB."_s},
+        {u"never answers"_s, u"The request timed out."_s},
+    };
+    for (const auto& [behaviour, expected] : expectations) {
+        Case& one = add(behaviour);
+        one.scope.spawn(one.model.completeAuthFlow());
+    }
+    finishAll();
+    auto one = cases.begin();
+    for (const auto& [behaviour, expected] : expectations) {
+        expectText(one->model.setupError->value_or(u"(none)"_s), expected, behaviour);
+        EXPECT_EQ(one->model.authMode == AuthMode::login, expected == exists) << behaviour.toStdString();
+        EXPECT_EQ(one->fake.processes.calls.empty(), expected != created) << "no account, no mount";
+        EXPECT_FALSE(one->model.isBusy || one->model.setupComplete) << behaviour.toStdString();
+        ++one;
+    }
+    const auto seen = requests();
+    const QJsonObject request = seen.find(u"created"_s)->second;
+    EXPECT_EQ(request[u"line"], u"POST /api/create_user HTTP/1.1"_s);
+    EXPECT_TRUE(request[u"headers"].toArray().contains(u"Authorization: Bearer created"_s));
+    EXPECT_TRUE(request[u"headers"].toArray().contains(u"Content-Type: application/json"_s));
+    const QJsonObject body = QJsonDocument::fromJson(request[u"body"].toString().toUtf8()).object();
+    EXPECT_EQ(body, (QJsonObject{{u"username"_s, u"anna"_s}, {u"password"_s, u"p\"ä\\ü"_s}}));
+    for (const auto& [behaviour, expected] : expectations)
+        EXPECT_EQ(seen.count(behaviour), 1U) << "an account is asked for once: " << behaviour.toStdString();
+}
+
+} // namespace
+} // namespace ternvault::test

@@ -1,0 +1,90 @@
+#include "agent/AgentRecords.h"
+#include "support/RealPC.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpSocket>
+
+#include <algorithm>
+
+#include <sys/statvfs.h>
+
+namespace ternvault::test {
+
+using namespace Qt::StringLiterals;
+
+class Agent : public RealPC {
+protected:
+    QByteArray output(const QString& program, const QStringList& arguments) const {
+        return QByteArray::fromStdString(run(program, arguments).output);
+    }
+    QByteArray askForDisks() const {
+        QTcpSocket socket;
+        socket.connectToHost(u"127.0.0.5"_s, 8743);
+        EXPECT_TRUE(socket.waitForConnected(5000));
+        const QByteArray token = QByteArray::fromStdString(read("token")).trimmed();
+        socket.write("GET /api/disks HTTP/1.1\r\nHost: pc\r\nAuthorization: Bearer " + token + "\r\n\r\n");
+        while (socket.waitForReadyRead(15000)) {
+        }
+        const QByteArray answer = socket.readAll();
+        return answer.mid(answer.indexOf("\r\n\r\n") + 4);
+    }
+};
+
+std::vector<QString> mountpointsBelow(const QJsonObject& device) {
+    std::vector<QString> found;
+    for (const QJsonValue& point : device["mountpoints"_L1].toArray())
+        if (point.toString().startsWith(u'/'))
+            found.push_back(point.toString());
+    for (const QJsonValue& child : device["children"_L1].toArray())
+        std::ranges::copy(mountpointsBelow(child.toObject()), std::back_inserter(found));
+    return found;
+}
+
+TEST_F(Agent, TellsWhatThisMachineHas) {
+    const Outcome started =
+        run(QStringLiteral(TERNVAULT_PRIVATE_PC), {u"agent"_s, u"start"_s, QStringLiteral(MOSSBOX_AGENT)});
+    ASSERT_EQ(started.status, 0) << started.errors;
+    const DisksResponse told = decodeDisksResponse(askForDisks());
+
+    const QJsonArray devices = QJsonDocument::fromJson(output(
+        u"lsblk"_s, {u"--json"_s, u"--bytes"_s, u"--output-all"_s}))["blockdevices"_L1]
+                                   .toArray();
+    std::size_t disks = 0;
+    for (const QJsonValue& value : devices) {
+        const QJsonObject device = value.toObject();
+        const bool isDisk = device["type"_L1].toString() == u"disk" && device["size"_L1].toInteger() > 0 &&
+                            !device["name"_L1].toString().startsWith(u"zram");
+        const auto disk = std::ranges::find(told.disks, device["name"_L1].toString(), &ServerDisk::name);
+        ASSERT_EQ(disk != told.disks.end(), isDisk) << device["name"_L1].toString().toStdString();
+        if (!isDisk)
+            continue;
+        ++disks;
+        EXPECT_EQ(disk->path, device["path"_L1].toString());
+        EXPECT_EQ(disk->size_bytes, device["size"_L1].toInteger());
+        EXPECT_EQ(disk->model, device["model"_L1].toString().trimmed());
+        EXPECT_EQ(disk->mountpoints, mountpointsBelow(device));
+        const auto root = std::ranges::find(disk->mountpoints, u"/"_s);
+        EXPECT_EQ(disk->is_system, root != disk->mountpoints.end());
+    }
+    EXPECT_GT(disks, 0U) << "this machine has no disk to tell of";
+    EXPECT_EQ(told.disks.size(), disks);
+
+    const QByteArray shares = output(u"testparm"_s, {u"-s"_s, path(pc() / "smbd/smb.conf")});
+    EXPECT_EQ(told.shares.size(), 3U);
+    for (const ServerShare& share : told.shares) {
+        EXPECT_TRUE(shares.contains("[" + share.name.toUtf8() + "]\n\tpath = " + share.path.toUtf8() + '\n'))
+            << share.name.toStdString();
+        struct statvfs numbers {};
+        ASSERT_EQ(::statvfs(share.path.toUtf8().constData(), &numbers), 0);
+        EXPECT_EQ(share.total_bytes, static_cast<std::int64_t>(numbers.f_blocks * numbers.f_frsize));
+        // Others write meanwhile.
+        EXPECT_NEAR(static_cast<double>(share.free_bytes),
+                    static_cast<double>(numbers.f_bavail * numbers.f_frsize), 16 << 20);
+        EXPECT_TRUE(share.smb_url.startsWith(u"smb://") && share.smb_url.endsWith(u'/' + share.name));
+    }
+    EXPECT_EQ(run(QStringLiteral(TERNVAULT_PRIVATE_PC), {u"agent"_s, u"stop"_s}).status, 0);
+}
+
+} // namespace ternvault::test

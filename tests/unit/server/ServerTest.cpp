@@ -1,0 +1,398 @@
+#include "server/Accounts.h"
+#include "server/Configuration.h"
+#include "server/DiskListing.h"
+#include "server/Disks.h"
+#include "server/Log.h"
+#include "server/Programs.h"
+#include "server/Requests.h"
+#include "server/Token.h"
+#include "support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace ternvault::server {
+
+using test::readFile;
+using test::writeFile;
+using testing::ElementsAre;
+
+/// The code of the refusal, with its status; "" when there is none.
+template <typename Action>
+std::string refusal(Action action) {
+    try {
+        action();
+        return "";
+    } catch (const Refusal& refusal) {
+        return std::to_string(refusal.status()) + ' ' + refusal.code();
+    }
+}
+
+TEST(Requests, AreAdmittedByTargetMethodAndToken) {
+    const std::string token(64, 'a');
+    const std::string bearer = "Bearer " + token, longer = bearer + 'a';
+    const std::string padded = ' ' + token, loose = "bearer  " + padded + ' ';
+    const auto outcome = [&](const RequestHead& head) { return refusal([&] { admit(head, token); }); };
+    EXPECT_EQ(admit({"GET", "/api/disks", bearer, token}, token), Operation::listDisks);
+    EXPECT_EQ(admit({"POST", "/api/create_user", bearer, {}}, token), Operation::createUser);
+
+    const struct {
+        RequestHead head;
+        std::string expected;
+    } cases[] = {
+        {{"GET", "/api/disks", loose, {}}, ""},
+        {{"GET", "/api/disks", {}, padded}, ""},
+        {{"GET", "/api/disks", {}, {}}, "401 unauthorized"},
+        {{"GET", "/api/disks", "Bearer x", token}, "401 unauthorized"},
+        {{"GET", "/api/disks", token, token}, "401 unauthorized"},
+        {{"GET", "/api/disks", "", token}, "401 unauthorized"},
+        {{"GET", "/api/disks", longer, {}}, "401 unauthorized"},
+        {{"GET", "/api/disks", std::string_view(bearer).substr(0, 70), {}}, "401 unauthorized"},
+        {{"HEAD", "/api/disks", bearer, {}}, "405 method_not_allowed"},
+        {{"GET", "/api/create_user", {}, {}}, "405 method_not_allowed"},
+        {{"GET", "/api/disks/", bearer, {}}, "404 not_found"},
+        {{"GET", "", bearer, {}}, "404 not_found"},
+    };
+    for (const auto& [head, expected] : cases)
+        EXPECT_EQ(outcome(head), expected)
+            << head.method << ' ' << head.target << ' ' << head.authorization.value_or("none");
+}
+
+TEST(Requests, TakeNoBodyButTheTwoTexts) {
+    const NewAccount account = readNewAccount(R"( {"password": "p\u00e4\u0000\"", "username":"otto"} )");
+    EXPECT_EQ(account.name, "otto");
+    EXPECT_EQ(account.password, std::string("pä\0\"", 5));
+    const std::string deep(60000, '[');
+    for (const std::string& body :
+         {std::string(), std::string("null"), std::string("[]"), std::string("{}"),
+          std::string(R"({"username":"a"})"), std::string(R"({"username":"a","password":1})"),
+          std::string(R"({"username":null,"password":"b"})"),
+          std::string(R"({"username":"a","password":"b","username":"c"})"),
+          std::string(R"({"username":"a","password":"b","more":"c"})"),
+          std::string(R"({"username":"a","password":"b"}x)"),
+          std::string(R"({"username":"a","password":"b")"),
+          std::string(R"({"username":{"username":"a"},"password":"b"})"),
+          std::string("{\"username\":\"a\",\"password\":\"b\xff\"}"),
+          std::string(R"({"username":"a","password":"\ud800"})"), deep, R"({"username":)" + deep})
+        EXPECT_EQ(refusal([&] { readNewAccount(body); }), "400 bad_request") << body.substr(0, 60);
+}
+
+/// Programs whose outcomes are told by their name, and a record of how they were called.
+struct FakePrograms : Programs {
+    std::map<std::string, ProgramResult> results;
+    std::vector<std::string> calls;
+    std::function<void()> before = [] {};
+    std::mutex mutex;
+
+    ProgramResult run(const Command& command, std::string_view input, std::chrono::milliseconds) override {
+        before();
+        const std::lock_guard lock(mutex);
+        calls.push_back(testing::PrintToString(command) + std::string(input));
+        return results[command.front()];
+    }
+};
+
+struct AccountsTest : testing::Test {
+    std::shared_ptr<FakePrograms> programs = std::make_shared<FakePrograms>();
+    Configuration configuration = parseConfiguration(R"({"commands": {
+        "createSystemUser": ["/add", "{user}"], "setSambaPassword": ["/smb", "{sambaConfiguration}", "{user}"],
+        "removeSystemUser": ["/del", "{user}"]}})");
+    std::string create(const std::string& name, const std::string& password) {
+        return refusal([&] { Accounts(programs, configuration).create({name, password}); });
+    }
+};
+
+TEST_F(AccountsTest, LeaveNothingHalfMadeAndNothingOfOthersTouched) {
+    const std::string add = R"({ "/add", "otto" })", del = R"({ "/del", "otto" })";
+    const std::string smb = "{ \"/smb\", \"/etc/samba/smb.conf\", \"otto\" }secret\nsecret\n";
+    const struct {
+        std::optional<int> add, smb;
+        std::string expected;
+        std::vector<std::string> calls;
+    } cases[] = {
+        {0, 0, "", {add, smb}},
+        {9, 0, "409 user_exists", {add}},
+        {1, 0, "500 create_failed", {add}},
+        {{}, 0, "500 create_failed", {add}},
+        {0, 1, "500 create_failed", {add, smb, del}},
+        {0, {}, "500 create_failed", {add, smb, del}},
+    };
+    for (const auto& c : cases) {
+        programs->calls.clear();
+        programs->results = {{"/add", {c.add, ""}}, {"/smb", {c.smb, ""}}, {"/del", {0, ""}}};
+        EXPECT_EQ(create("otto", "secret"), c.expected);
+        EXPECT_EQ(programs->calls, c.calls);
+    }
+}
+
+TEST_F(AccountsTest, AreRefusedByTheirRulesBeforeAnyProgramRuns) {
+    for (const std::string& name :
+         {std::string(), std::string("../x"), std::string("-x"), std::string("Otto"), std::string("1a"),
+          std::string("a b"), std::string("a\0b", 3), std::string("a\n"), std::string("ä"),
+          std::string(33, 'a'), std::string(1 << 20, 'a')})
+        EXPECT_EQ(create(name, "secret"), "400 bad_username") << name.substr(0, 40);
+    for (const std::string& password :
+         {std::string("abc"), std::string("äöü"), std::string(128, 'x'), std::string("abc\0d", 5),
+          std::string("abcd\n"), std::string("abc\x7f")})
+        EXPECT_EQ(create("otto", password), "400 bad_password") << password;
+    EXPECT_TRUE(programs->calls.empty());
+
+    programs->results = {{"/add", {0, ""}}, {"/smb", {0, ""}}};
+    EXPECT_EQ(create(std::string(32, '_'), "    "), "");
+    EXPECT_EQ(create("a-0", std::string(127, 'x')), "");
+}
+
+TEST(DiskListing, WorksOnceForAllWhoAskAndNeverHoldsThem) {
+    const auto programs = std::make_shared<FakePrograms>();
+    programs->results = {{"/usr/bin/lsblk", {0, R"({"blockdevices": []})"}}, {"/usr/bin/testparm", {0, ""}}};
+    std::promise<void> answer;
+    programs->before = [released = answer.get_future().share()] { released.wait(); };
+    const auto inventory = std::make_shared<Inventory>(programs, Configuration{});
+    DiskListing impatient(inventory, std::chrono::milliseconds(0));
+    EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
+    EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
+
+    answer.set_value();
+    DiskListing listing(std::make_shared<Inventory>(programs, Configuration{}));
+    std::atomic<int> same = 0;
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 20; ++i)
+        threads.emplace_back([&] { same += listing.get() == R"({"disks":[],"shares":[]})"; });
+    threads.clear();
+    EXPECT_EQ(same, 20);
+    EXPECT_EQ(programs->calls.size(), 4U);
+}
+
+TEST(DiskListing, TellsWhenTheProgramsFail) {
+    const auto programs = std::make_shared<FakePrograms>();
+    const std::pair<ProgramResult, std::string> cases[] = {
+        {{1, ""}, "500 listing_failed"},
+        {{{}, ""}, "500 listing_failed"},
+        {{0, "{"}, "500 listing_failed"},
+        {{0, R"({"blockdevices": [{"name": "sda"}]})"}, "500 listing_failed"}};
+    for (const auto& [devices, expected] : cases) {
+        programs->results = {{"/usr/bin/lsblk", devices}, {"/usr/bin/testparm", {0, ""}}};
+        EXPECT_EQ(refusal([&] { DiskListing(std::make_shared<Inventory>(programs, Configuration{})).get(); }),
+                  expected);
+    }
+}
+
+TEST(Configuration, NamesTheKeyAtFault) {
+    EXPECT_EQ(parseConfiguration("{}").commands.createSystemUser.front(), "/usr/sbin/useradd");
+    const Configuration full = parseConfiguration(R"({ // a comment
+        "listen": ["127.0.0.5", "::1"], "port": 80, "tokenFile": "/t", "sambaConfiguration": "/s",
+        "commands": {"listDisks": ["/l"], "listShares": ["/bin/x", "{sambaConfiguration}"]}})");
+    EXPECT_THAT(full.listen, ElementsAre("127.0.0.5", "::1"));
+    EXPECT_EQ(full.port, 80);
+    EXPECT_EQ(full.tokenFile, "/t");
+    EXPECT_THAT(filledIn(full.commands.listShares, {{sambaPlaceholder, full.sambaConfiguration}}),
+                ElementsAre("/bin/x", "/s"));
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "not valid JSON"},
+        {"[]", "a JSON object"},
+        {R"({"prot": 1})", "\"prot\""},
+        {R"({"port": "80"})", "\"port\""},
+        {R"({"port": 65536})", "\"port\""},
+        {R"({"port": -1})", "\"port\""},
+        {R"({"port": 80.5})", "\"port\""},
+        {R"({"listen": []})", "\"listen\""},
+        {R"({"listen": ["localhost"]})", "\"listen\""},
+        {R"({"tokenFile": "t"})", "\"tokenFile\""},
+        {R"({"commands": []})", "\"commands\""},
+        {R"({"commands": {"x": []}})", "\"commands.x\""},
+        {R"({"commands": {"listDisks": "/l"}})", "\"commands.listDisks\""},
+        {R"({"commands": {"listDisks": ["l"]}})", "\"commands.listDisks\""},
+        {R"({"commands": {"createSystemUser": ["/add", "user"]}})", "\"commands.createSystemUser\""},
+    };
+    for (const auto& [text, expected] : cases)
+        try {
+            parseConfiguration(text);
+            ADD_FAILURE() << text;
+        } catch (const ConfigurationError& error) {
+            EXPECT_THAT(error.what(), testing::HasSubstr(expected));
+        }
+}
+
+TEST(Token, IsMadeOnceAndKeptPrivate) {
+    const test::TemporaryFolder folder;
+    const auto file = folder / "token";
+    const auto codeOf = [](auto action) {
+        try {
+            action();
+            return 0;
+        } catch (const std::system_error& error) {
+            return error.code().value();
+        }
+    };
+    const std::string token = createToken(file);
+    EXPECT_THAT(token, testing::MatchesRegex("[0-9a-f]{64}"));
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(codeOf([&] { createToken(file); }), EEXIST);
+    EXPECT_EQ(readToken(file), token);
+    EXPECT_NE(createToken(folder / "other"), token);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
+    ::chmod(file.c_str(), 0640);
+    EXPECT_EQ(codeOf([&] { readToken(file); }), EPERM);
+    ::chmod(file.c_str(), 0600);
+    for (const char* content : {"", "\n", "short\n", "0123456789 0123456789\n"}) {
+        writeFile(file, content);
+        EXPECT_EQ(codeOf([&] { readToken(file); }), EINVAL) << content;
+    }
+}
+
+TEST(Log, ShowsNothingThatIsNotPlain) {
+    EXPECT_EQ(printable("/a b\n\x1b\\ä"), "/a b\\x0a\\x1b\\x5c\\xc3\\xa4");
+    EXPECT_EQ(printable(std::string(1000, 'x')), std::string(128, 'x') + "...");
+}
+
+TEST(SystemPrograms, AreFedWatchedAndEnded) {
+    SystemPrograms programs;
+    const auto shell = [&](const char* script, const std::string& input = {}, int limit = 20000) {
+        const ProgramResult result =
+            programs.run({"/bin/sh", "-c", script}, input, std::chrono::milliseconds(limit));
+        return (result.exitStatus ? std::to_string(*result.exitStatus) : "none") + ' ' + result.output;
+    };
+    EXPECT_EQ(shell("cat; echo hidden >&2", "a\nb\n"), "0 a\nb\n");
+    EXPECT_EQ(shell("exit 9", std::string(4096, 'x')), "9 ");
+    EXPECT_EQ(shell("kill -TERM $$"), "none ");
+    EXPECT_EQ(shell("sleep 60", {}, 50), "none ");
+    EXPECT_EQ(shell("sleep 60 & echo left"), "0 left\n");
+    EXPECT_EQ(shell("head -c 300000 /dev/zero | tr '\\0' x"), "0 " + std::string(300000, 'x'));
+    EXPECT_EQ(shell("cat /dev/zero"), "none ");
+    EXPECT_EQ(shell("ls /proc/self/fd | wc -l"), "0 4\n");
+    EXPECT_FALSE(programs.run({"/nowhere"}, {}, std::chrono::seconds(1)).exitStatus);
+}
+
+TEST(Shares, AreThePlacesForFiles) {
+    const auto shares = parseShares(R"(# Global parameters
+[global]
+	workgroup = HOME
+	read only = No
+	path = 
+[homes]
+	path = /home
+[printers]
+	path = /var/spool
+	printable = Yes
+[Laser]
+	path = /var/spool
+	printable = Yes
+[print$]
+	path = /var/lib/samba/printers
+[My [old] files]
+	path = /srv/a = b
+[Films]
+	comment = [x]
+	path = /srv/films
+	read only = Yes
+[Off]
+	available = No
+	path = /srv/off
+[Own]
+	path = /srv/%U
+[None]
+)");
+    EXPECT_THAT(shares, ElementsAre(Share{"My [old] files", "/srv/a = b", true},
+                                    Share{"Films", "/srv/films", false}));
+}
+
+TEST(Mounts, AreFoundByTheLongestPoint) {
+    const auto mounts =
+        parseMounts("22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+                    "30 22 8:17 / /srv/my\\040data rw shared:5 master:2 - ext4 /dev/sdb1 ro,x\n"
+                    "31 22 0:40 /@ /srv rw - btrfs /dev/sdc1 rw\n"
+                    "32 22 0:41 / /srv ro,nosuid - tmpfs tmpfs rw\n"
+                    "broken\n");
+    EXPECT_THAT(mounts,
+                ElementsAre(Mount{"8:1", "/", false, "/dev/sda1"},
+                            Mount{"8:17", "/srv/my data", true, "/dev/sdb1"},
+                            Mount{"0:40", "/srv", false, "/dev/sdc1"}, Mount{"0:41", "/srv", true, "tmpfs"}));
+    const std::pair<const char*, int> cases[] = {
+        {"/", 0}, {"/srv2", 0}, {"/srv", 3}, {"/srv/my data/x", 1}, {"/srv/my", 3}};
+    for (const auto& [path, index] : cases)
+        EXPECT_EQ(mountOf(path, mounts), &mounts[static_cast<std::size_t>(index)]) << path;
+    EXPECT_EQ(mountOf("/", {}), nullptr);
+}
+
+std::string describe(const Disk& disk) {
+    std::string text = disk.path + ' ' + humanSize(disk.sizeBytes) + " [" + disk.model + "]";
+    text += disk.isSystem ? " system" : "";
+    for (const std::string& point : disk.mountpoints)
+        text += ' ' + point;
+    text += disk.shareName ? " shared as " + *disk.shareName : "";
+    return text + (disk.available ? ", available" : "");
+}
+
+TEST(Disks, AreFoldedAsTheyAreOnRealPCs) {
+    const struct {
+        const char* file;
+        std::vector<Mount> mounts;
+        std::vector<Share> shares;
+        std::vector<std::string> expected;
+    } cases[] = {
+        {"sata",
+         {{"8:2", "/", false, "/dev/sda2"}, {"8:17", "/srv/my data", false, "/dev/sdb1"}},
+         {{"Readable", "/srv/my data/films", false},
+          {"Data", "/srv/my data", true},
+          {"Late", "/srv/my data/x", true},
+          {"Root", "/srv/my", true}},
+         {"/dev/sda 500.1 GB [Samsung SSD 860 EVO 500GB] system /boot/efi / shared as Root",
+          "/dev/sdb 4.0 TB [WDC WD40EFRX-68N32N0] /srv/my data shared as Data, available"}},
+        {"lvm",
+         {{"253:0", "/", false, "/dev/mapper/pc--vg-root"},
+          {"253:2", "/srv/data", false, "/dev/mapper/data-all"}},
+         {{"Data", "/srv/data/shared", true}},
+         {"/dev/sda 256.1 GB [INTEL SSDSC2KW256G8] system /boot /",
+          "/dev/sdb 2.0 TB [ST2000DM008-2FR102] /srv/data shared as Data, available",
+          "/dev/sdc 4.0 TB [ST4000DM004-2CV104] /srv/data shared as Data, available"}},
+        {"raid",
+         {{"9:1", "/", false, "/dev/md1"}, {"9:127", "/srv/mirror", false, "/dev/md127"}},
+         {{"Mirror", "/srv/mirror", true}},
+         {"/dev/sda 1.0 TB [TOSHIBA DT01ACA100] system /boot /",
+          "/dev/sdb 1.0 TB [TOSHIBA DT01ACA100] system /boot /",
+          "/dev/sdc 8.0 TB [WDC WD80EFZX-68UW8N0] /srv/mirror shared as Mirror, available",
+          "/dev/sdd 8.0 TB [WDC WD80EFZX-68UW8N0] /srv/mirror shared as Mirror, available"}},
+        {"nvme", // btrfs has device numbers of its own
+         {{"0:25", "/", false, "/dev/nvme0n1p2"}, {"0:30", "/srv/tank", false, "/dev/nvme1n1p1"}},
+         {{"Tank", "/srv/tank", true}},
+         {"/dev/nvme0n1 1.0 TB [Samsung SSD 970 EVO Plus 1TB] system /efi /home /",
+          "/dev/nvme1n1 2.0 TB [CT2000P3SSD8] /srv/tank /home/anna/tank shared as Tank, available"}},
+        {"crypt",
+         {{"254:1", "/", false, "/dev/mapper/pc--vg-root"},
+          {"254:3", "/media/anna/backup", false, "/dev/mapper/luks-5f1c1c3a-8d5e"}},
+         {{"Backup", "/media/anna/backup", true}},
+         {"/dev/sda 512.1 GB [KINGSTON SKC600512G] system /boot /",
+          "/dev/sdb 1.0 TB [Portable SSD T5] /media/anna/backup shared as Backup, available"}},
+        {"usb", // the stick is mounted for reading only
+         {{"179:2", "/", false, "/dev/mmcblk0p2"}, {"8:0", "/media/stick", true, "/dev/sda"}},
+         {{"Stick", "/media/stick", true}, {"Gone", "/media/other", true}},
+         {"/dev/sda 62.1 GB [Ultra Fit] /media/stick shared as Stick", "/dev/sdb 31.9 GB [DataTraveler 3.0]",
+          "/dev/mmcblk0 31.3 GB [] system /boot/firmware / shared as Gone"}},
+        {"snap",
+         {{"252:1", "/", false, "/dev/vda1"}, {"7:0", "/snap/core20/2015", true, "/dev/loop0"}},
+         {{"Snap", "/snap/core20/2015", true}},
+         {"/dev/vda 42.9 GB [] system / /var/snap/firefox/common/host-hunspell", "/dev/vdb 4.3 GB []"}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> found;
+        const auto file = std::filesystem::path(TERNVAULT_DEVICES) / (std::string(c.file) + ".json");
+        for (const Disk& disk : describeDisks(readFile(file), c.mounts, c.shares))
+            found.push_back(describe(disk));
+        EXPECT_EQ(found, c.expected) << c.file;
+    }
+    const std::pair<std::int64_t, const char*> sizes[] = {{0, "0 B"},           {999, "999 B"},
+                                                          {1000, "1.0 kB"},     {999949, "999.9 kB"},
+                                                          {999950, "1.0 MB"},   {1800000000000, "1.8 TB"},
+                                                          {INT64_MAX, "9.2 EB"}};
+    for (const auto& [bytes, expected] : sizes)
+        EXPECT_EQ(humanSize(bytes), expected);
+}
+
+} // namespace ternvault::server
