@@ -62,7 +62,7 @@ ProgramResult Accounts::run(const Command& command, const std::string& name, std
 void Accounts::create(const NewAccount& account) {
     checkName(account.name);
     checkPassword(account.password);
-    const std::unique_lock lock(oneAtATime_, waitLimit);
+    const std::unique_lock<TimedMutex> lock(oneAtATime_, waitLimit);
     if (!lock)
         throw Refusal(503, "busy", "The PC is busy creating other accounts, try again");
 

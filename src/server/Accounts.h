@@ -3,10 +3,10 @@
 #include "server/Configuration.h"
 #include "server/Programs.h"
 #include "server/Requests.h"
+#include "server/TimedMutex.h"
 
 #include <chrono>
 #include <memory>
-#include <mutex>
 
 namespace ternvault::server {
 
@@ -29,7 +29,7 @@ private:
     std::shared_ptr<Programs> programs_;
     Commands commands_;
     std::string samba_;
-    std::timed_mutex oneAtATime_;
+    TimedMutex oneAtATime_;
 };
 
 } // namespace ternvault::server

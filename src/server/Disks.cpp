@@ -140,7 +140,11 @@ std::vector<Disk> describeDisks(std::string_view lsblkOutput, const std::vector<
     for (const Device& device : parseDevices(lsblkOutput)) {
         if (!isDisk(device))
             continue;
-        Disk disk{.name = device.name, .path = device.path, .sizeBytes = device.size, .model = device.model};
+        Disk disk;
+        disk.name = device.name;
+        disk.path = device.path;
+        disk.sizeBytes = device.size;
+        disk.model = device.model;
         collectMountpoints(device, disk.mountpoints);
         disk.isSystem = std::ranges::any_of(disk.mountpoints, isSystemPlace);
         attachShares(disk, device, mounts, shares);

@@ -79,8 +79,9 @@ struct FreeAddresses {
 
 /// None when this PC does not have the address's family.
 FileDescriptor listenOn(const std::string& address, std::uint16_t port) {
-    const addrinfo hints{.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE,
-                         .ai_socktype = SOCK_STREAM};
+    addrinfo hints{};
+    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
+    hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     if (const int code = ::getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found);
         code != 0)

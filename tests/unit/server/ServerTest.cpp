@@ -13,7 +13,6 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 #include <sys/stat.h>
@@ -89,11 +88,9 @@ struct FakePrograms : Programs {
     std::map<std::string, ProgramResult> results;
     std::vector<std::string> calls;
     std::function<void()> before = [] {};
-    std::mutex mutex;
 
     ProgramResult run(const Command& command, std::string_view input, std::chrono::milliseconds) override {
         before();
-        const std::lock_guard lock(mutex);
         calls.push_back(testing::PrintToString(command) + std::string(input));
         return results[command.front()];
     }
@@ -154,12 +151,15 @@ TEST(DiskListing, WorksOnceForAllWhoAskAndNeverHoldsThem) {
     programs->results = {{"/usr/bin/lsblk", {0, R"({"blockdevices": []})"}}, {"/usr/bin/testparm", {0, ""}}};
     std::promise<void> answer;
     programs->before = [released = answer.get_future().share()] { released.wait(); };
-    const auto inventory = std::make_shared<Inventory>(programs, Configuration{});
-    DiskListing impatient(inventory, std::chrono::milliseconds(0));
+    DiskListing impatient(std::make_shared<Inventory>(programs, Configuration{}),
+                          std::chrono::milliseconds(0));
     EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
     EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
-
     answer.set_value();
+    while (refusal([&] { impatient.get(); }) == "503 busy")
+        std::this_thread::yield();
+    EXPECT_EQ(programs->calls.size(), 2U);
+
     DiskListing listing(std::make_shared<Inventory>(programs, Configuration{}));
     std::atomic<int> same = 0;
     std::vector<std::jthread> threads;
