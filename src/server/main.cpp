@@ -2,6 +2,7 @@
 #include "server/Configuration.h"
 #include "server/HttpServer.h"
 #include "server/Log.h"
+#include "server/SetupCommand.h"
 #include "server/Token.h"
 
 #include <csignal>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include <getopt.h>
@@ -22,6 +24,7 @@ using namespace ternvault::server;
 
 constexpr auto help = R"(Usage: mossbox-agent [--config FILE]
        mossbox-agent --init [--config FILE]
+       mossbox-agent setup [--share NAME] FOLDER
 
 Tells Tern Vault on the home network about this PC's disks and shares, and
 creates accounts for it. Ends with status 0 when told to (SIGTERM), with 1 and
@@ -30,6 +33,7 @@ the reason on standard error when it fails, with 2 when it was called wrongly.
   --init         make the token that clients need and show it, this once; an
                  existing token is never replaced
   --config FILE  settings, /etc/mossbox-agent.json when nothing is said
+  setup          prepare this PC, see mossbox-agent setup --help
   --help         show this text
   --version      show the version
 )";
@@ -123,6 +127,8 @@ void serve(const Configuration& configuration) {
 }
 
 int run(int argc, char** argv) {
+    if (argc > 1 && argv[1] == std::string_view("setup"))
+        return runSetup(argc - 1, argv + 1);
     const Options options = readOptions(argc, argv);
     if (options.text) {
         std::cout << *options.text;

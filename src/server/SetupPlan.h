@@ -1,0 +1,36 @@
+#pragma once
+
+#include "server/Configuration.h"
+#include "server/Programs.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ternvault::server {
+
+/// What is to be served, and as which share.
+struct SetupWish {
+    std::filesystem::path folder;
+    std::string share;
+};
+
+/// One change of the PC.
+struct SetupStep {
+    /// What will change, as a sentence for the user.
+    std::string change;
+    /// Does it, whole or not at all, and returns what the user has to know from now on, if anything. Throws
+    /// std::exception.
+    std::function<std::string()> apply;
+};
+
+/// The changes that are still missing, in their order; reads only. `wish` has been checked and outlives the
+/// plan, as `programs` does. Throws SetupError when what is there stands against the wish.
+std::vector<SetupStep> planSetup(Programs& programs, const Configuration& configuration,
+                                 const SetupWish& wish);
+
+/// Whether systemd runs this PC's services.
+bool servicesAreManaged();
+
+} // namespace ternvault::server
