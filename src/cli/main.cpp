@@ -78,6 +78,10 @@ Task<> performThenQuit(Command command, AppModel& model, Platform platform, int&
 }
 
 int run(const Command& command) {
+    if (const std::optional<QString> problem = LinuxServices::environmentProblem()) {
+        printError(u"ternvault-cli: "_s + *problem);
+        return usageError;
+    }
     bool trouble = false;
     LinuxServices services([&trouble](const QString& message) {
         trouble = true;
