@@ -70,92 +70,79 @@ Calls agentCalls(std::optional<bool> enabled) {
     return calls;
 }
 
-const ProcessResult succeeding{};
-const ProcessResult failing{std::nullopt, 1, {}, "no"};
-const ProcessResult missing{u"no such program"_s, 0, {}, {}};
+const ProcessResult endings[] = {{}, {std::nullopt, 1, {}, "failing"}, {u"no such program"_s, 0, {}, {}}};
 
 TEST_F(SystemSwitches, EveryCallerAppliesTheIconInOneOrderWhateverTheProgramsDo) {
-    bool shown = false;
-    const auto startAnd = [&](const std::function<void(AppModel&)>& act) {
-        AppModel& model = startWithAccount();
-        takeIconCalls();
-        act(model);
-        fake.time.advance(1s);
-    };
+    enum Action { launch, change, refresh, mount, setUp, open };
+    enum Volumes { none, atStart, later, afterAnother };
+    using Restarts = std::vector<bool>;
     const struct {
-        const char* name;
-        std::function<void(const Names& volumes)> act;
+        Action action;
+        Volumes volumes;
         /// One entry per application of the setting: whether it restarts the file manager.
-        std::vector<bool> whenHidden, whenShown;
+        Restarts whenHidden, whenShown;
     } callers[] = {
-        {"start, nothing mounted", [&](const Names&) { start(); }, {}, {}},
-        {"start", [&](const Names& volumes) { (show(volumes), start()); }, {true, true}, {false, false}},
-        {"setter, nothing mounted",
-         [&](const Names&) { startAnd([&](AppModel& model) { model.showDesktopIcon = shown; }); },
-         {true},
-         {true}},
-        {"setter",
-         [&](const Names& volumes) {
-             show(volumes);
-             startAnd([&](AppModel& model) { model.showDesktopIcon = shown; });
-         },
-         {true},
-         {true}},
-        {"newly found",
-         [&](const Names& volumes) {
-             startAnd([&](AppModel& model) { (show(volumes), model.refreshMounted()); });
-         },
-         {true},
-         {false}},
-        {"name changed",
-         [&](const Names& volumes) {
-             fake.defaults.values[u"ternvault.selectedShare"_s] = u"Films"_s;
-             show({u"Films"_s});
-             startAnd([&](AppModel& model) { (show(volumes), model.refreshMounted()); });
-         },
-         {false},
-         {false}},
-        {"unchanged",
-         [&](const Names& volumes) {
-             show(volumes);
-             startAnd([](AppModel& model) { model.refreshMounted(); });
-         },
-         {},
-         {}},
-        {"mounted: found, then marked",
-         [&](const Names&) { startAnd([&](AppModel& model) { perform(model.mountSelected(true)); }); },
-         {true, true},
-         {false, false}},
-        {"opened",
-         [&](const Names& volumes) {
-             show(volumes);
-             startAnd([](AppModel& model) { model.openMountedVolumeInFinder(); });
-         },
-         {false},
-         {}},
+        {launch, none, {}, {}},
+        {launch, atStart, {true, true}, {false, false}},
+        {change, none, {true}, {true}},
+        {change, atStart, {true}, {true}},
+        {refresh, atStart, {}, {}},
+        {refresh, later, {true}, {false}},
+        {refresh, afterAnother, {false}, {false}},
+        {mount, later, {true, true}, {false, false}},
+        {setUp, later, {true, true}, {false, false}},
+        {setUp, atStart, {true}, {false}},
+        {open, atStart, {false}, {}},
+    };
+    const auto act = [&](Action action, AppModel& model, const Names& appearing) {
+        switch (action) {
+        case launch:
+            return;
+        case change:
+            model.showDesktopIcon = bool(model.showDesktopIcon);
+            return;
+        case refresh:
+            show(appearing);
+            return model.refreshMounted();
+        case mount:
+            perform(model.mountSelected(true));
+            break;
+        case setUp:
+            model.authMode = AuthMode::login;
+            perform(model.completeAuthFlow());
+            break;
+        case open:
+            return model.openMountedVolumeInFinder();
+        }
+        fake.time.advance(1s);
     };
     // "MOSS BOX" alone: the mounter does not know it, so that the mount fails and the volume is there.
     const Names sets[] = {
         {u"Tern Vault"_s}, {u"MOSSBOX1"_s}, {u"MOSS BOX"_s}, {u"MOSSBOX1"_s, u"MOSS BOX"_s}};
-    for (const ProcessResult& ending : {succeeding, failing, missing}) {
-        for (const Names& volumes : sets) {
-            for (const auto& caller : callers) {
-                for (const bool isShown : {false, true}) {
-                    shown = isShown;
-                    fake.files.entries.clear();
-                    fake.defaults.values = {{u"ternvault.showDesktopIcon"_s, shown}};
-                    letProgramsEnd(ending, volumes);
-                    caller.act(volumes);
-                    Names flagged;
-                    for (const QString& name : {u"MOSSBOX1"_s, u"MOSS BOX"_s}) {
-                        if (fake.files.entries.contains((u"/Volumes/"_s + name).toStdString()))
-                            flagged.push_back(name);
-                    }
-                    EXPECT_EQ(takeIconCalls(),
-                              iconCalls(shown, flagged, shown ? caller.whenShown : caller.whenHidden))
-                        << caller.name << (shown ? ", shown" : ", hidden");
-                }
+    for (int row = 0; row < 3 * 4 * 2; ++row) {
+        const bool shown = row % 2 == 1;
+        const Names& names = sets[row / 2 % 4];
+        for (const auto& caller : callers) {
+            fake.files.entries.clear();
+            fake.defaults.values = {{u"ternvault.showDesktopIcon"_s, shown},
+                                    {u"ternvault.selectedShare"_s, u"Films"_s}};
+            letProgramsEnd(endings[row / 8], names);
+            if (caller.volumes == afterAnother)
+                show({u"Films"_s});
+            if (caller.volumes == atStart)
+                show(names);
+            AppModel& model = startWithAccount();
+            if (caller.action != launch)
+                takeIconCalls();
+            act(caller.action, model, caller.volumes == none ? Names() : names);
+            Names flagged;
+            for (const QString& name : {u"MOSSBOX1"_s, u"MOSS BOX"_s}) {
+                if (fake.files.entries.contains((u"/Volumes/"_s + name).toStdString()))
+                    flagged.push_back(name);
             }
+            EXPECT_EQ(takeIconCalls(),
+                      iconCalls(shown, flagged, shown ? caller.whenShown : caller.whenHidden))
+                << "action " << caller.action << ", volumes " << caller.volumes << ", row " << row;
         }
     }
 }
@@ -165,7 +152,7 @@ TEST_F(SystemSwitches, TheIconSettingIsReadAgainForThePreference) {
     show({u"MOSSBOX1"_s});
     fake.processes.respond = [&](const QStringList&) {
         model.showDesktopIcon.storeWithoutHandler(true);
-        return succeeding;
+        return ProcessResult();
     };
     takeIconCalls();
     model.applyDesktopIconVisibility(false);
@@ -182,8 +169,10 @@ TEST_F(SystemSwitches, EveryCallerBringsTheLoginEntryInLine) {
     };
     const auto startWith = [&](bool complete, bool connects) -> AppModel& {
         AppModel& model = withSettings(complete, connects);
+        model.serverIP = u"pc"_s;
         model.smbUser = u"anna"_s;
         model.smbPassword = u"secret"_s;
+        model.authMode = AuthMode::login;
         takeAgentCalls();
         return model;
     };
@@ -200,12 +189,15 @@ TEST_F(SystemSwitches, EveryCallerBringsTheLoginEntryInLine) {
         {"on again", [&] { startWith(true, true).autoConnect = true; }, true},
         {"on, not set up", [&] { startWith(false, false).autoConnect = true; }, false},
         {"switched off", [&] { startWith(true, true).autoConnect = false; }, false},
-        {"setup ends", [&] { startWith(false, true).setupComplete = true; }, std::nullopt},
+        {"complete", [&] { startWith(false, true).setupComplete = true; }, std::nullopt},
+        {"set up", [&] { perform(startWith(false, true).completeAuthFlow()); }, true},
+        {"set up, not wanted", [&] { perform(startWith(false, false).completeAuthFlow()); }, false},
+        {"reset", [&] { startWith(true, true).resetSetup(); }, false},
         {"mounted to stay", [&] { perform(startWith(false, true).mountSelected(true)); }, true},
         {"mounted", [&] { perform(startWith(true, true).mountSelected(false)); }, std::nullopt},
         {"mounted, not wanted", [&] { perform(startWith(true, false).mountSelected(true)); }, std::nullopt},
     };
-    for (const ProcessResult& ending : {succeeding, failing, missing}) {
+    for (const ProcessResult& ending : endings) {
         for (const auto& caller : callers) {
             fake.files.entries.clear();
             letProgramsEnd(ending, {u"MOSSBOX1"_s});
@@ -220,11 +212,8 @@ TEST_F(SystemSwitches, EveryCallerBringsTheLoginEntryInLine) {
 
 TEST_F(SystemSwitches, WithoutAHomeTheLoginEntryIsUnloadedAndNothingWritten) {
     fake.locations.homeFolder = std::nullopt;
-    AppModel& model = start();
-    model.setupComplete = true;
-    takeAgentCalls();
-    model.autoConnect = true;
-    model.autoConnect = false;
+    fake.defaults.values = {{u"ternvault.setupComplete"_s, true}, {u"ternvault.autoConnect"_s, true}};
+    start().autoConnect = false;
     EXPECT_EQ(takeAgentCalls(), (Calls{agentCalls(false)[0], agentCalls(false)[0]}));
     EXPECT_TRUE(fake.files.entries.empty());
 }
@@ -235,7 +224,7 @@ TEST_F(SystemSwitches, TheAgentFileIsThereBeforeItIsLoadedAndReadsAsItShouldElse
     fake.processes.respond = [&](const QStringList& call) {
         if (call[0] == u"/bin/launchctl"_s)
             sizes.push_back(fake.files.contents[agentFile].size());
-        return succeeding;
+        return ProcessResult();
     };
     fake.defaults.values = {{u"ternvault.setupComplete"_s, true}, {u"ternvault.autoConnect"_s, true}};
     start();
