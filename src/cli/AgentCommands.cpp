@@ -15,14 +15,26 @@ namespace {
 
 using Row = QStringList;
 
+/// JSON in which no control character is left as it is: Qt leaves those from U+007F on.
+QString withoutControlCharacters(const QString& json) {
+    QString result;
+    for (const QChar character : json) {
+        if (character.category() == QChar::Other_Control)
+            result += u"\\u"_s + QString::number(character.unicode(), 16).rightJustified(4, u'0');
+        else
+            result += character;
+    }
+    return result;
+}
+
 QString size(std::int64_t bytes) {
     return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
 
 QString use(const ServerDisk& disk) {
-    if (disk.is_system)
-        return u"system"_s;
-    return disk.available ? u"usable"_s : u"not usable"_s;
+    if (disk.available)
+        return u"usable"_s;
+    return disk.is_system ? u"system"_s : u"not usable"_s;
 }
 
 void printTable(const std::vector<Row>& rows) {
@@ -33,9 +45,9 @@ void printTable(const std::vector<Row>& rows) {
     }
     for (const Row& row : rows) {
         QString line;
-        for (std::size_t column = 0; column < widths.size(); ++column)
-            line += row[static_cast<qsizetype>(column)].leftJustified(widths[column] + 2);
-        printLine(line.trimmed());
+        for (std::size_t column = 0; column + 1 < widths.size(); ++column)
+            line += row[static_cast<qsizetype>(column)].leftJustified(widths[column]) + u"  "_s;
+        printLine(line + row.back());
     }
 }
 
@@ -61,7 +73,8 @@ Task<int> listDisks(AppModel& model, bool asJson) {
         co_return failure;
     }
     if (asJson) {
-        printLine(QString::fromUtf8(encodeDisksResponse({model.disks, model.shares})));
+        printLine(
+            withoutControlCharacters(QString::fromUtf8(encodeDisksResponse({model.disks, model.shares}))));
     } else {
         printLine(model.status);
         printLine({});

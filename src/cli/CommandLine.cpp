@@ -90,8 +90,9 @@ std::variant<Command, Notice> parseArguments(const VerbRule& rule, std::vector<s
         if (*argument == "--help" || *argument == "-h")
             return Notice{helpText(), false};
         if (argument->starts_with('-') && !isKnown(*argument))
-            return complain(u"unknown option "_s + inQuotes(*argument) +
-                            u"; a file of that name goes behind '--'"_s);
+            return complain(
+                u"unknown option "_s + inQuotes(*argument) +
+                (rule.verb == Verb::copy ? u"; a file of that name goes behind '--'"_s : QString()));
     }
     if (end != options)
         arguments.erase(end);

@@ -2,35 +2,30 @@
 
 #include "agent/LegalVersion.h"
 #include "cli/ExitStatus.h"
-#include "cli/SecretInput.h"
+#include "cli/SettingsCommands.h"
 #include "cli/Terminal.h"
 
 namespace ternvault::cli {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-int refuse(const QString& reason) {
-    printError(u"ternvault-cli: "_s + reason);
-    return failure;
-}
-
-} // namespace
-
-Task<int> setUp(AppModel& model, AuthMode mode) {
-    if (!model.legalAccepted)
-        co_return refuse(u"the legal documents are not accepted yet; see ternvault-cli accept-legal"_s);
-    if (model.smbPassword->isEmpty()) {
-        const std::optional<QString> password = readSecret(u"smbPassword"_s);
-        if (!password)
-            co_return refuse(u"no password on standard input"_s);
-        model.smbPassword = *password;
+Task<int> setUp(AppModel& model, SecretStore& secrets, AuthMode mode) {
+    if (!model.legalAccepted) {
+        printError(
+            u"ternvault-cli: the legal documents are not accepted yet; see ternvault-cli accept-legal"_s);
+        co_return failure;
+    }
+    const bool isPasswordNew = model.smbPassword->isEmpty();
+    if (isPasswordNew) {
+        if (const int status = setSetting(model, secrets, {u"smbPassword"_s}); status != success)
+            co_return status;
     }
     model.authMode = mode;
     co_await model.completeAuthFlow();
     if (model.setupError->has_value()) {
         printError(**model.setupError);
+        if (isPasswordNew)
+            model.smbPassword = QString();
         co_return failure;
     }
     printLine(model.status);

@@ -12,7 +12,6 @@
 #include "platform/linux/NoFilePanel.h"
 
 #include <QCoreApplication>
-#include <QFile>
 
 #include <cstdio>
 #include <cstdlib>
@@ -44,8 +43,9 @@ Task<int> perform(Command command, AppModel& model, Platform platform) {
     case Verb::disks:
         co_return co_await listDisks(model, !command.arguments.empty());
     case Verb::setup:
-        co_return co_await setUp(model, command.arguments.front() == "--create" ? AuthMode::create
-                                                                                : AuthMode::login);
+        co_return co_await setUp(model, platform.secrets,
+                                 command.arguments.front() == "--create" ? AuthMode::create
+                                                                         : AuthMode::login);
     case Verb::reset:
         co_return resetSetup(model);
     case Verb::status:

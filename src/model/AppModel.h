@@ -116,7 +116,7 @@ private:
 
     HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method) const;
     std::optional<HttpRequest> disksRequest();
-    void showDisks(const HttpResponse& answer);
+    bool showDisks(const HttpResponse& answer);
     void showAgentUnreachable(const QString& reason);
     QString connectedMessage() const;
 

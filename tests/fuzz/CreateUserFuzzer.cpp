@@ -1,5 +1,6 @@
 #include "agent/CreateUser.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 /// The first two bytes are the status, the rest is the body. A success is one that HTTP calls so; a failure
@@ -15,7 +16,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             std::abort();
     } catch (const ternvault::CreateUserError& error) {
         const bool isSuccess = status >= 200 && status <= 299;
-        if (error.code().isEmpty() || (isSuccess && !error.userExists()))
+        const bool isUnauthorized = error.code() == QLatin1String("unauthorized");
+        if (error.code().isEmpty() || (isSuccess && !error.userExists()) ||
+            (status == 409 && !error.userExists()) || (status == 401 && !isUnauthorized))
             std::abort();
     }
     return 0;

@@ -1,3 +1,4 @@
+#include "agent/CreateUser.h"
 #include "support/ModelFixture.h"
 
 #include <QJsonDocument>
@@ -46,6 +47,8 @@ TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
             asked << QString::fromLatin1(request.url.toEncoded());
         EXPECT_EQ(asked, row.expected.isEmpty() ? QStringList() : QStringList(row.expected));
         EXPECT_EQ(model.isBusy, !row.expected.isEmpty());
+        for (const HttpRequest& request : fake.http.requests)
+            EXPECT_EQ(request.timeout, std::chrono::seconds(15));
         if (row.expected.isEmpty())
             EXPECT_EQ(*model.status, u"Invalid server IP"_s);
     }
@@ -161,18 +164,62 @@ TEST_F(AccountSetup, SaysWhyItFailed) {
     model.agentPort = u"x"_s;
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.setupError, u"Invalid server IP"_s);
+    model.agentPort = u"8743"_s;
+    model.agentToken = u"t"_s;
+    model.smbPassword = u"abc"_s + QChar(0xd800);
+    perform(model.completeAuthFlow());
+    EXPECT_EQ(*model.setupError, u"The username or the password holds characters that are not text"_s);
+    EXPECT_TRUE(fake.http.requests.empty());
 
     model.authMode = AuthMode::login;
+    model.smbUser = u" ANNA"_s;
+    model.selectedShare = u"Films"_s;
     letProgramsFail("no such user");
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.setupError, u"Login failed: no such user"_s);
     EXPECT_EQ(*model.status, u"Mount failed: no such user"_s);
+    EXPECT_EQ(fake.defaults.values[u"ternvault.smbUser"_s], QVariant(u"anna"_s));
+    EXPECT_EQ(fake.defaults.values[u"ternvault.selectedShare"_s], QVariant(u"Films"_s));
 
     letMountsSucceed();
     fake.files.onFound = [this] { fake.files.entries.clear(); };
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.setupError, u"Could not mount Tern Vault — check username/password and server IP"_s);
     EXPECT_FALSE(model.isBusy || model.setupComplete);
+}
+
+TEST_F(AccountSetup, CountsAVolumeThatIsThereAlthoughTheMountFailed) {
+    AppModel& model = startWithAccount();
+    model.authMode = AuthMode::login;
+    fake.processes.respond = [this](const QStringList&) {
+        fake.files.entries["/Volumes/MOSS BOX"] = true;
+        return ProcessResult{std::nullopt, 1, {}, "already mounted"};
+    };
+    perform(model.completeAuthFlow());
+    EXPECT_TRUE(model.setupComplete);
+    EXPECT_EQ(model.setupError.get(), std::nullopt);
+}
+
+TEST(AccountErrors, HaveCodes) {
+    const struct {
+        HttpResponse answer;
+        QString code;
+    } rows[] = {
+        {{401, R"({"error": "user_exists"})"}, u"unauthorized"_s},
+        {{409, "{}"}, u"user_exists"_s},
+        {{500, R"({"error": "disk_full"})"}, u"disk_full"_s},
+        {{500, R"({"error": ""})"}, u"create_failed"_s},
+        {{300, "[]"}, u"create_failed"_s},
+        {{199, ""}, u"create_failed"_s},
+    };
+    for (const auto& row : rows) {
+        try {
+            checkCreateUserAnswer(row.answer);
+            ADD_FAILURE() << row.answer.status;
+        } catch (const CreateUserError& error) {
+            EXPECT_EQ(error.code(), row.code);
+        }
+    }
 }
 
 TEST_F(AccountSetup, AResetForgetsThePasswordAndNothingElse) {
@@ -197,13 +244,17 @@ TEST_F(AccountSetup, AResetForgetsThePasswordAndNothingElse) {
 TEST_F(LegalState, CountsOnlyWhenBothDocumentsAreAccepted) {
     AppModel& model = start();
     const auto before = fake.defaults.values;
-    model.acceptedPrivacy = true;
-    model.acceptLegal();
-    EXPECT_EQ(*model.legalError, u"Accept both the Privacy Policy and Terms & Conditions to continue"_s);
-    EXPECT_EQ(fake.defaults.values, before);
-    EXPECT_FALSE(model.legalAccepted);
+    for (const bool acceptsPrivacy : {false, true}) {
+        model.acceptedPrivacy = acceptsPrivacy;
+        model.acceptedTerms = !acceptsPrivacy;
+        model.acceptLegal();
+        EXPECT_EQ(*model.legalError, u"Accept both the Privacy Policy and Terms & Conditions to continue"_s);
+        EXPECT_EQ(fake.defaults.values, before);
+        EXPECT_FALSE(model.legalAccepted);
+    }
 
     model.acceptedTerms = true;
+    model.acceptLegal();
     fake.time.advance(std::chrono::milliseconds(250));
     model.acceptLegal();
     EXPECT_EQ(model.legalError.get(), std::nullopt);
