@@ -12,7 +12,8 @@ namespace ternvault {
 /// Takes flock(2)'s exclusive lock; std::errc::timed_out when somebody else holds it for longer than
 /// `patience`.
 inline std::error_code lockExclusively(int descriptor, std::chrono::milliseconds patience) {
-    constexpr std::chrono::milliseconds pause(5);
+    // Somebody who takes the lock again and again leaves it free for moments only.
+    constexpr std::chrono::microseconds pause(300);
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR)

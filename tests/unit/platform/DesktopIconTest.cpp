@@ -45,8 +45,10 @@ ProcessResult setPreference(const QString& value) {
         {u"write"_s, u"com.apple.finder"_s, u"ShowMountedServersOnDesktop"_s, u"-bool"_s, value});
 }
 
-QString printed(const QString& program, const QStringList& arguments) {
-    return QString::fromUtf8(LinuxProcessLauncher({}).run(program, arguments).standardOutput).trimmed();
+QString printed(const QString& command) {
+    const QStringList words = command.split(u' ');
+    const ProcessResult result = LinuxProcessLauncher({}).run(u"/usr/bin/"_s + words[0], words.mid(1));
+    return QString::fromUtf8(result.standardOutput).trimmed();
 }
 
 } // namespace
@@ -113,43 +115,40 @@ TEST(FileFlags, EndWithTheVolume) {
 }
 
 TEST(DesktopIconPrograms, RefuseWhatTheyDoNotKnow) {
-    const QStringList preference{u"write"_s, u"com.apple.finder"_s, u"ShowMountedServersOnDesktop"_s,
-                                 u"-bool"_s};
-    const ProcessResult refusals[] = {
-        runFileFlags({}),
-        runFileFlags({u"hidden"_s}),
-        runFileFlags({u"uchg"_s, u"/tmp"_s}),
-        runFileFlags({u"hidden"_s, u"relative"_s}),
-        runFileFlags({u"hidden"_s, u"/tmp/a\nb"_s}),
-        runFileFlags({u"hidden"_s, u"/a"_s, u"/b"_s}),
-        runDefaults({}),
-        runDefaults(preference),
-        runDefaults(preference + QStringList{u"1"_s}),
-        runDefaults(preference + QStringList{u"true"_s, u"true"_s}),
-        runDefaults(
-            {u"read"_s, u"com.apple.finder"_s, u"ShowMountedServersOnDesktop"_s, u"-bool"_s, u"true"_s}),
-        runKillAll({}),
-        runKillAll({u"-9"_s, u"Finder"_s}),
-        runKillAll({u"xfdesktop"_s}),
+    const std::pair<StandIn, QString> calls[] = {
+        {runFileFlags, u""_s},
+        {runFileFlags, u"hidden"_s},
+        {runFileFlags, u"uchg|/tmp"_s},
+        {runFileFlags, u"hidden|relative"_s},
+        {runFileFlags, u"hidden|/tmp/a\nb"_s},
+        {runFileFlags, u"hidden|/a|/b"_s},
+        {runDefaults, u""_s},
+        {runDefaults, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool"_s},
+        {runDefaults, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool|1"_s},
+        {runDefaults, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool|true|true"_s},
+        {runDefaults, u"read|com.apple.finder|ShowMountedServersOnDesktop|-bool|true"_s},
+        {runKillAll, u""_s},
+        {runKillAll, u"-9|Finder"_s},
+        {runKillAll, u"xfdesktop"_s},
     };
-    for (const ProcessResult& refusal : refusals) {
-        EXPECT_EQ(refusal.exitStatus, 64);
-        EXPECT_EQ(refusal.standardError.count('\n'), 1) << refusal.standardError.toStdString();
+    for (const auto& [program, words] : calls) {
+        const ProcessResult refusal = program(words.split(u'|', Qt::SkipEmptyParts));
+        EXPECT_EQ(refusal.exitStatus, 64) << words.toStdString();
+        EXPECT_EQ(refusal.standardError.count('\n'), 1) << words.toStdString();
     }
     EXPECT_EQ(runKillAll({u"Finder"_s}).exitStatus, 0);
 }
 
 TEST(DesktopPreference, GoesToTheSettingOfTheRunningDesktop) {
     const TemporaryFolder folder;
-    writeFile(folder / "test.gschema.xml",
-              "<schemalist>"
-              "<schema id='org.nemo.desktop' path='/org/nemo/desktop/'>"
-              "<key name='volumes-visible' type='b'><default>true</default></key></schema>"
-              "<schema id='org.mate.caja.desktop' path='/org/mate/caja/desktop/'>"
-              "<key name='volumes-visible' type='b'><default>true</default></key></schema>"
-              "<schema id='org.gnome.shell.extensions.ding' path='/org/gnome/shell/extensions/ding/'>"
-              "<key name='show-network-volumes' type='b'><default>false</default></key></schema>"
-              "</schemalist>");
+    std::string schemas;
+    for (const std::string id :
+         {"org.nemo.desktop", "org.mate.caja.desktop", "org.gnome.shell.extensions.ding"})
+        schemas += "<schema id='" + id + "' path='/" + id +
+                   "/'>"
+                   "<key name='volumes-visible' type='b'><default>true</default></key>"
+                   "<key name='show-network-volumes' type='b'><default>false</default></key></schema>";
+    writeFile(folder / "test.gschema.xml", "<schemalist>" + schemas + "</schemalist>");
     ASSERT_EQ(
         LinuxProcessLauncher({}).run(u"/usr/bin/glib-compile-schemas"_s, {text(folder.path())}).exitStatus,
         0);
@@ -160,24 +159,19 @@ TEST(DesktopPreference, GoesToTheSettingOfTheRunningDesktop) {
     ASSERT_TRUE(bus.start());
     const struct {
         const char* desktop;
-        QString program;
-        QStringList read;
+        QString question;
     } rows[] = {
-        {"XFCE",
-         u"/usr/bin/xfconf-query"_s,
-         {u"-c"_s, u"xfce4-desktop"_s, u"-p"_s, u"/desktop-icons/file-icons/show-network-removable"_s}},
-        {"X-Cinnamon", u"/usr/bin/gsettings"_s, {u"get"_s, u"org.nemo.desktop"_s, u"volumes-visible"_s}},
-        {"MATE", u"/usr/bin/gsettings"_s, {u"get"_s, u"org.mate.caja.desktop"_s, u"volumes-visible"_s}},
-        {"ubuntu:GNOME",
-         u"/usr/bin/gsettings"_s,
-         {u"get"_s, u"org.gnome.shell.extensions.ding"_s, u"show-network-volumes"_s}},
+        {"XFCE", u"xfconf-query -c xfce4-desktop -p /desktop-icons/file-icons/show-network-removable"_s},
+        {"X-Cinnamon", u"gsettings get org.nemo.desktop volumes-visible"_s},
+        {"MATE", u"gsettings get org.mate.caja.desktop volumes-visible"_s},
+        {"ubuntu:GNOME", u"gsettings get org.gnome.shell.extensions.ding show-network-volumes"_s},
     };
     for (const auto& row : rows) {
         qputenv("XDG_CURRENT_DESKTOP", row.desktop);
         for (const QString& value : {u"false"_s, u"true"_s, u"true"_s, u"false"_s}) {
             const ProcessResult result = setPreference(value);
             EXPECT_EQ(result.exitStatus, 0) << row.desktop << result.standardError.toStdString();
-            EXPECT_EQ(printed(row.program, row.read), value) << row.desktop;
+            EXPECT_EQ(printed(row.question), value) << row.desktop;
         }
     }
     fs::remove(folder / "gschemas.compiled");

@@ -1,7 +1,6 @@
 #include "platform/linux/programs/HiddenList.h"
 
 #include "base/FileLocking.h"
-#include "platform/linux/programs/ReplaceText.h"
 
 #include <algorithm>
 #include <fstream>
@@ -14,7 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::chrono::milliseconds patience(250);
-constexpr mode_t readableForAll = 0644;
 
 } // namespace
 
@@ -63,10 +61,16 @@ void HiddenList::write(const std::vector<std::string>& names) const {
         fs::remove(file_);
         return;
     }
-    std::string text;
+    const fs::path fresh = file_.native() + ".new";
+    fs::remove(fresh);
+    std::ofstream stream(fresh, std::ios::binary);
     for (const std::string& name : names)
-        text += name + '\n';
-    replaceText(file_, text, readableForAll);
+        stream << name << '\n';
+    stream.close();
+    if (!stream)
+        throw std::system_error(std::make_error_code(std::errc::io_error), fresh.native());
+    // Not synced: a name that a loss of power takes back is hidden again at the next start.
+    fs::rename(fresh, file_);
 }
 
 } // namespace ternvault

@@ -2,7 +2,6 @@
 
 #include "base/FileLocking.h"
 #include "platform/linux/programs/HiddenList.h"
-#include "platform/linux/programs/ReplaceText.h"
 
 #include <cerrno>
 #include <csignal>
@@ -66,6 +65,28 @@ std::string keyOf(const fs::path& mountPoint) {
 
 fs::path recordFile(const fs::path& state, const fs::path& mountPoint) {
     return state / (keyOf(mountPoint) + recordSuffix);
+}
+
+void syncDirectory(const fs::path& directory) {
+    const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
+void replaceFile(const fs::path& file, const std::string& text) {
+    const fs::path fresh = file.string() + ".new";
+    const int fd = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0)
+        fail("open");
+    const bool written = ::write(fd, text.data(), text.size()) == ssize_t(text.size()) && ::fsync(fd) == 0;
+    const int error = errno;
+    ::close(fd);
+    if (!written)
+        throw std::system_error(error, std::generic_category(), "write");
+    fs::rename(fresh, file);
+    syncDirectory(file.parent_path());
 }
 
 std::optional<MountRecord> parseRecord(const fs::path& file) {
@@ -147,7 +168,7 @@ void writeMountRecord(const fs::path& state, const MountRecord& record) {
     text << bootId() << ' ' << record.keeper.pid << ' ' << record.keeper.startTime << ' ' << record.daemon.pid
          << ' ' << record.daemon.startTime << '\n'
          << record.mountPoint.string();
-    replaceText(recordFile(state, record.mountPoint), text.str(), 0600);
+    replaceFile(recordFile(state, record.mountPoint), text.str());
 }
 
 void removeMountRecord(const fs::path& state, const fs::path& mountPoint) {
