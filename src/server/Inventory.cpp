@@ -7,8 +7,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
+#include <iterator>
 
 #include <unistd.h>
 
@@ -80,8 +82,7 @@ std::string Inventory::describe() {
     const std::string devices = outputOf(commands_.listDisks);
     std::vector<Share> shares = parseShares(outputOf(commands_.listShares));
     std::vector<std::string> paths;
-    for (const Share& share : shares)
-        paths.push_back(share.path);
+    std::ranges::transform(shares, std::back_inserter(paths), &Share::path);
     const auto states = probe_.look(paths, folderLimit);
 
     Json sharesJson = Json::array();
