@@ -1,5 +1,6 @@
 # A program that feeds itself inputs, guided by the code that they reach (libFuzzer). It compiles the sources that it
-# tries afresh, instrumented: libraries that are not would hide both faults and coverage. Qt is not. Its test starts from the inputs in corpus/<name> and leaves them as they are.
+# tries afresh, instrumented: libraries that are not would hide both faults and coverage. Qt is not. Its test
+# starts from the inputs in corpus/<name> and leaves them as they are.
 # Only clang has this, and only without other sanitizers.
 function(add_fuzzer name)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR TERNVAULT_SANITIZE)

@@ -48,7 +48,9 @@ std::vector<QString> mountpointsBelow(const QJsonObject& device) {
 }
 
 TEST_F(Agent, TellsWhatThisMachineHas) {
-    startAgent();
+    const Outcome started =
+        run(QStringLiteral(TERNVAULT_PRIVATE_PC), {u"agent"_s, u"start"_s, QStringLiteral(MOSSBOX_AGENT)});
+    ASSERT_EQ(started.status, 0) << started.errors;
     const DisksResponse told = askForDisks();
 
     const QJsonArray devices = QJsonDocument::fromJson(output(
