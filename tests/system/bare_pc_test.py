@@ -9,6 +9,7 @@ import os
 import pathlib
 import pty
 import re
+import shutil
 import socket
 import subprocess
 import sys
@@ -185,6 +186,7 @@ class AccountsTest(unittest.TestCase):
 class SetupTest(unittest.TestCase):
     def test_changes_what_it_said_and_only_once(self):
         pc = BarePc()
+        pc.path("/etc/samba/smb.conf").chmod(0o640)
         before, configuration = pc.state(), pc.read("/etc/samba/smb.conf")
         status, plan = pc.setup(DISK)
         self.assertEqual((status, pc.state()), (2, before), plan)
@@ -194,7 +196,8 @@ class SetupTest(unittest.TestCase):
         status, output = pc.setup("--yes", DISK)
         self.assertEqual(status, 0, output)
         self.assertIn(pc.read(TOKEN).strip(), output)
-        self.assertEqual(oct(pc.path(TOKEN).stat().st_mode), oct(0o100600))
+        self.assertEqual([oct(pc.path(file).stat().st_mode & 0o777) for file in (TOKEN, "/etc/samba/smb.conf")],
+                         [oct(0o600), oct(0o640)])
         self.assertEqual(pc.share("MOSSBOX1", "path"), DISK)
         self.assertEqual(pc.read("/etc/samba/smb.conf.before-mossbox"), configuration)
         self.assertTrue(pc.read("/etc/samba/smb.conf").startswith(configuration))
@@ -258,7 +261,7 @@ class SetupTest(unittest.TestCase):
                 ("share name", None, ["--share", "a]\nb", DISK], 2, "letters, digits"),
                 ("reserved name", None, ["--share", "Global", DISK], 2, "letters, digits"),
                 ("two folders", None, [DISK, DISK], 2, "one folder"),
-                ("first step fails", no_group, [DISK], 1, "nothing was changed")):
+                ("first step fails", no_group, [DISK], 1, "step 1 failed")):
             with self.subTest(name):
                 pc = BarePc()
                 (prepare or (lambda _: None))(pc)
@@ -304,6 +307,19 @@ class SetupTest(unittest.TestCase):
         self.assertEqual((pc.setup("--yes", DISK)[0], asked()), (0, []))
 
 
+class UnitTest(unittest.TestCase):
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "there is no systemd-analyze")
+    def test_unit_is_valid_and_hardened(self):
+        with tempfile.TemporaryDirectory() as folder:
+            unit = pathlib.Path(folder, "mossbox-agent.service")
+            unit.write_text(re.sub("(?m)^ExecStart=.*", f"ExecStart={AGENT}", pathlib.Path(UNIT).read_text()))
+            for check in (["verify", "--man=no"], ["security", "--offline=yes", "--threshold=35", "--no-pager"]):
+                result = subprocess.run(["systemd-analyze", *check, unit], stdout=subprocess.PIPE,
+                                        stderr=subprocess.STDOUT, text=True, check=False)
+                self.assertEqual(result.returncode, 0, result.stdout)
+                self.assertNotIn("mossbox-agent.service:", result.stdout.replace("for mossbox-agent.service:", ""))
+
+
 def enter(arguments):
     """Runs the tests beside a private PC, in whose namespaces and memory everything stays."""
     made = subprocess.run([CLONE / "tools/bare-root"], stdout=subprocess.PIPE, text=True, check=False)
@@ -317,5 +333,5 @@ def enter(arguments):
 if __name__ == "__main__":
     if "BARE_ROOT" not in os.environ:
         sys.exit(enter(sys.argv[1:]))
-    AGENT = sys.argv.pop(1)
+    AGENT, UNIT = sys.argv.pop(1), sys.argv.pop(1)
     unittest.main(verbosity=2)
