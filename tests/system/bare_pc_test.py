@@ -38,7 +38,7 @@ class BarePc:
                    f"lowerdir={os.environ['BARE_ROOT']},upperdir={place}/changes,workdir={place}/work")
         self.mount("/proc", "-t", "proc", "proc")
         self.mount("/sys", "-t", "sysfs", "sysfs")
-        self.mount(DISK, "-t", "tmpfs", "disk", "-o", "mode=755")
+        self.mount(DISK, "-t", "tmpfs", "disk", "-o", "mode=1755")
         self.mount(CLONE, "--bind", CLONE)  # programs, and where sanitizers report
 
     def mount(self, where, *arguments):
@@ -139,6 +139,10 @@ class AccountsTest(unittest.TestCase):
 
     def test_new_account_is_for_files_only_and_logs_in(self):
         pc = self.pc
+        pc.path(f"{DISK}/old").mkdir()
+        pc.path(f"{DISK}/old").chmod(0o777)
+        status, output = pc.run("sh", "-c", "useradd --groups mossbox lisa && yes known | smbpasswd -s -a lisa")
+        self.assertEqual(status, 0, output)
         with pc.agent(), pc.running(SMB_PORT, "smbd", "--foreground", "-p", str(SMB_PORT)):
             self.assertEqual([pc.create("anna", "pä ss:\"1\\"), pc.create("otto")], [201, 201])
             user = pc.run("getent", "passwd", "anna")[1].strip().split(":")
@@ -154,13 +158,14 @@ class AccountsTest(unittest.TestCase):
             self.assertIn("LOGON_FAILURE", smbclient("anna", "wrong", "MOSSBOX1", "ls")[1])
             for user, password, commands in (
                     ("anna", "pä ss:\"1\\", "mkdir photos; put /etc/hostname photos/one; put /etc/hostname two"),
+                    ("lisa", "known", "put /etc/hostname old/three"),
                     ("otto", "secret", "get photos/one /dev/null; put /etc/os-release photos/one; rm two")):
                 status, output = smbclient(user, password, "MOSSBOX1", commands)
                 self.assertEqual((status, re.findall("NT_STATUS.*", output)), (0, []), output)
             disk = pc.path(DISK)
-            self.assertEqual(sorted(os.listdir(disk)), ["photos"])
+            self.assertEqual(sorted(os.listdir(disk)), ["old", "photos"])
             self.assertEqual((disk / "photos/one").read_bytes(), pathlib.Path("/etc/os-release").read_bytes())
-            for file, mode in (("photos", 0o2770), ("photos/one", 0o660)):
+            for file, mode in (("photos", 0o2770), ("photos/one", 0o660), ("old/three", 0o660)):
                 attributes = (disk / file).stat()
                 self.assertEqual((oct(attributes.st_mode & 0o7777), attributes.st_gid),
                                  (oct(mode), disk.stat().st_gid), file)
@@ -196,8 +201,8 @@ class SetupTest(unittest.TestCase):
         status, output = pc.setup("--yes", DISK)
         self.assertEqual(status, 0, output)
         self.assertIn(pc.read(TOKEN).strip(), output)
-        self.assertEqual([oct(pc.path(file).stat().st_mode & 0o777) for file in (TOKEN, "/etc/samba/smb.conf")],
-                         [oct(0o600), oct(0o640)])
+        self.assertEqual([oct(pc.path(file).stat().st_mode & 0o7777) for file in (TOKEN, "/etc/samba/smb.conf", DISK)],
+                         [oct(0o600), oct(0o640), oct(0o2775)])
         self.assertEqual(pc.share("MOSSBOX1", "path"), DISK)
         self.assertEqual(pc.read("/etc/samba/smb.conf.before-mossbox"), configuration)
         self.assertTrue(pc.read("/etc/samba/smb.conf").startswith(configuration))
