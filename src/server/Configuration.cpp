@@ -107,7 +107,7 @@ Configuration parseConfiguration(std::string_view content) {
     try {
         object = Json::parse(content, nullptr, true, true);
     } catch (const Json::parse_error& error) {
-        throw ConfigurationError(std::string("not valid JSON: ") + error.what());
+        throw ConfigurationError("not valid JSON (byte " + std::to_string(error.byte) + ')');
     }
     if (!object.is_object())
         throw ConfigurationError("a JSON object is expected");

@@ -8,8 +8,6 @@ namespace ternvault::server {
 
 namespace {
 
-constexpr std::chrono::seconds keptFor{1};
-
 bool isReady(const std::shared_future<std::string>& description) {
     return description.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
@@ -18,7 +16,7 @@ bool isReady(const std::shared_future<std::string>& description) {
 
 std::shared_future<std::string> DiskListing::current() {
     const std::lock_guard lock(mutex_);
-    if (description_.valid() && (!isReady(description_) || Clock::now() < begun_ + keptFor))
+    if (description_.valid() && (!isReady(description_) || Clock::now() < begun_ + limits_.age))
         return description_;
     std::packaged_task<std::string()> task([inventory = inventory_] { return inventory->describe(); });
     description_ = task.get_future().share();
@@ -29,7 +27,7 @@ std::shared_future<std::string> DiskListing::current() {
 
 std::string DiskListing::get() {
     const auto description = current();
-    if (description.wait_for(patience_) != std::future_status::ready)
+    if (description.wait_for(limits_.patience) != std::future_status::ready)
         throw Refusal(503, "busy", "A disk of the PC does not answer");
     return description.get();
 }

@@ -19,7 +19,12 @@ protected:
     QByteArray output(const QString& program, const QStringList& arguments) const {
         return QByteArray::fromStdString(run(program, arguments).output);
     }
-    QByteArray askForDisks() const {
+    void startAgent() const {
+        const Outcome started = run(QStringLiteral(TERNVAULT_PRIVATE_PC),
+                                    {u"agent"_s, u"start"_s, QStringLiteral(MOSSBOX_AGENT)});
+        ASSERT_EQ(started.status, 0) << started.errors;
+    }
+    DisksResponse askForDisks() const {
         QTcpSocket socket;
         socket.connectToHost(u"127.0.0.5"_s, 8743);
         EXPECT_TRUE(socket.waitForConnected(5000));
@@ -28,7 +33,7 @@ protected:
         while (socket.waitForReadyRead(15000)) {
         }
         const QByteArray answer = socket.readAll();
-        return answer.mid(answer.indexOf("\r\n\r\n") + 4);
+        return decodeDisksResponse(answer.mid(answer.indexOf("\r\n\r\n") + 4));
     }
 };
 
@@ -84,7 +89,23 @@ TEST_F(Agent, TellsWhatThisMachineHas) {
                     static_cast<double>(numbers.f_bavail * numbers.f_frsize), 16 << 20);
         EXPECT_TRUE(share.smb_url.startsWith(u"smb://") && share.smb_url.endsWith(u'/' + share.name));
     }
-    EXPECT_EQ(run(QStringLiteral(TERNVAULT_PRIVATE_PC), {u"agent"_s, u"stop"_s}).status, 0);
+}
+
+TEST_F(Agent, TellsOfTheRestWhileOneFileSystemIsDead) {
+    mountShare();
+    std::ofstream(pc() / "smbd/smb.conf", std::ios::app) << "[DEAD]\npath = " << volume().string() << '\n';
+    startAgent();
+    EXPECT_EQ(askForDisks().shares.back().name, u"DEAD");
+    signalDaemons(SIGSTOP);
+    const auto tellsOfTheRest = [this] {
+        const auto began = std::chrono::steady_clock::now();
+        const DisksResponse told = askForDisks();
+        EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
+        return told.shares.size() == 3 && told.shares.back().name == u"SMALL";
+    };
+    EXPECT_TRUE(eventually(tellsOfTheRest, std::chrono::seconds(10)));
+    signalDaemons(SIGCONT);
+    EXPECT_TRUE(eventually([this] { return askForDisks().shares.size() == 4; }, std::chrono::seconds(10)));
 }
 
 } // namespace ternvault::test

@@ -19,6 +19,7 @@
 
 namespace ternvault::server {
 
+using namespace std::chrono_literals;
 using test::readFile;
 using test::writeFile;
 using testing::ElementsAre;
@@ -151,8 +152,7 @@ TEST(DiskListing, WorksOnceForAllWhoAskAndNeverHoldsThem) {
     programs->results = {{"/usr/bin/lsblk", {0, R"({"blockdevices": []})"}}, {"/usr/bin/testparm", {0, ""}}};
     std::promise<void> answer;
     programs->before = [released = answer.get_future().share()] { released.wait(); };
-    DiskListing impatient(std::make_shared<Inventory>(programs, Configuration{}),
-                          std::chrono::milliseconds(0));
+    DiskListing impatient(std::make_shared<Inventory>(programs, Configuration{}), {0s, 1h});
     EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
     EXPECT_EQ(refusal([&] { impatient.get(); }), "503 busy");
     answer.set_value();
@@ -160,7 +160,7 @@ TEST(DiskListing, WorksOnceForAllWhoAskAndNeverHoldsThem) {
         std::this_thread::yield();
     EXPECT_EQ(programs->calls.size(), 2U);
 
-    DiskListing listing(std::make_shared<Inventory>(programs, Configuration{}));
+    DiskListing listing(std::make_shared<Inventory>(programs, Configuration{}), {1h, 1h});
     std::atomic<int> same = 0;
     std::vector<std::jthread> threads;
     for (int i = 0; i < 20; ++i)
