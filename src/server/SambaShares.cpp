@@ -61,9 +61,7 @@ std::string section(const std::string& name, const std::filesystem::path& folder
            "\n    valid users = @" +
            group + "\n    force group = " + group +
            "\n    create mask = 0660"
-           "\n    force create mode = 0660"
-           "\n    directory mask = 2770"
-           "\n    force directory mode = 2770\n";
+           "\n    directory mask = 2770\n";
 }
 
 /// Without the checks of the running system's directories, which say nothing about the file.

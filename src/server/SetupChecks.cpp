@@ -79,7 +79,7 @@ void checkPc() {
 
 fs::path checkedFolder(const fs::path& folder, bool systemDisk) {
     std::error_code error;
-    const fs::path real = fs::canonical(folder, error);
+    fs::path real = fs::canonical(folder, error);
     if (error)
         throw SetupError(folder.string() + ": " + error.message());
     const auto attributes = attributesOf(real);

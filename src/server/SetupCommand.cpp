@@ -103,9 +103,8 @@ void apply(const std::vector<SetupStep>& steps) {
             if (!news.empty())
                 std::cout << '\n' << news << '\n' << std::endl;
         } catch (const std::exception& error) {
-            throw SetupError("step " + std::to_string(i + 1) + " failed, " +
-                             (i == 0 ? "nothing was changed" : "those before it are done") + ": " +
-                             error.what());
+            throw SetupError("step " + std::to_string(i + 1) +
+                             " failed, those before it are done: " + error.what());
         }
     }
 }

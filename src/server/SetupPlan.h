@@ -20,8 +20,8 @@ struct SetupWish {
 struct SetupStep {
     /// What will change, as a sentence for the user.
     std::string change;
-    /// Does it, whole or not at all, and returns what the user has to know from now on, if anything. Throws
-    /// std::exception.
+    /// Does it and returns what the user has to know from now on, if anything. Throws std::exception; a later
+    /// run then goes on from what is there.
     std::function<std::string()> apply;
 };
 

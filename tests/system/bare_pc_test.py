@@ -9,6 +9,7 @@ import os
 import pathlib
 import pty
 import re
+import shutil
 import socket
 import subprocess
 import sys
@@ -37,7 +38,7 @@ class BarePc:
                    f"lowerdir={os.environ['BARE_ROOT']},upperdir={place}/changes,workdir={place}/work")
         self.mount("/proc", "-t", "proc", "proc")
         self.mount("/sys", "-t", "sysfs", "sysfs")
-        self.mount(DISK, "-t", "tmpfs", "disk", "-o", "mode=755")
+        self.mount(DISK, "-t", "tmpfs", "disk", "-o", "mode=1755")
         self.mount(CLONE, "--bind", CLONE)  # programs, and where sanitizers report
 
     def mount(self, where, *arguments):
@@ -138,6 +139,10 @@ class AccountsTest(unittest.TestCase):
 
     def test_new_account_is_for_files_only_and_logs_in(self):
         pc = self.pc
+        pc.path(f"{DISK}/old").mkdir()
+        pc.path(f"{DISK}/old").chmod(0o777)
+        status, output = pc.run("sh", "-c", "useradd --groups mossbox lisa && yes known | smbpasswd -s -a lisa")
+        self.assertEqual(status, 0, output)
         with pc.agent(), pc.running(SMB_PORT, "smbd", "--foreground", "-p", str(SMB_PORT)):
             self.assertEqual([pc.create("anna", "pä ss:\"1\\"), pc.create("otto")], [201, 201])
             user = pc.run("getent", "passwd", "anna")[1].strip().split(":")
@@ -153,13 +158,14 @@ class AccountsTest(unittest.TestCase):
             self.assertIn("LOGON_FAILURE", smbclient("anna", "wrong", "MOSSBOX1", "ls")[1])
             for user, password, commands in (
                     ("anna", "pä ss:\"1\\", "mkdir photos; put /etc/hostname photos/one; put /etc/hostname two"),
+                    ("lisa", "known", "put /etc/hostname old/three"),
                     ("otto", "secret", "get photos/one /dev/null; put /etc/os-release photos/one; rm two")):
                 status, output = smbclient(user, password, "MOSSBOX1", commands)
                 self.assertEqual((status, re.findall("NT_STATUS.*", output)), (0, []), output)
             disk = pc.path(DISK)
-            self.assertEqual(sorted(os.listdir(disk)), ["photos"])
+            self.assertEqual(sorted(os.listdir(disk)), ["old", "photos"])
             self.assertEqual((disk / "photos/one").read_bytes(), pathlib.Path("/etc/os-release").read_bytes())
-            for file, mode in (("photos", 0o2770), ("photos/one", 0o660)):
+            for file, mode in (("photos", 0o2770), ("photos/one", 0o660), ("old/three", 0o660)):
                 attributes = (disk / file).stat()
                 self.assertEqual((oct(attributes.st_mode & 0o7777), attributes.st_gid),
                                  (oct(mode), disk.stat().st_gid), file)
@@ -185,6 +191,7 @@ class AccountsTest(unittest.TestCase):
 class SetupTest(unittest.TestCase):
     def test_changes_what_it_said_and_only_once(self):
         pc = BarePc()
+        pc.path("/etc/samba/smb.conf").chmod(0o640)
         before, configuration = pc.state(), pc.read("/etc/samba/smb.conf")
         status, plan = pc.setup(DISK)
         self.assertEqual((status, pc.state()), (2, before), plan)
@@ -194,7 +201,8 @@ class SetupTest(unittest.TestCase):
         status, output = pc.setup("--yes", DISK)
         self.assertEqual(status, 0, output)
         self.assertIn(pc.read(TOKEN).strip(), output)
-        self.assertEqual(oct(pc.path(TOKEN).stat().st_mode), oct(0o100600))
+        self.assertEqual([oct(pc.path(file).stat().st_mode & 0o7777) for file in (TOKEN, "/etc/samba/smb.conf", DISK)],
+                         [oct(0o600), oct(0o640), oct(0o2775)])
         self.assertEqual(pc.share("MOSSBOX1", "path"), DISK)
         self.assertEqual(pc.read("/etc/samba/smb.conf.before-mossbox"), configuration)
         self.assertTrue(pc.read("/etc/samba/smb.conf").startswith(configuration))
@@ -258,7 +266,7 @@ class SetupTest(unittest.TestCase):
                 ("share name", None, ["--share", "a]\nb", DISK], 2, "letters, digits"),
                 ("reserved name", None, ["--share", "Global", DISK], 2, "letters, digits"),
                 ("two folders", None, [DISK, DISK], 2, "one folder"),
-                ("first step fails", no_group, [DISK], 1, "nothing was changed")):
+                ("first step fails", no_group, [DISK], 1, "step 1 failed")):
             with self.subTest(name):
                 pc = BarePc()
                 (prepare or (lambda _: None))(pc)
@@ -304,6 +312,19 @@ class SetupTest(unittest.TestCase):
         self.assertEqual((pc.setup("--yes", DISK)[0], asked()), (0, []))
 
 
+class UnitTest(unittest.TestCase):
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "there is no systemd-analyze")
+    def test_unit_is_valid_and_hardened(self):
+        with tempfile.TemporaryDirectory() as folder:
+            unit = pathlib.Path(folder, "mossbox-agent.service")
+            unit.write_text(re.sub("(?m)^ExecStart=.*", f"ExecStart={AGENT}", pathlib.Path(UNIT).read_text()))
+            for check in (["verify", "--man=no"], ["security", "--offline=yes", "--threshold=35", "--no-pager"]):
+                result = subprocess.run(["systemd-analyze", *check, unit], stdout=subprocess.PIPE,
+                                        stderr=subprocess.STDOUT, text=True, check=False)
+                self.assertEqual(result.returncode, 0, result.stdout)
+                self.assertNotIn("mossbox-agent.service:", result.stdout.replace("for mossbox-agent.service:", ""))
+
+
 def enter(arguments):
     """Runs the tests beside a private PC, in whose namespaces and memory everything stays."""
     made = subprocess.run([CLONE / "tools/bare-root"], stdout=subprocess.PIPE, text=True, check=False)
@@ -317,5 +338,5 @@ def enter(arguments):
 if __name__ == "__main__":
     if "BARE_ROOT" not in os.environ:
         sys.exit(enter(sys.argv[1:]))
-    AGENT = sys.argv.pop(1)
+    AGENT, UNIT = sys.argv.pop(1), sys.argv.pop(1)
     unittest.main(verbosity=2)
