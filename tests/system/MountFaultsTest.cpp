@@ -1,3 +1,4 @@
+#include "platform/linux/LinuxFileManager.h"
 #include "support/RealPC.h"
 
 #include <QTcpServer>
@@ -89,7 +90,14 @@ TEST_F(MountFaults, ProcessesThatStartTogetherKeepThePassword) {
 
 TEST_F(MountFaults, AStoppedDaemonHangsNoQuestionAndItsEntryGoes) {
     mountShare();
+    const LinuxFileManager files(volumes.path());
+    const auto identity = files.volumeIdentity(volume());
+    EXPECT_NE(identity, files.volumeIdentity(volumes.path()));
     signalDaemons(SIGSTOP);
+    const auto stopped = std::chrono::steady_clock::now();
+    EXPECT_TRUE(files.exists(volume()) && files.isDirectory(volume()));
+    EXPECT_EQ(files.volumeIdentity(volume()), identity);
+    EXPECT_LT(std::chrono::steady_clock::now() - stopped, 1s);
     const Outcome asked = cli({u"status"_s});
     EXPECT_LT(asked.took, 3s);
     EXPECT_TRUE(eventually([&] { return isVolumesRootEmpty(); }, 15s));

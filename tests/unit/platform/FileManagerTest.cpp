@@ -6,13 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace ternvault {
 
@@ -109,43 +104,6 @@ TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
     EXPECT_EQ(files.volumeIdentity(root / "Someones"), files.volumeIdentity(root));
     EXPECT_NE(files.volumeIdentity("/proc"), files.volumeIdentity(root));
     fs::permissions(root / "Ours", fs::perms::owner_all);
-}
-
-/// A file system whose daemon hangs from the beginning: nobody reads what the kernel asks.
-int mountHungVolume(const fs::path& point) {
-    const int daemon = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
-    const std::string options = "rootmode=40000,user_id=0,group_id=0,fd=" + std::to_string(daemon);
-    if (daemon < 0 || ::mount("hung", point.c_str(), "fuse.hung", MS_NOSUID | MS_NODEV, options.c_str()) != 0)
-        return -1;
-    return daemon;
-}
-
-TEST(FileManager, AsksNothingOfAVolumeWhoseDaemonHangs) {
-    const TemporaryFolder folder;
-    const fs::path volume = folder / "Volumes/Hung";
-    fs::create_directories(volume);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        constexpr int cannotMount = 77;
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("", "/", "", MS_PRIVATE | MS_REC, nullptr) != 0)
-            ::_exit(cannotMount);
-        ::alarm(20);
-        const LinuxFileManager files(folder / "Volumes");
-        const auto before = files.volumeIdentity(volume);
-        const int daemon = mountHungVolume(volume);
-        if (daemon < 0)
-            ::_exit(cannotMount);
-        const bool answered = files.exists(volume) && files.isDirectory(volume) && before &&
-                              files.volumeIdentity(volume) && files.volumeIdentity(volume) != before;
-        ::close(daemon);
-        const bool goneWithDaemon = !files.exists(volume / "file");
-        ::_exit(answered && goneWithDaemon ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 77)
-        GTEST_SKIP() << "needs the right to mount";
-    EXPECT_EQ(status, 0);
 }
 
 TEST(FileLocations, FollowTheEnvironmentThenTheUserDatabase) {
