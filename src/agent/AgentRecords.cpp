@@ -30,15 +30,6 @@ ServerShare decodeShare(const ObjectDecoder& object) {
             object.string(smbUrl)};
 }
 
-template <typename Record>
-std::vector<Record> decodeEach(const std::vector<ObjectDecoder>& objects,
-                               Record (*decode)(const ObjectDecoder&)) {
-    std::vector<Record> records;
-    for (const ObjectDecoder& object : objects)
-        records.push_back(decode(object));
-    return records;
-}
-
 QJsonObject encode(const ServerDisk& disk) {
     QJsonArray mounted;
     for (const QString& mountpoint : disk.mountpoints)
@@ -92,14 +83,13 @@ std::size_t qHash(const DisksResponse& response, std::size_t seed) {
 
 DisksResponse decodeDisksResponse(const QByteArray& json) {
     const ObjectDecoder document = ObjectDecoder::ofDocument(json);
-    return {decodeEach(document.objects(disks), decodeDisk),
-            decodeEach(document.objects(shares), decodeShare)};
+    return {document.objects(disks, decodeDisk), document.objects(shares, decodeShare)};
 }
 
 QByteArray encodeDisksResponse(const DisksResponse& response) {
     return QJsonDocument(
                QJsonObject{{disks, encodeEach(response.disks)}, {shares, encodeEach(response.shares)}})
-        .toJson();
+        .toJson(QJsonDocument::Compact);
 }
 
 } // namespace ternvault

@@ -1,6 +1,5 @@
 #include "agent/JsonDecoding.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 
 namespace ternvault {
@@ -8,6 +7,10 @@ namespace ternvault {
 using namespace Qt::StringLiterals;
 
 namespace {
+
+QString description(const QString& problem, const QString& path) {
+    return path.isEmpty() ? problem : u'"' + path + u"\" "_s + problem;
+}
 
 QString typeName(const QJsonValue& value) {
     switch (value.type()) {
@@ -29,23 +32,19 @@ QString typeName(const QJsonValue& value) {
     return u"nothing"_s;
 }
 
+[[noreturn]] void mismatch(const char* expected, const QJsonValue& value, const QString& path) {
+    throw DecodingError(u"should be "_s + QString::fromLatin1(expected) + u", but is "_s + typeName(value),
+                        path);
+}
+
 } // namespace
 
-void ObjectDecoder::Place::mismatch(const char* expected) const {
-    throw DecodingError(u"\""_s + path + u"\" should be "_s + QString::fromLatin1(expected) + u", but is "_s +
-                        typeName(value));
-}
+DecodingError::DecodingError(const QString& problem, const QString& path)
+    : std::runtime_error(description(problem, path).toStdString()), problem_(problem), path_(path) {}
 
-QString ObjectDecoder::Place::string() const {
-    if (!value.isString())
-        mismatch("a string");
-    return value.toString();
-}
-
-ObjectDecoder ObjectDecoder::Place::object() const {
-    if (!value.isObject())
-        mismatch("an object");
-    return {value.toObject(), path};
+DecodingError DecodingError::inElement(QLatin1String list, std::size_t index) const {
+    const QString element = list + u'[' + QString::number(index) + u']';
+    return DecodingError(problem_, path_.isEmpty() ? element : element + u'.' + path_);
 }
 
 ObjectDecoder ObjectDecoder::ofDocument(const QByteArray& json) {
@@ -57,67 +56,73 @@ ObjectDecoder ObjectDecoder::ofDocument(const QByteArray& json) {
     }
     if (!document.isObject())
         throw DecodingError(u"the answer should be a JSON object"_s);
-    return {document.object(), {}};
+    return ObjectDecoder(document.object());
 }
 
-ObjectDecoder::Place ObjectDecoder::member(QLatin1String key) const {
-    const QString path = path_.isEmpty() ? QString(key) : path_ + u'.' + key;
+ObjectDecoder ObjectDecoder::ofElement(const QJsonValue& element) {
+    if (!element.isObject())
+        mismatch("an object", element, {});
+    return ObjectDecoder(element.toObject());
+}
+
+QJsonValue ObjectDecoder::member(QLatin1String key) const {
     const QJsonValue value = object_.value(key);
     if (value.isUndefined())
-        throw DecodingError(u"\""_s + path + u"\" is missing"_s);
-    return {value, path};
+        throw DecodingError(u"is missing"_s, key);
+    return value;
+}
+
+QString ObjectDecoder::stringOf(const QJsonValue& value, const QString& path) {
+    if (!value.isString())
+        mismatch("a string", value, path);
+    return value.toString();
 }
 
 QString ObjectDecoder::string(QLatin1String key) const {
-    return member(key).string();
+    return stringOf(member(key), key);
 }
 
 std::optional<QString> ObjectDecoder::optionalString(QLatin1String key) const {
     const QJsonValue value = object_.value(key);
     if (value.isUndefined() || value.isNull())
         return std::nullopt;
-    return string(key);
+    return stringOf(value, key);
 }
 
 std::int64_t ObjectDecoder::integer(QLatin1String key) const {
-    const Place place = member(key);
-    if (!place.value.isDouble())
-        place.mismatch("an integer");
+    const QJsonValue value = member(key);
+    if (!value.isDouble())
+        mismatch("an integer", value, key);
     // A number that is not whole, or does not fit, gives the default.
-    const qint64 number = place.value.toInteger(0);
-    if (number != place.value.toInteger(1))
-        throw DecodingError(u"\""_s + place.path + u"\" is not an integer of 64 bits"_s);
+    const qint64 number = value.toInteger(0);
+    if (number != value.toInteger(1))
+        throw DecodingError(u"is not an integer of 64 bits"_s, key);
     return number;
 }
 
 bool ObjectDecoder::boolean(QLatin1String key) const {
-    const Place place = member(key);
-    if (!place.value.isBool())
-        place.mismatch("a Boolean");
-    return place.value.toBool();
+    const QJsonValue value = member(key);
+    if (!value.isBool())
+        mismatch("a Boolean", value, key);
+    return value.toBool();
 }
 
-std::vector<ObjectDecoder::Place> ObjectDecoder::elements(QLatin1String key) const {
-    const Place place = member(key);
-    if (!place.value.isArray())
-        place.mismatch("a list");
-    std::vector<Place> result;
-    for (const QJsonValue& element : place.value.toArray())
-        result.push_back({element, place.path + u'[' + QString::number(result.size()) + u']'});
-    return result;
+QJsonArray ObjectDecoder::array(QLatin1String key) const {
+    const QJsonValue value = member(key);
+    if (!value.isArray())
+        mismatch("a list", value, key);
+    return value.toArray();
 }
 
 std::vector<QString> ObjectDecoder::strings(QLatin1String key) const {
     std::vector<QString> result;
-    for (const Place& element : elements(key))
-        result.push_back(element.string());
-    return result;
-}
-
-std::vector<ObjectDecoder> ObjectDecoder::objects(QLatin1String key) const {
-    std::vector<ObjectDecoder> result;
-    for (const Place& element : elements(key))
-        result.push_back(element.object());
+    for (const QJsonValue& element : array(key)) {
+        try {
+            result.push_back(stringOf(element, {}));
+        } catch (const DecodingError& error) {
+            throw error.inElement(key, result.size());
+        }
+    }
     return result;
 }
 

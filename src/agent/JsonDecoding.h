@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QLatin1String>
@@ -13,17 +14,24 @@
 
 namespace ternvault {
 
-/// Why a document is not what it should be; the text names the key and the type.
+/// Why a document is not what it should be; the text names the key, with its way through the document, and
+/// the type.
 class DecodingError : public std::runtime_error {
 public:
-    explicit DecodingError(const QString& description) : std::runtime_error(description.toStdString()) {}
+    explicit DecodingError(const QString& problem, const QString& path = {});
+    /// The same, seen from the object that holds the list in which it happened.
+    DecodingError inElement(QLatin1String list, std::size_t index) const;
+
+private:
+    QString problem_;
+    QString path_;
 };
 
 /// A JSON object whose members are read by key and type, without defaults. Every read throws DecodingError
 /// when the key is missing or its value is null or of another type.
 class ObjectDecoder {
 public:
-    /// Reads a whole document.
+    /// Throws DecodingError for what is no JSON object.
     static ObjectDecoder ofDocument(const QByteArray& json);
 
     QString string(QLatin1String key) const;
@@ -33,25 +41,31 @@ public:
     std::int64_t integer(QLatin1String key) const;
     bool boolean(QLatin1String key) const;
     std::vector<QString> strings(QLatin1String key) const;
-    std::vector<ObjectDecoder> objects(QLatin1String key) const;
+    /// Decodes each object of a list.
+    template <typename Record>
+    std::vector<Record> objects(QLatin1String key, Record (*decode)(const ObjectDecoder&)) const;
 
 private:
-    /// A value, and where in the document it stands.
-    struct Place {
-        QJsonValue value;
-        QString path;
-
-        [[noreturn]] void mismatch(const char* expected) const;
-        QString string() const;
-        ObjectDecoder object() const;
-    };
-
-    ObjectDecoder(QJsonObject object, QString path) : object_(std::move(object)), path_(std::move(path)) {}
-    Place member(QLatin1String key) const;
-    std::vector<Place> elements(QLatin1String key) const;
+    explicit ObjectDecoder(QJsonObject object) : object_(std::move(object)) {}
+    static ObjectDecoder ofElement(const QJsonValue& element);
+    static QString stringOf(const QJsonValue& value, const QString& path);
+    QJsonValue member(QLatin1String key) const;
+    QJsonArray array(QLatin1String key) const;
 
     QJsonObject object_;
-    QString path_;
 };
+
+template <typename Record>
+std::vector<Record> ObjectDecoder::objects(QLatin1String key, Record (*decode)(const ObjectDecoder&)) const {
+    std::vector<Record> records;
+    for (const QJsonValue& element : array(key)) {
+        try {
+            records.push_back(decode(ofElement(element)));
+        } catch (const DecodingError& error) {
+            throw error.inElement(key, records.size());
+        }
+    }
+    return records;
+}
 
 } // namespace ternvault

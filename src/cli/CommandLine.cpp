@@ -3,7 +3,6 @@
 #include "cli/SettingsCommands.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 
 namespace ternvault::cli {
@@ -17,31 +16,48 @@ struct VerbRule {
     Verb verb;
     std::size_t fewest;
     std::size_t most;
+    /// What the arguments are taken from, where they are options.
+    std::vector<std::string> options = {};
 };
 
 constexpr std::size_t any = static_cast<std::size_t>(-1);
 
-const std::array<VerbRule, 7>& verbRules() {
-    static const std::array<VerbRule, 7> rules{{
+const std::vector<VerbRule>& verbRules() {
+    static const std::vector<VerbRule> rules{
+        {"accept-legal", Verb::acceptLegal, 0, 0},
+        {"disks", Verb::disks, 0, 1, {"--json"}},
+        {"setup", Verb::setup, 1, 1, {"--create", "--login"}},
+        {"reset", Verb::reset, 0, 0},
         {"status", Verb::status, 0, 0},
         {"mount", Verb::mount, 0, 0},
         {"eject", Verb::eject, 0, 0},
         {"copy", Verb::copy, 1, any},
         {"log", Verb::log, 0, 0},
+        {"autoconnect", Verb::autoconnect, 1, 1},
+        {"desktop-icon", Verb::desktopIcon, 1, 1},
         {"set", Verb::set, 1, 2},
         {"get", Verb::get, 1, 1},
-    }};
+    };
     return rules;
 }
 
 QString helpText() {
     return uR"(Usage: ternvault-cli COMMAND [ARGUMENT...]
 
+  accept-legal    accept the Privacy Policy and the Terms & Conditions
+  disks [--json]  list the disks and shares of the PC
+  setup --create  create an account on the PC and mount the selected share with it
+  setup --login   the same with an account that exists
+  reset           forget the password and go back to before the setup
   status          what is mounted; exit status 3 when nothing is
   mount           mount the selected share with the saved account
   eject           take the volume away again
   copy PATH...    copy files and folders onto the volume, mounting it if needed
   log             print the transfer log
+  autoconnect on|off
+                  keep the volume mounted, and open Tern Vault at login
+  desktop-icon on|off
+                  show the volume on the desktop
   set KEY VALUE   change a setting; a secret is read from a prompt or from standard input
   get KEY         print a setting; of a secret only whether it is set
   --help          print this text
@@ -67,17 +83,23 @@ std::variant<Command, Notice> parseArguments(const VerbRule& rule, std::vector<s
     const bool takesAnyValue = rule.verb == Verb::set && !arguments.empty();
     const auto options = takesAnyValue ? std::next(arguments.begin()) : arguments.end();
     const auto end = std::find(arguments.begin(), options, "--");
+    const auto isKnown = [&rule](const std::string& option) {
+        return std::find(rule.options.begin(), rule.options.end(), option) != rule.options.end();
+    };
     for (auto argument = arguments.begin(); argument < end; ++argument) {
         if (*argument == "--help" || *argument == "-h")
             return Notice{helpText(), false};
-        if (argument->starts_with('-'))
-            return complain(u"unknown option "_s + inQuotes(*argument) +
-                            u"; a file of that name goes behind '--'"_s);
+        if (argument->starts_with('-') && !isKnown(*argument))
+            return complain(
+                u"unknown option "_s + inQuotes(*argument) +
+                (rule.verb == Verb::copy ? u"; a file of that name goes behind '--'"_s : QString()));
     }
     if (end != options)
         arguments.erase(end);
     if (arguments.size() < rule.fewest)
         return complain(inQuotes(rule.name) + u" needs an argument"_s);
+    if (!rule.options.empty() && !std::all_of(arguments.begin(), arguments.end(), isKnown))
+        return complain(inQuotes(rule.name) + u" takes options only"_s);
     if (arguments.size() > rule.most)
         return complain(u"too many arguments for "_s + inQuotes(rule.name)); // one may be a secret
     return Command{rule.verb, std::move(arguments)};

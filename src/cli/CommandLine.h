@@ -8,7 +8,21 @@
 
 namespace ternvault::cli {
 
-enum class Verb { status, mount, eject, copy, log, set, get };
+enum class Verb {
+    acceptLegal,
+    disks,
+    setup,
+    reset,
+    status,
+    mount,
+    eject,
+    copy,
+    log,
+    autoconnect,
+    desktopIcon,
+    set,
+    get
+};
 
 struct Command {
     Verb verb;

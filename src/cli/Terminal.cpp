@@ -11,12 +11,18 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// Characters that turn the direction of the text behind them, so that it reads as another one.
+bool isDirectionControl(QChar character) {
+    return (character >= u'\u202a' && character <= u'\u202e') ||
+           (character >= u'\u2066' && character <= u'\u2069');
+}
+
 QString printable(const QString& text) {
     QString result;
     for (const QChar character : text) {
         if (character == u'\n')
             result += u"\\n"_s;
-        else if (character.category() == QChar::Other_Control)
+        else if (character.category() == QChar::Other_Control || isDirectionControl(character))
             result += u"\\x"_s + QString::number(character.unicode(), 16).rightJustified(2, u'0');
         else
             result += character;

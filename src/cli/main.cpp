@@ -1,16 +1,17 @@
 #include "async/EscapeReport.h"
+#include "cli/AgentCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/CopyCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/MountCommands.h"
 #include "cli/SettingsCommands.h"
+#include "cli/SetupCommands.h"
 #include "cli/Terminal.h"
 #include "model/AppModel.h"
 #include "platform/linux/LinuxServices.h"
 #include "platform/linux/NoFilePanel.h"
 
 #include <QCoreApplication>
-#include <QFile>
 
 #include <cstdio>
 #include <cstdlib>
@@ -21,16 +22,6 @@ namespace {
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-
-/// The login entry is the desktop application's to write.
-struct NoLaunchAgent final : LaunchAgentManager {
-    void setEnabled(bool) override {}
-};
-
-/// So is the volume's icon.
-struct NoDesktopIcon final : DesktopIcon {
-    void apply(bool, bool) override {}
-};
 
 QStringList texts(const std::vector<std::string>& arguments) {
     QStringList result;
@@ -47,6 +38,16 @@ Task<int> copyItems(AppModel& model, MainLoop& mainLoop, std::vector<std::string
 
 Task<int> perform(Command command, AppModel& model, Platform platform) {
     switch (command.verb) {
+    case Verb::acceptLegal:
+        co_return acceptLegal(model);
+    case Verb::disks:
+        co_return co_await listDisks(model, !command.arguments.empty());
+    case Verb::setup:
+        co_return co_await setUp(model, platform.secrets,
+                                 command.arguments.front() == "--create" ? AuthMode::create
+                                                                         : AuthMode::login);
+    case Verb::reset:
+        co_return resetSetup(model);
     case Verb::status:
         co_return printStatus(model);
     case Verb::mount:
@@ -57,6 +58,12 @@ Task<int> perform(Command command, AppModel& model, Platform platform) {
         co_return co_await copyItems(model, platform.mainLoop, command.arguments);
     case Verb::log:
         co_return printTransferLog(model);
+    case Verb::autoconnect:
+        co_return setSetting(model, platform.secrets,
+                             QStringList(u"autoConnect"_s) + texts(command.arguments));
+    case Verb::desktopIcon:
+        co_return setSetting(model, platform.secrets,
+                             QStringList(u"showDesktopIcon"_s) + texts(command.arguments));
     case Verb::set:
         co_return setSetting(model, platform.secrets, texts(command.arguments));
     case Verb::get:
@@ -71,6 +78,10 @@ Task<> performThenQuit(Command command, AppModel& model, Platform platform, int&
 }
 
 int run(const Command& command) {
+    if (const std::optional<QString> problem = LinuxServices::environmentProblem()) {
+        printError(u"ternvault-cli: "_s + *problem);
+        return usageError;
+    }
     bool trouble = false;
     LinuxServices services([&trouble](const QString& message) {
         trouble = true;
@@ -78,11 +89,9 @@ int run(const Command& command) {
     });
     NoFilePanel filePanel(services.mainLoop());
     const Platform platform = services.platform(filePanel);
-    NoLaunchAgent launchAgent;
-    NoDesktopIcon desktopIcon;
     int status = failure;
     {
-        AppModel model(platform, launchAgent, desktopIcon);
+        AppModel model(platform);
         TaskScope tasks(platform.mainLoop,
                         [report = reportEscapes(platform.log)](const std::exception_ptr& escaped) {
                             report(escaped);

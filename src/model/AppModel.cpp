@@ -8,10 +8,11 @@ namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
-AppModel::AppModel(const Platform& platform, LaunchAgentManager& launchAgent, DesktopIcon& desktopIcon)
-    : platform_(platform), launchAgent_(launchAgent), desktopIcon_(desktopIcon), keychain_(platform.secrets),
-      volumes_(platform.files, platform.locations.volumesRoot()), mounter_(platform_), disks(*this),
-      shares(*this), status(*this, u"Not connected"_s), isBusy(*this), mountedVolumeName(*this),
+AppModel::AppModel(const Platform& platform)
+    : platform_(platform), keychain_(platform.secrets),
+      volumes_(platform.files, platform.locations.volumesRoot()), mounter_(platform_),
+      desktopIcon_(platform_), launchAgent_(platform_), disks(*this), shares(*this),
+      status(*this, u"Not connected"_s), isBusy(*this), mountedVolumeName(*this),
       authMode(*this, AuthMode::create), setupError(*this), isDropTargeted(*this), transfers(platform_),
       serverIP(*this, {}, [this] { store(keys::serverIP, *serverIP); }),
       agentPort(*this, u"8743"_s, [this] { store(keys::agentPort, *agentPort); }),

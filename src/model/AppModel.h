@@ -30,16 +30,16 @@ class AppModel final : public ObservableObject, public VolumeHost {
     // Before the published fields: their change handlers and `transfers` use these.
     Platform platform_;
     LifetimeAnchor<AppModel> anchor_{this};
-    LaunchAgentManager& launchAgent_;
-    DesktopIcon& desktopIcon_;
     KeychainStore keychain_;
     VolumeTable volumes_;
     SMBMounter mounter_;
+    DesktopIcon desktopIcon_;
+    LaunchAgentManager launchAgent_;
 
 public:
     /// Migrates old settings, loads all settings, finds out what is mounted and starts the reconnect monitor.
-    /// Neither contacts the PC nor mounts. The collaborators outlive the model.
-    AppModel(const Platform& platform, LaunchAgentManager& launchAgent, DesktopIcon& desktopIcon);
+    /// Neither contacts the PC nor mounts. What the ports refer to outlives the model.
+    explicit AppModel(const Platform& platform);
 
     Published<std::vector<ServerDisk>> disks;
     Published<std::vector<ServerShare>> shares;
@@ -77,6 +77,8 @@ public:
     /// Asks the agent for its disks and shares and reports in `status`; a failure leaves the lists as they
     /// are.
     Task<> fetchDisks();
+    /// Whether the latest answer of the agent brought the lists.
+    bool isListingCurrent() const { return isListingCurrent_; }
 
     /// One pass of the setup: checks what was typed, creates the account when asked, mounts. Ends with
     /// `setupComplete`, or with `setupError`.
@@ -114,7 +116,7 @@ private:
 
     HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method) const;
     std::optional<HttpRequest> disksRequest();
-    void showDisks(const HttpResponse& answer);
+    bool showDisks(const HttpResponse& answer);
     void showAgentUnreachable(const QString& reason);
     QString connectedMessage() const;
 
@@ -137,6 +139,7 @@ private:
     Task<> pollAndReconnectIfNeeded();
 
     std::vector<Subscription> childBags_;
+    bool isListingCurrent_ = false;
     /// The change handlers reach beyond the settings only once the start sequence is over.
     bool didFinishInit_ = false;
     std::unique_ptr<Timer> reconnectTimer_;

@@ -20,16 +20,18 @@ HttpRequest AppModel::authorizedRequest(const QUrl& url, const QByteArray& metho
 
 Task<> AppModel::fetchDisks() {
     isBusy = true;
+    bool isListed = false;
     if (std::optional<HttpRequest> request = disksRequest()) {
         const HttpOutcome outcome = co_await exchange(platform_.http, std::move(*request));
         if (const auto* const answer = std::get_if<HttpResponse>(&outcome))
-            showDisks(*answer);
+            isListed = showDisks(*answer);
         else if (const auto& failure = std::get<HttpFailure>(outcome);
                  failure.kind == HttpFailure::Kind::notHttp)
             status = u"Bad response from agent"_s;
         else
             showAgentUnreachable(failure.description);
     }
+    isListingCurrent_ = isListed;
     isBusy = false;
 }
 
@@ -54,16 +56,17 @@ std::optional<HttpRequest> AppModel::disksRequest() {
     return authorizedRequest(*url, "GET");
 }
 
-void AppModel::showDisks(const HttpResponse& answer) {
+/// Whether the answer brought the lists.
+bool AppModel::showDisks(const HttpResponse& answer) {
     if (answer.status == 401) {
         status = u"Unauthorized — check Agent Token in Settings (⌘,)"_s;
-        return;
+        return false;
     }
     if (answer.status != 200) {
         const QString body = decodeUtf8(answer.body).value_or(QString());
         status = u"Agent error "_s + QString::number(answer.status) + u": "_s +
                  (body.isEmpty() ? u"is mossbox-agent running?"_s : body);
-        return;
+        return false;
     }
     try {
         DisksResponse response = decodeDisksResponse(answer.body);
@@ -71,13 +74,14 @@ void AppModel::showDisks(const HttpResponse& answer) {
         shares = std::move(response.shares);
     } catch (const DecodingError& error) {
         showAgentUnreachable(QString::fromUtf8(error.what()));
-        return;
+        return false;
     }
     if (selectedShare->isEmpty() && !shares->empty())
         selectedShare = shares->front().name;
     refreshMounted();
     status =
         isMounted() ? mountedStatusMessage(static_cast<std::int64_t>(shares->size())) : connectedMessage();
+    return true;
 }
 
 QString AppModel::connectedMessage() const {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include <sys/types.h>
@@ -34,6 +35,8 @@ public:
     /// Creates the folder and its missing parents. Refuses with ENOENT to create an entry directly under the
     /// volumes root: only the mounter does that.
     virtual void createDirectories(const std::filesystem::path& path) = 0;
+    /// Writes the file in place, which is created or cut first: a reader may see a part of it.
+    virtual void write(const std::filesystem::path& file, std::string_view content) = 0;
     /// Removes a file, or a folder with all that it holds; throws when there is none.
     virtual void remove(const std::filesystem::path& path) = 0;
     /// Identity of what stands at `root`; nothing when no entry exists there, or only the folder that the

@@ -26,7 +26,7 @@ std::string text(const std::string& key, const Json& value) {
 }
 
 std::string absolutePath(const std::string& key, const Json& value) {
-    const std::string path = value.is_string() ? value.get<std::string>() : "";
+    std::string path = value.is_string() ? value.get<std::string>() : "";
     if (!path.starts_with('/'))
         refuse(key, "an absolute path");
     return path;
@@ -81,7 +81,7 @@ void readObject(const Json& object, const std::string& prefix, const Readers& re
     for (const auto& [key, value] : object.items()) {
         const auto reader = readers.find(key);
         if (reader == readers.end())
-            throw ConfigurationError("unknown key \"" + prefix + key + '"');
+            throw ConfigurationError("unknown key \"" + (prefix + key) + '"');
         reader->second(prefix + key, value);
     }
 }

@@ -1,6 +1,8 @@
 #include "server/FolderProbe.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <thread>
 
@@ -50,8 +52,8 @@ std::vector<std::optional<FolderState>> FolderProbe::look(const std::vector<std:
         questions_.erase(question);
     }
     std::vector<std::optional<FolderState>> result;
-    for (const std::string& path : paths)
-        result.push_back(answers[path]);
+    std::ranges::transform(paths, std::back_inserter(result),
+                           [&answers](const auto& path) { return answers[path]; });
     return result;
 }
 

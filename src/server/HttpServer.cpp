@@ -22,8 +22,8 @@ constexpr unsigned mostConnections = 512;
 /// A client that goes wrong leaves room for others.
 constexpr unsigned mostConnectionsPerClient = 256;
 /// Headers have to fit into this, too.
-constexpr std::size_t memoryPerConnection = 16 * 1024;
-constexpr std::size_t stackPerConnection = 256 * 1024;
+constexpr std::size_t memoryPerConnection = 16 << 10;
+constexpr std::size_t stackPerConnection = 256 << 10;
 constexpr std::chrono::seconds requestLimit{10};
 /// Longer than any answer takes to be made.
 constexpr std::chrono::seconds answerLimit{60};

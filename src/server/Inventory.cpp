@@ -7,9 +7,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
-#include <system_error>
+#include <iterator>
 
 #include <unistd.h>
 
@@ -62,16 +63,6 @@ Json toJson(const Share& share, const FolderState& state) {
             {"smb_url", "smb://" + hostName() + '/' + percentEncoded(share.name)}};
 }
 
-/// The PC's mounts as its first process sees them: to a hardened service every disk is mounted for reading
-/// only.
-std::string mountTable() {
-    try {
-        return readTextFile("/proc/1/mountinfo");
-    } catch (const std::system_error&) { // the PC hides its processes
-        return readTextFile("/proc/self/mountinfo");
-    }
-}
-
 } // namespace
 
 std::string Inventory::outputOf(const Command& command) {
@@ -91,8 +82,7 @@ std::string Inventory::describe() {
     const std::string devices = outputOf(commands_.listDisks);
     std::vector<Share> shares = parseShares(outputOf(commands_.listShares));
     std::vector<std::string> paths;
-    for (const Share& share : shares)
-        paths.push_back(share.path);
+    std::ranges::transform(shares, std::back_inserter(paths), &Share::path);
     const auto states = probe_.look(paths, folderLimit);
 
     Json sharesJson = Json::array();
@@ -110,7 +100,8 @@ std::string Inventory::describe() {
 
     Json disksJson = Json::array();
     try {
-        for (const Disk& disk : describeDisks(devices, parseMounts(mountTable()), present))
+        for (const Disk& disk :
+             describeDisks(devices, parseMounts(readTextFile("/proc/self/mountinfo")), present))
             disksJson.push_back(toJson(disk));
     } catch (const DisksError& error) {
         logLine(std::string("the list of disks cannot be understood: ") + error.what());

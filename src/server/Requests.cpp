@@ -38,10 +38,10 @@ std::string_view withoutBlanks(std::string_view text) {
 /// The credentials of the scheme "Bearer", empty for any other.
 std::string_view bearerToken(std::string_view authorization) {
     constexpr std::string_view scheme = "Bearer ";
-    if (::strncasecmp(authorization.data(), scheme.data(), std::min(scheme.size(), authorization.size())) !=
-        0)
+    if (authorization.size() < scheme.size() ||
+        ::strncasecmp(authorization.data(), scheme.data(), scheme.size()) != 0)
         return {};
-    return withoutBlanks(authorization.substr(std::min(scheme.size(), authorization.size())));
+    return withoutBlanks(authorization.substr(scheme.size()));
 }
 
 bool knows(const RequestHead& head, std::string_view token) {

@@ -10,7 +10,7 @@
 namespace ternvault::server {
 
 /// More than this is not read of a request's body.
-constexpr std::size_t largestBody = 64 * 1024;
+constexpr std::size_t largestBody = 64 << 10;
 
 enum class Operation { listDisks, createUser };
 

@@ -45,7 +45,7 @@ void writeDurably(const std::filesystem::path& file, std::string_view content) {
 } // namespace
 
 std::string createToken(const std::filesystem::path& file) {
-    const std::string token = randomDigits();
+    std::string token = randomDigits();
     // The file appears under its name only when it is whole; a link refuses to replace what is there.
     const std::filesystem::path draft = file.string() + '.' + randomDigits();
     const auto removeDraft = [&draft] { ::unlink(draft.c_str()); };

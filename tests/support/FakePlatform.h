@@ -11,6 +11,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -147,30 +148,46 @@ public:
 /// A file system of names; true stands for a folder.
 class FakeFiles : public FileManager {
 public:
-    bool exists(const std::filesystem::path& path) const override { return entries.contains(path); }
+    bool exists(const std::filesystem::path& path) const override {
+        const bool found = entries.contains(path);
+        if (found && onFound)
+            onFound();
+        return found;
+    }
     bool isDirectory(const std::filesystem::path& path) const override {
         const auto found = entries.find(path);
         return found != entries.end() && found->second;
     }
-    void createDirectories(const std::filesystem::path&) override {}
+    void createDirectories(const std::filesystem::path& path) override { entries[path] = true; }
+    void write(const std::filesystem::path& file, std::string_view content) override {
+        if (!isDirectory(file.parent_path()))
+            throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory));
+        entries[file] = false;
+        contents[file] = content;
+    }
     void remove(const std::filesystem::path& path) override { entries.erase(path); }
     std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override {
         return exists(root) ? std::optional(identity) : std::nullopt;
     }
 
     std::map<std::filesystem::path, bool> entries;
+    std::map<std::filesystem::path, std::string> contents;
+    /// Called after each successful look for an entry.
+    std::function<void()> onFound;
     VolumeIdentity identity{1, 1, {}};
 };
 
 class FakeLocations : public FileLocations {
 public:
-    std::optional<std::filesystem::path> home() const override { return std::nullopt; }
+    std::optional<std::filesystem::path> home() const override { return homeFolder; }
     std::optional<std::filesystem::path> applicationSupport() const override { return support; }
     std::filesystem::path volumesRoot() const override { return root; }
-    std::filesystem::path applicationBundle() const override { return "/opt/ternvault"; }
+    std::filesystem::path applicationBundle() const override { return bundle; }
     uid_t userId() const override { return 501; }
 
+    std::optional<std::filesystem::path> homeFolder = "/home/anna";
     std::optional<std::filesystem::path> support;
+    std::filesystem::path bundle = "/opt/ternvault";
     std::filesystem::path root = "/Volumes";
 };
 

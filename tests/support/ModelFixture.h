@@ -5,27 +5,15 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <algorithm>
 
 namespace ternvault::test {
-
-struct RecordingLaunchAgent : LaunchAgentManager {
-    void setEnabled(bool enabled) override { calls.push_back(enabled); }
-    std::vector<bool> calls;
-};
-
-struct RecordingDesktopIcon : DesktopIcon {
-    void apply(bool show, bool restartFinder) override {
-        calls.push_back(std::string(show ? "show" : "hide") + (restartFinder ? " restart" : ""));
-    }
-    std::vector<std::string> calls;
-};
 
 /// A model over faked ports; `start` runs its start sequence on whatever was stored before.
 class ModelFixture : public testing::Test {
 protected:
     AppModel& start() {
-        model_.emplace(fake.platform, launchAgent, desktopIcon);
+        model_.emplace(fake.platform);
         return *model_;
     }
     AppModel& startWithAccount() {
@@ -42,9 +30,9 @@ protected:
     /// The mount program makes the share's entry appear, unless told otherwise.
     void letMountsSucceed() {
         fake.processes.respond = [this](const QStringList& call) {
-            if (call[0].endsWith(QStringLiteral("osascript")))
+            if (isMount(call))
                 fake.files.entries["/Volumes/MOSSBOX1"] = true;
-            else
+            else if (call[0].endsWith(QStringLiteral("diskutil")))
                 fake.files.entries.erase(call.back().toStdString());
             return ProcessResult{};
         };
@@ -55,9 +43,15 @@ protected:
         };
     }
 
+    static bool isMount(const QStringList& call) {
+        return call.back().startsWith(QStringLiteral("mount volume"));
+    }
+    std::size_t mounts() const {
+        const auto& calls = fake.processes.calls;
+        return static_cast<std::size_t>(std::count_if(calls.begin(), calls.end(), isMount));
+    }
+
     FakePlatform fake;
-    RecordingLaunchAgent launchAgent;
-    RecordingDesktopIcon desktopIcon;
 
 private:
     std::optional<AppModel> model_;

@@ -39,6 +39,14 @@ protected:
             environment.remove(QString::fromLatin1(name));
     }
 
+    /// For services inside the test's own process: nothing of the user's session stays in reach.
+    void takeEnvironment() const {
+        for (const QString& name : QProcessEnvironment::systemEnvironment().keys())
+            qunsetenv(name.toLocal8Bit().constData());
+        for (const QString& name : environment.keys())
+            qputenv(name.toLocal8Bit().constData(), environment.value(name).toLocal8Bit());
+    }
+
     static QString path(const std::filesystem::path& file) { return QString::fromStdString(file.string()); }
     static std::filesystem::path pc() { return qgetenv("TERNVAULT_PC").toStdString(); }
     static std::string read(const char* name) { return readFile(pc() / name); }

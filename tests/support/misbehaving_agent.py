@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """An agent on loopback that misbehaves on demand: the token of a request names what it gets.
 
-Prints the port that it listens on, then a JSON object for every request that it reads, a line each. A second port,
-told too, belongs to "another host": only what follows a redirect comes there.
+Prints the port that it listens on, then a JSON object for every request that it reads, a line each. It listens on
+other addresses too: only what follows a redirect comes there.
 """
 import json
 import os
@@ -59,6 +59,16 @@ def body_a_byte_a_second(connection):
     connection.sendall(b"}")
 
 
+def in_pauses(connection):
+    for part in (b"HTTP/1.1 200 OK\r\n", b"Content-Length: 26\r\n\r\n", b'{"disks": [],', b'"shares": []}'):
+        time.sleep(7)
+        connection.sendall(part)
+
+
+def padded(size):
+    return answer(200, json.dumps(LISTING).encode().ljust(size))
+
+
 def huge(connection):
     connection.sendall(text(200_000_000))
     for _ in range(200):
@@ -75,6 +85,8 @@ BEHAVIOURS = {
     "no body": answer(200),
     "half a body": text(1000) + b'{"disks": [',
     "huge": huge,
+    "8 MiB": padded(8 << 20),
+    "8 MiB and one": padded((8 << 20) + 1),
     "endless chunks": lambda connection: endless(connection, b" "),
     "silent chunks": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1\r\n{\r\n",
     "deep nesting": answer(200, b'{"disks": ' + b"[" * 100_000),
@@ -89,11 +101,16 @@ BEHAVIOURS = {
     "invalid UTF-8": answer(200, json.dumps(LISTING).encode().replace(b"sda", b"s\xffa")),
     "a byte a second": body_a_byte_a_second,
     "a header a second": lambda connection: slowly(connection, b"HTTP/1.1 200 OK\r\nX-Slow: " + b"x" * 60),
+    "in pauses": in_pauses,
     "elsewhere on this host": redirect(302, "/elsewhere"),
     "round and round": redirect(307, "/api/disks"),
-    "another host": redirect(301, "http://127.0.0.1:{other}/api/disks"),
+    "another host": redirect(301, "http://127.0.0.2:{port}/api/disks"),
+    "another port": redirect(308, "http://127.0.0.1:{other port}/api/disks"),
+    "another scheme": redirect(302, "https://127.0.0.1:{port}/api/disks"),
+    "not modified": answer(304, b"", "Location: /elsewhere"),
     "after 1xx": b"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\nHTTP/1.1 100 Continue\r\n\r\n" + answer(200, LISTING),
     "only 1xx": b"HTTP/1.1 100 Continue\r\n\r\n",
+    "bad header": b"HTTP/1.1 200 OK\r\nContent-Length: many\r\n\r\n{}",
     "not HTTP": b"SSH-2.0-OpenSSH_9.2p1 Debian\r\n" * 10,
     "binary": bytes(range(256)) * 40,
     "closes at once": b"",
@@ -103,6 +120,7 @@ BEHAVIOURS = {
     "created without body": answer(200),
     "exists": answer(409, "whatever"),
     "exists in the body": answer(200, {"error": "user_exists"}),
+    "exists and broken": answer(500, {"error": "user_exists"}),
     "exists and unauthorized": answer(401, {"error": "user_exists"}),
     "refused": answer(500, {"error": "disk_full", "message": "No room left"}),
     "refused without code": answer(400, {"message": "Not that name"}),
@@ -143,12 +161,12 @@ def serve(connection, ports):
             if request is None:
                 return
             token = next((header[19:] for header in request["headers"] if header.startswith("X-TernVault-Token: ")), "")
-            tell(dict(request, token=token, port=connection.getsockname()[1]))
+            tell(dict(request, token=token, at="%s:%d" % connection.getsockname()))
             behaviour = BEHAVIOURS["listing" if "/elsewhere" in request["line"] else token]
             if callable(behaviour):
                 behaviour(connection)
             elif behaviour:
-                connection.sendall(behaviour.replace(b"{other}", str(ports[1]).encode()))
+                connection.sendall(behaviour.replace(b"{port}", b"%d" % ports[0]).replace(b"{other port}", b"%d" % ports[1]))
             if behaviour is None or token == "silent chunks":
                 connection.recv(1)
     except OSError:
@@ -164,7 +182,8 @@ def listen(listener, ports):
 def main():
     listeners = [socket.create_server(("127.0.0.1", 0)) for _ in range(2)]
     ports = [listener.getsockname()[1] for listener in listeners]
-    tell(ports)
+    listeners.append(socket.create_server(("127.0.0.2", ports[0])))
+    tell(ports[0])
     for listener in listeners:
         threading.Thread(target=listen, args=(listener, ports), daemon=True).start()
     sys.stdin.read()  # ends with the test that started it

@@ -2,16 +2,22 @@
 #include "platform/linux/CurlHttpClient.h"
 #include "platform/linux/QtMainLoop.h"
 #include "support/ModelFixture.h"
+#include "support/TemporaryFolder.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
+#include <QHostAddress>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTimer>
+#include <QUdpSocket>
 
 #include <list>
+
+#include <sys/mount.h>
 
 namespace ternvault::test {
 namespace {
@@ -27,8 +33,10 @@ struct Case {
         model.agentToken = behaviour + u'\n';
         model.smbUser = u" Anna"_s;
         model.smbPassword = u"p\"ä\\ü"_s;
+        model.disks = {{u"old"_s, {}, 0, {}, {}, false, {}, {}, false}};
         model.shares = {{u"old"_s, {}, 0, 0, {}}};
     }
+    bool hasOldLists() const { return model.disks->size() == 1 && model.shares->size() == 1; }
     QString unreachable() const {
         return u"Cannot reach agent at  http://127.0.0.1:"_s + *model.agentPort + u" — "_s;
     }
@@ -36,18 +44,16 @@ struct Case {
     QtMainLoop loop;
     CurlHttpClient http{loop};
     FakePlatform fake{http};
-    RecordingLaunchAgent launchAgent;
-    RecordingDesktopIcon desktopIcon;
-    AppModel model{fake.platform, launchAgent, desktopIcon};
+    AppModel model{fake.platform};
     TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE() << "an exception escaped"; }};
 };
 
-class AgentClient : public testing::Test {
+class AgentClient : public ModelFixture {
 protected:
     AgentClient() {
         agent.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         agent.start(QStringLiteral(TERNVAULT_MISBEHAVING_AGENT), {});
-        ports = QJsonDocument::fromJson(nextLine()).array();
+        port = QString::fromLatin1(nextLine().trimmed());
     }
     ~AgentClient() override {
         agent.closeWriteChannel();
@@ -59,9 +65,7 @@ protected:
         }
         return agent.readLine();
     }
-    Case& add(const QString& behaviour) {
-        return cases.emplace_back(behaviour, QString::number(ports[0].toInt()));
-    }
+    Case& add(const QString& behaviour) { return cases.emplace_back(behaviour, port); }
     void finishAll() {
         const QDeadlineTimer deadline(60s);
         QTimer heartbeat;
@@ -87,7 +91,7 @@ protected:
     }
 
     QProcess agent;
-    QJsonArray ports;
+    QString port;
     std::list<Case> cases;
 };
 
@@ -111,6 +115,9 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"half a body"_s, u"@…"_s},
         {u"huge"_s, u"@The answer is larger than 8 MiB."_s},
         {u"endless chunks"_s, u"@The answer is larger than 8 MiB."_s},
+        {u"8 MiB"_s, connected},
+        {u"8 MiB and one"_s, u"@The answer is larger than 8 MiB."_s},
+        {u"in pauses"_s, none},
         {u"silent chunks"_s, u"@The request timed out."_s},
         {u"deep nesting"_s, u"@the answer is not valid JSON…"_s},
         {u"disks missing"_s, u"@\"disks\" is missing"_s},
@@ -127,6 +134,10 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"elsewhere on this host"_s, connected},
         {u"round and round"_s, u"@The answer leads round in a circle."_s},
         {u"another host"_s, u"Agent error 301: moved away"_s},
+        {u"another port"_s, u"Agent error 308: moved away"_s},
+        {u"another scheme"_s, u"Agent error 302: moved away"_s},
+        {u"not modified"_s, u"Agent error 304: is mossbox-agent running?"_s},
+        {u"bad header"_s, u"@…"_s},
         {u"after 1xx"_s, connected},
         {u"only 1xx"_s, u"@…"_s},
         {u"not HTTP"_s, u"Bad response from agent"_s},
@@ -140,7 +151,7 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"no content"_s, u"Agent error 204: is mossbox-agent running?"_s},
         {u"created"_s, u"Agent error 201: {\"username\": \"anna\"}"_s},
         {u"found nothing"_s, u"Agent error 404: no such page"_s},
-        {u"a\nb"_s, u"@The token holds a line break."_s},
+        {u"a\nb"_s, u"@The request's header holds a line break."_s},
     };
     for (const auto& [behaviour, expected] : expectations) {
         Case& one = add(behaviour);
@@ -152,7 +163,7 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         QString status = expected;
         expectText(one->model.status, status.replace(u"@"_s, one->unreachable()), behaviour);
         const bool succeeded = expected == connected || expected == none;
-        EXPECT_EQ(one->model.shares->size() == 1, !succeeded) << behaviour.toStdString();
+        EXPECT_EQ(one->hasOldLists(), !succeeded) << behaviour.toStdString();
         EXPECT_FALSE(one->model.isBusy) << behaviour.toStdString();
         ++one;
     }
@@ -163,7 +174,7 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
     EXPECT_EQ(request[u"line"], u"GET /api/disks HTTP/1.1"_s);
     EXPECT_TRUE(request[u"headers"].toArray().contains(u"Authorization: Bearer listing"_s));
     for (const auto& [token, read] : seen)
-        EXPECT_EQ(read[u"port"], ports[0]) << "the token went to another host";
+        EXPECT_EQ(read[u"at"], u"127.0.0.1:"_s + port) << "the token went to another host";
 }
 
 TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
@@ -176,13 +187,13 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
         {u"no content"_s, created},
         {u"exists"_s, exists},
         {u"exists in the body"_s, exists},
+        {u"exists and broken"_s, exists},
         {u"exists and unauthorized"_s, unauthorized},
         {u"unauthorized"_s, unauthorized},
         {u"refused"_s, u"No room left"_s},
         {u"refused without code"_s, u"Not that name"_s},
         {u"refused oddly"_s, u"{\"error\": 7, \"message\": [\"x\"]}"_s},
         {u"refused in a list"_s, u"[{\"message\": \"x\"}]"_s},
-        {u"broken"_s, u""_s},
         {u"broken text"_s, u" try again\n"_s},
         {u"broken bytes"_s, u"Create failed"_s},
         {u"elsewhere on this host"_s, u"moved away"_s},
@@ -199,9 +210,11 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     finishAll();
     auto one = cases.begin();
     for (const auto& [behaviour, expected] : expectations) {
-        expectText(one->model.setupError->value_or(u"(none)"_s), expected, behaviour);
+        expectText(one->model.setupError->value_or(QString()), expected, behaviour);
         EXPECT_EQ(one->model.authMode == AuthMode::login, expected == exists) << behaviour.toStdString();
-        EXPECT_EQ(one->fake.processes.calls.empty(), expected != created) << "no account, no mount";
+        const auto& programs = one->fake.processes.calls;
+        EXPECT_EQ(std::none_of(programs.begin(), programs.end(), isMount), expected != created)
+            << "no account, no mount";
         EXPECT_FALSE(one->model.isBusy || one->model.setupComplete) << behaviour.toStdString();
         ++one;
     }
@@ -214,6 +227,43 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     EXPECT_EQ(body, (QJsonObject{{u"username"_s, u"anna"_s}, {u"password"_s, u"p\"ä\\ü"_s}}));
     for (const auto& [behaviour, expected] : expectations)
         EXPECT_EQ(seen.count(behaviour), 1U) << "an account is asked for once: " << behaviour.toStdString();
+}
+
+TEST_F(AgentClient, WaitsNoLongerForNamesThanForAnswersAndNotAtAllWhenItLeaves) {
+    // A name server that never answers, for this process alone.
+    QUdpSocket silence;
+    ASSERT_TRUE(silence.bind(QHostAddress(u"127.0.0.9"_s), 53));
+    const TemporaryFolder folder;
+    writeFile(folder / "resolv.conf", "nameserver 127.0.0.9\noptions timeout:30\n");
+    ASSERT_EQ(::mount((folder / "resolv.conf").c_str(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr), 0);
+
+    QElapsedTimer timer;
+    timer.start();
+    const std::map<QString, QString> expectations{{u"pc.example"_s, u"The request timed out."_s},
+                                                  {u"127.0.0.7"_s, u"…"_s}};
+    for (const auto& [host, expected] : expectations) {
+        Case& one = add(u"listing"_s);
+        one.model.serverIP = host;
+        one.scope.spawn(one.model.fetchDisks());
+    }
+    finishAll();
+    EXPECT_LT(timer.restart(), 17'000);
+    for (const Case& one : cases) {
+        const QString prefix = u"Cannot reach agent at "_s + *one.model.serverIP + u':' + port + u" — "_s;
+        expectText(one.model.status, prefix + expectations.at(*one.model.serverIP), *one.model.serverIP);
+    }
+
+    cases.clear();
+    for (const QString& host : {u"pc.example"_s, u"127.0.0.1"_s}) {
+        Case& one = add(u"never answers"_s);
+        one.model.serverIP = host;
+        one.scope.spawn(one.model.fetchDisks());
+        one.fake.time.run();
+    }
+    nextLine();
+    timer.restart();
+    cases.clear();
+    EXPECT_LT(timer.elapsed(), 1000);
 }
 
 } // namespace

@@ -51,7 +51,7 @@ TEST_F(Agent, TellsWhatThisMachineHas) {
     const Outcome started =
         run(QStringLiteral(TERNVAULT_PRIVATE_PC), {u"agent"_s, u"start"_s, QStringLiteral(MOSSBOX_AGENT)});
     ASSERT_EQ(started.status, 0) << started.errors;
-    const DisksResponse told = decodeDisksResponse(askForDisks());
+    const DisksResponse told = askForDisks();
 
     const QJsonArray devices = QJsonDocument::fromJson(output(
         u"lsblk"_s, {u"--json"_s, u"--bytes"_s, u"--output-all"_s}))["blockdevices"_L1]

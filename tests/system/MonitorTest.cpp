@@ -26,13 +26,10 @@ protected:
 };
 
 TEST_F(Monitor, MountsAgainWhatWentAwayAndNeverBlocksTheMainLoop) {
-    for (const QString& name : {QStringLiteral("HOME"), QStringLiteral("TERNVAULT_VOLUMES_ROOT")})
-        qputenv(name.toLatin1(), environment.value(name).toLocal8Bit());
+    takeEnvironment();
     LinuxServices services([](const QString& message) { ADD_FAILURE() << message.toStdString(); });
-    RecordingLaunchAgent launchAgent;
-    RecordingDesktopIcon desktopIcon;
     FakeFilePanel filePanel;
-    AppModel model(services.platform(filePanel), launchAgent, desktopIcon);
+    AppModel model(services.platform(filePanel));
     model.serverIP = QString::fromStdString(read("address"));
     model.smbUser = QString::fromStdString(read("user"));
     model.smbPassword = QString::fromStdString(read("password"));

@@ -62,8 +62,17 @@ TEST_F(MountFaults, TwoMountsAtOnceYieldOneVolume) {
     EXPECT_EQ(finish(second).status, 0);
     const std::string mounts = readFile("/proc/self/mounts");
     EXPECT_EQ(mounts.find(volume().string()), mounts.rfind(volume().string()));
+    EXPECT_EQ(readFile(volumes / ".hidden"), "MOSSBOX1\n");
     EXPECT_EQ(cli({u"eject"_s}).status, 0);
     EXPECT_TRUE(isVolumesRootEmpty());
+}
+
+TEST_F(MountFaults, AnUnusableVolumesRootIsToldBeforeAnythingIsDone) {
+    environment.insert(u"TERNVAULT_VOLUMES_ROOT"_s, u"relative/folder"_s);
+    const Outcome outcome = cli({u"set"_s, u"smbUser"_s, u"anna"_s});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.errors.find("relative/folder"), std::string::npos) << outcome.errors;
+    EXPECT_TRUE(std::filesystem::is_empty(home.path()));
 }
 
 TEST_F(MountFaults, ProcessesThatStartTogetherKeepThePassword) {

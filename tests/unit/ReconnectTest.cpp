@@ -13,7 +13,6 @@ struct ReconnectMonitor : test::ModelFixture {
         model.autoConnect = true;
         return model;
     }
-    std::size_t mounts() const { return fake.processes.calls.size(); }
 };
 
 TEST_F(ReconnectMonitor, TriesAFailingShareOnEverySecondTick) {

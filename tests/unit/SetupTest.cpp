@@ -1,3 +1,4 @@
+#include "agent/CreateUser.h"
 #include "support/ModelFixture.h"
 
 #include <QJsonDocument>
@@ -46,6 +47,8 @@ TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
             asked << QString::fromLatin1(request.url.toEncoded());
         EXPECT_EQ(asked, row.expected.isEmpty() ? QStringList() : QStringList(row.expected));
         EXPECT_EQ(model.isBusy, !row.expected.isEmpty());
+        for (const HttpRequest& request : fake.http.requests)
+            EXPECT_EQ(request.timeout, std::chrono::seconds(15));
         if (row.expected.isEmpty())
             EXPECT_EQ(*model.status, u"Invalid server IP"_s);
     }
@@ -136,9 +139,10 @@ TEST_F(AccountSetup, CreatesMountsAndFinishes) {
     fake.time.advance(std::chrono::seconds(3));
     EXPECT_EQ(model.setupError.get(), std::nullopt);
     EXPECT_EQ(*model.status, u"Mounted MOSSBOX1 — will reconnect at login"_s);
-    EXPECT_TRUE(
-        fake.processes.calls.at(0).back().contains(u"smb://anna:    @http://10.0.0.5/MOSSBOX1"_s))
-        << fake.processes.calls[0].back().toStdString();
+    const auto& calls = fake.processes.calls;
+    const auto mount = std::find_if(calls.begin(), calls.end(), isMount);
+    ASSERT_NE(mount, calls.end());
+    EXPECT_EQ(mount->back(), u"mount volume \"smb://anna:    @http://10.0.0.5/MOSSBOX1\""_s);
     EXPECT_EQ(fake.defaults.values[u"ternvault.setupComplete"_s], QVariant(true));
     EXPECT_EQ(fake.defaults.values[u"ternvault.selectedShare"_s], QVariant(u"MOSSBOX1"_s));
     EXPECT_EQ(fake.defaults.values[u"ternvault.smbUser"_s], QVariant(u"anna"_s));
@@ -148,10 +152,9 @@ TEST_F(AccountSetup, CreatesMountsAndFinishes) {
 
     model.autoConnect = false;
     model.authMode = AuthMode::login;
-    const std::size_t mounts = fake.processes.calls.size();
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.status, u"Mounted MOSSBOX1 — not set to open at login"_s);
-    EXPECT_EQ(fake.processes.calls.size(), mounts) << "what is mounted is not mounted again";
+    EXPECT_EQ(mounts(), 1U) << "what is mounted is not mounted again";
 }
 
 TEST_F(AccountSetup, SaysWhyItFailed) {
@@ -161,22 +164,62 @@ TEST_F(AccountSetup, SaysWhyItFailed) {
     model.agentPort = u"x"_s;
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.setupError, u"Invalid server IP"_s);
+    model.agentPort = u"8743"_s;
+    model.agentToken = u"t"_s;
+    model.smbPassword = u"abc"_s + QChar(0xd800);
+    perform(model.completeAuthFlow());
+    EXPECT_EQ(*model.setupError, u"The username or the password holds characters that are not text"_s);
+    EXPECT_TRUE(fake.http.requests.empty());
 
     model.authMode = AuthMode::login;
+    model.smbUser = u" ANNA"_s;
+    model.selectedShare = u"Films"_s;
     letProgramsFail("no such user");
     perform(model.completeAuthFlow());
     EXPECT_EQ(*model.setupError, u"Login failed: no such user"_s);
     EXPECT_EQ(*model.status, u"Mount failed: no such user"_s);
+    EXPECT_EQ(fake.defaults.values[u"ternvault.smbUser"_s], QVariant(u"anna"_s));
+    EXPECT_EQ(fake.defaults.values[u"ternvault.selectedShare"_s], QVariant(u"Films"_s));
 
-    bool appeared = false;
-    fake.processes.respond = [&](const QStringList&) {
-        fake.files.entries["/Volumes/MOSSBOX1"] = !std::exchange(appeared, true);
-        fake.time.post([this] { fake.files.entries.clear(); });
-        return ProcessResult{};
+    letMountsSucceed();
+    fake.files.onFound = [this] { fake.files.entries.clear(); };
+    perform(model.completeAuthFlow());
+    EXPECT_EQ(*model.setupError, u"Could not mount Tern Vault — check username/password and server IP"_s);
+    EXPECT_FALSE(model.isBusy || model.setupComplete);
+}
+
+TEST_F(AccountSetup, CountsAVolumeThatIsThereAlthoughTheMountFailed) {
+    AppModel& model = startWithAccount();
+    model.authMode = AuthMode::login;
+    fake.processes.respond = [this](const QStringList&) {
+        fake.files.entries["/Volumes/MOSS BOX"] = true;
+        return ProcessResult{std::nullopt, 1, {}, "already mounted"};
     };
     perform(model.completeAuthFlow());
-    fake.time.advance(std::chrono::seconds(3));
-    EXPECT_FALSE(model.isBusy || model.setupComplete);
+    EXPECT_TRUE(model.setupComplete);
+    EXPECT_EQ(model.setupError.get(), std::nullopt);
+}
+
+TEST(AccountErrors, HaveCodes) {
+    const struct {
+        HttpResponse answer;
+        QString code;
+    } rows[] = {
+        {{401, R"({"error": "user_exists"})"}, u"unauthorized"_s},
+        {{409, "{}"}, u"user_exists"_s},
+        {{500, R"({"error": "disk_full"})"}, u"disk_full"_s},
+        {{500, R"({"error": ""})"}, u"create_failed"_s},
+        {{300, "[]"}, u"create_failed"_s},
+        {{199, ""}, u"create_failed"_s},
+    };
+    for (const auto& row : rows) {
+        try {
+            checkCreateUserAnswer(row.answer);
+            ADD_FAILURE() << row.answer.status;
+        } catch (const CreateUserError& error) {
+            EXPECT_EQ(error.code(), row.code);
+        }
+    }
 }
 
 TEST_F(AccountSetup, AResetForgetsThePasswordAndNothingElse) {
@@ -201,13 +244,17 @@ TEST_F(AccountSetup, AResetForgetsThePasswordAndNothingElse) {
 TEST_F(LegalState, CountsOnlyWhenBothDocumentsAreAccepted) {
     AppModel& model = start();
     const auto before = fake.defaults.values;
-    model.acceptedPrivacy = true;
-    model.acceptLegal();
-    EXPECT_EQ(*model.legalError, u"Accept both the Privacy Policy and Terms & Conditions to continue"_s);
-    EXPECT_EQ(fake.defaults.values, before);
-    EXPECT_FALSE(model.legalAccepted);
+    for (const bool acceptsPrivacy : {false, true}) {
+        model.acceptedPrivacy = acceptsPrivacy;
+        model.acceptedTerms = !acceptsPrivacy;
+        model.acceptLegal();
+        EXPECT_EQ(*model.legalError, u"Accept both the Privacy Policy and Terms & Conditions to continue"_s);
+        EXPECT_EQ(fake.defaults.values, before);
+        EXPECT_FALSE(model.legalAccepted);
+    }
 
     model.acceptedTerms = true;
+    model.acceptLegal();
     fake.time.advance(std::chrono::milliseconds(250));
     model.acceptLegal();
     EXPECT_EQ(model.legalError.get(), std::nullopt);

@@ -9,6 +9,8 @@
 #include <utility>
 
 #include <curl/curl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace ternvault {
 
@@ -20,6 +22,11 @@ constexpr int mostRedirects = 20;
 constexpr int httpPort = 80;
 /// How often a silent exchange is looked at, in milliseconds.
 constexpr int lookInterval = 500;
+
+/// Programs that this process starts get none of its connections.
+curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
 
 bool canBeWritten(const HttpRequest& request) {
     return std::none_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
@@ -53,7 +60,7 @@ public:
     std::function<void(HttpOutcome)> takeDone() { return std::move(done_); }
 
     /// Prepares the next request when the answer is a redirect to be followed.
-    bool isRedirected(int result) {
+    bool isRedirected(CURLcode result) {
         const std::optional<QUrl> target = redirection();
         if (result != CURLE_OK || !target || redirects_ == mostRedirects)
             return false;
@@ -63,17 +70,19 @@ public:
         return true;
     }
 
-    HttpOutcome outcome(int result) const {
+    HttpOutcome outcome(CURLcode result) const {
+        using Kind = HttpFailure::Kind;
         if (isTooLarge_)
-            return failure(HttpFailure::Kind::transport, u"The answer is larger than 8 MiB."_s);
+            return HttpFailure{Kind::transport, u"The answer is larger than 8 MiB."_s};
         if (result == CURLE_ABORTED_BY_CALLBACK || result == CURLE_OPERATION_TIMEDOUT)
-            return failure(HttpFailure::Kind::transport, u"The request timed out."_s);
-        if (result == CURLE_UNSUPPORTED_PROTOCOL || result == CURLE_WEIRD_SERVER_REPLY)
-            return failure(HttpFailure::Kind::notHttp, u"The answer is not HTTP."_s);
+            return HttpFailure{Kind::transport, u"The request timed out."_s};
+        // What does not begin like HTTP could only be its version 0.9, which is not taken.
+        if (result == CURLE_UNSUPPORTED_PROTOCOL)
+            return HttpFailure{Kind::notHttp, u"The answer is not HTTP."_s};
         if (result != CURLE_OK)
-            return failure(HttpFailure::Kind::transport, description(static_cast<CURLcode>(result)));
+            return HttpFailure{Kind::transport, description(result)};
         if (redirection())
-            return failure(HttpFailure::Kind::transport, u"The answer leads round in a circle."_s);
+            return HttpFailure{Kind::transport, u"The answer leads round in a circle."_s};
         return HttpResponse{static_cast<int>(status()), body_};
     }
 
@@ -85,16 +94,22 @@ private:
     }
 
     void setOptions() {
-        curl_easy_setopt(easy_, CURLOPT_PRIVATE, this);
         curl_easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "http");
         curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
         curl_easy_setopt(easy_, CURLOPT_PROXY, "");
         curl_easy_setopt(easy_, CURLOPT_NOSIGNAL, 1L);
+        // Nobody waits for a name server that stays silent.
+        curl_easy_setopt(easy_, CURLOPT_QUICK_EXIT, 1L);
+        curl_easy_setopt(easy_, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
         // On a connection that was kept, a request may be sent again when it turns out to be closed.
         curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);
         curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request_.timeout.count()));
         curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
         curl_easy_setopt(easy_, CURLOPT_ERRORBUFFER, error_.data());
+        curl_easy_setopt(easy_, CURLOPT_PREREQFUNCTION, &Exchange::connected);
+        curl_easy_setopt(easy_, CURLOPT_PREREQDATA, this);
+        curl_easy_setopt(easy_, CURLOPT_HEADERFUNCTION, &Exchange::takeHeader);
+        curl_easy_setopt(easy_, CURLOPT_HEADERDATA, this);
         curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, &Exchange::take);
         curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
         curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
@@ -111,8 +126,10 @@ private:
         curl_easy_setopt(easy_, CURLOPT_URL, request_.url.toEncoded(QUrl::RemoveFragment).constData());
         body_.clear();
         progress_ = {};
-        lastProgress_ = SteadyClock::now();
+        noteProgress();
     }
+
+    void noteProgress() { lastProgress_ = SteadyClock::now(); }
 
     bool isGet() const { return request_.method == "GET"; }
     long status() const {
@@ -123,9 +140,11 @@ private:
 
     /// Where to ask again; nothing when the answer stands as it is.
     std::optional<QUrl> redirection() const {
+        constexpr std::array<long, 5> redirects{301, 302, 303, 307, 308};
         const char* location = nullptr;
         curl_easy_getinfo(easy_, CURLINFO_REDIRECT_URL, &location);
-        if (location == nullptr || !isGet())
+        const bool isRedirect = std::find(redirects.begin(), redirects.end(), status()) != redirects.end();
+        if (location == nullptr || !isRedirect || !isGet())
             return std::nullopt;
         const QUrl target = QUrl::fromEncoded(location, QUrl::StrictMode);
         const QUrl& here = request_.url;
@@ -139,6 +158,18 @@ private:
         return QString::fromUtf8(hasDetail ? error_.data() : curl_easy_strerror(result));
     }
 
+    static int connected(void* user, char*, char*, int, int) {
+        static_cast<Exchange*>(user)->noteProgress();
+        return CURL_PREREQFUNC_OK;
+    }
+
+    /// Called for every line; the last one counts, so that headers cannot go on for ever.
+    static std::size_t takeHeader(const char* line, std::size_t, std::size_t size, void* user) {
+        if (line[0] == '\r' || line[0] == '\n')
+            static_cast<Exchange*>(user)->noteProgress();
+        return size;
+    }
+
     static std::size_t take(const char* data, std::size_t, std::size_t size, void* user) {
         auto& self = *static_cast<Exchange*>(user);
         self.isTooLarge_ = self.body_.size() + static_cast<qint64>(size) > largestBody;
@@ -148,15 +179,14 @@ private:
         return size;
     }
 
-    /// Ends an exchange that came no further for too long. Connecting has a limit of its own.
+    /// Ends an exchange that came no further for too long.
     static int look(void* user, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent) {
         auto& self = *static_cast<Exchange*>(user);
-        const SteadyClock::time_point now = SteadyClock::now();
         if (const std::pair progress(received, sent); progress != self.progress_) {
             self.progress_ = progress;
-            self.lastProgress_ = now;
+            self.noteProgress();
         }
-        return now - self.lastProgress_ >= self.request_.timeout ? 1 : 0;
+        return SteadyClock::now() - self.lastProgress_ >= self.request_.timeout ? 1 : 0;
     }
 
     HttpRequest request_;
@@ -176,6 +206,8 @@ CurlHttpClient::CurlHttpClient(MainLoop& mainLoop) : mainLoop_(mainLoop) {
     multi_ = curl_multi_init();
     if (multi_ == nullptr)
         throw std::bad_alloc();
+    // What wakes the thread up is nothing for the programs that this process starts.
+    ::close_range(3, std::numeric_limits<unsigned>::max(), CLOSE_RANGE_CLOEXEC);
     thread_ = std::thread([this] { serve(); });
 }
 
@@ -195,7 +227,7 @@ CurlHttpClient::~CurlHttpClient() {
 void CurlHttpClient::send(const HttpRequest& request, std::function<void(HttpOutcome)> done) {
     if (!canBeWritten(request)) {
         mainLoop_.post([done = std::move(done)] {
-            done(HttpFailure{HttpFailure::Kind::transport, u"The token holds a line break."_s});
+            done(HttpFailure{HttpFailure::Kind::transport, u"The request's header holds a line break."_s});
         });
         return;
     }
@@ -221,8 +253,10 @@ void CurlHttpClient::serve() {
 bool CurlHttpClient::takeNew() {
     const std::lock_guard lock(mutex_);
     for (std::unique_ptr<Exchange>& exchange : new_) {
-        curl_multi_add_handle(multi_, exchange->handle());
-        exchanges_.push_back(std::move(exchange));
+        if (curl_multi_add_handle(multi_, exchange->handle()) == CURLM_OK)
+            exchanges_.push_back(std::move(exchange));
+        else
+            tell(*exchange, CURLE_FAILED_INIT);
     }
     new_.clear();
     return !leaving_;
@@ -237,13 +271,16 @@ void CurlHttpClient::finishEnded() {
             return exchange->handle() == handle;
         });
         curl_multi_remove_handle(multi_, handle);
-        if ((*ended)->isRedirected(result)) {
-            curl_multi_add_handle(multi_, handle);
+        if ((*ended)->isRedirected(result) && curl_multi_add_handle(multi_, handle) == CURLM_OK)
             continue;
-        }
-        mainLoop_.post([done = (*ended)->takeDone(), outcome = (*ended)->outcome(result)] { done(outcome); });
+        tell(**ended, result);
         exchanges_.erase(ended);
     }
+}
+
+void CurlHttpClient::tell(Exchange& exchange, int result) {
+    const auto code = static_cast<CURLcode>(result);
+    mainLoop_.post([done = exchange.takeDone(), outcome = exchange.outcome(code)] { done(outcome); });
 }
 
 } // namespace ternvault

@@ -27,6 +27,8 @@ private:
     void serve();
     bool takeNew();
     void finishEnded();
+    /// `result` is libcurl's CURLcode.
+    void tell(Exchange& exchange, int result);
 
     MainLoop& mainLoop_;
     /// libcurl's CURLM; used by the thread alone, but for waking it up.

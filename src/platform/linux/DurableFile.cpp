@@ -1,13 +1,13 @@
 #include "platform/linux/DurableFile.h"
 
+#include "base/FileLocking.h"
+
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <thread>
 
 namespace ternvault {
 
@@ -34,23 +34,15 @@ bool writeAll(int descriptor, const QByteArray& content) {
 
 std::optional<FileLock> FileLock::acquire(const fs::path& file, std::chrono::milliseconds patience,
                                           std::error_code& error) {
-    constexpr std::chrono::milliseconds pause(5);
-    const auto deadline = std::chrono::steady_clock::now() + patience;
     FileDescriptor descriptor(
         ::open((file.native() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!descriptor) {
         error = lastError();
         return std::nullopt;
     }
-    while (::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            error = lastError();
-        else if (std::chrono::steady_clock::now() >= deadline)
-            error = std::make_error_code(std::errc::timed_out);
-        if (error)
-            return std::nullopt;
-        std::this_thread::sleep_for(pause);
-    }
+    error = lockExclusively(descriptor.get(), patience);
+    if (error)
+        return std::nullopt;
     return FileLock(std::move(descriptor));
 }
 

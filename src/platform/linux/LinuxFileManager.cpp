@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -101,6 +102,18 @@ void LinuxFileManager::createDirectory(const fs::path& path) const {
     const int error = errno;
     if (error != EEXIST || !isDirectory(path))
         fail(error, path);
+}
+
+void LinuxFileManager::write(const fs::path& file, std::string_view content) {
+    const FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!descriptor)
+        fail(errno, file);
+    while (!content.empty()) {
+        const ssize_t written = ::write(descriptor.get(), content.data(), content.size());
+        if (written < 0 && errno != EINTR)
+            fail(errno, file);
+        content.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
 }
 
 void LinuxFileManager::remove(const fs::path& path) {

@@ -26,6 +26,7 @@ public:
     bool isDirectory(const std::filesystem::path& path) const override;
     /// Refuses with ENOENT to create the volumes root too.
     void createDirectories(const std::filesystem::path& path) override;
+    void write(const std::filesystem::path& file, std::string_view content) override;
     /// Removes a symbolic link, never what it points to.
     void remove(const std::filesystem::path& path) override;
     std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override;

@@ -1,7 +1,11 @@
 #include "platform/linux/LinuxServices.h"
 
 #include "platform/linux/programs/CopyTool.h"
+#include "platform/linux/programs/DesktopPreference.h"
+#include "platform/linux/programs/DesktopRefresh.h"
 #include "platform/linux/programs/DiskUtility.h"
+#include "platform/linux/programs/FileFlags.h"
+#include "platform/linux/programs/LaunchControl.h"
 #include "platform/linux/programs/MountPoints.h"
 #include "platform/linux/programs/MountVolumeScript.h"
 
@@ -18,9 +22,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path volumesRoot() {
+/// Empty: not given.
+fs::path givenVolumesRoot() {
     const char* const root = std::getenv("TERNVAULT_VOLUMES_ROOT");
-    return root != nullptr && *root == '/' ? root : "/Volumes";
+    return root != nullptr ? root : "";
+}
+
+fs::path volumesRoot() {
+    const fs::path given = givenVolumesRoot();
+    return given.empty() ? "/Volumes" : given;
 }
 
 /// Where the system knows no folder of the user, nothing is stored but for this process's life.
@@ -52,18 +62,37 @@ QString programBesideThisOne(const char* name) {
     return QFile::decodeName(fs::read_symlink("/proc/self/exe").replace_filename(name).c_str());
 }
 
+StandIn scriptingHost(const MountVolumeScript& mountVolume) {
+    return [mountVolume](const QStringList& arguments) {
+        return isDesktopRedraw(arguments) ? ProcessResult() : mountVolume(arguments);
+    };
+}
+
 ProgramTable hostPrograms(const LinuxFileLocations& locations) {
     const fs::path state = mountState(locations);
     const MountVolumeScript::Places places{programBesideThisOne("ternvault-volume"), locations.volumesRoot(),
                                            state};
     ProgramTable programs;
-    programs.substitute(u"/usr/bin/osascript"_s, StandIn(MountVolumeScript(places)));
+    programs.substitute(u"/usr/bin/osascript"_s, scriptingHost(MountVolumeScript(places)));
     programs.substitute(u"/usr/sbin/diskutil"_s, StandIn(DiskUtility(state)));
     programs.substitute(u"/usr/bin/ditto"_s, StandIn(runCopyTool));
+    programs.substitute(u"/usr/bin/chflags"_s, StandIn(runFileFlags));
+    programs.substitute(u"/usr/bin/defaults"_s, StandIn(runDefaults));
+    programs.substitute(u"/usr/bin/killall"_s, StandIn(runKillAll));
+    programs.substitute(u"/bin/launchctl"_s, StandIn(LaunchControl(locations.configuration())));
     return programs;
 }
 
 } // namespace
+
+std::optional<QString> LinuxServices::environmentProblem() {
+    const fs::path root = givenVolumesRoot();
+    std::error_code ignored;
+    if (root.empty() || (root.is_absolute() && fs::is_directory(root, ignored)))
+        return std::nullopt;
+    return u"TERNVAULT_VOLUMES_ROOT is not the absolute path of a folder: "_s +
+           QFile::decodeName(root.c_str());
+}
 
 LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& report)
     : locations_(volumesRoot()), defaults_(settingsFile(locations_), report),

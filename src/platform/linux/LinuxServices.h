@@ -20,6 +20,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 
 namespace ternvault {
 
@@ -28,6 +29,9 @@ namespace ternvault {
 /// badly left under the volumes root.
 class LinuxServices {
 public:
+    /// What in the environment keeps the services from working, for the user. Ask before constructing them.
+    static std::optional<QString> environmentProblem();
+
     /// `report` is told, on the main thread, of settings or secrets that cannot be kept. The volumes root is
     /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
     explicit LinuxServices(const std::function<void(const QString& problem)>& report);

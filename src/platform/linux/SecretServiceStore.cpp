@@ -3,7 +3,8 @@
 // GLib's names clash with Qt's `signals`, so it comes first and alone.
 #include <libsecret/secret.h>
 
-#include <filesystem>
+#include "platform/linux/SessionBus.h"
+
 #include <functional>
 #include <future>
 #include <memory>
@@ -30,19 +31,10 @@ GHashTable* attributes(const SecretKey& key) {
                                    key.account.toUtf8().constData(), nullptr);
 }
 
-/// Without one, GLib would start a bus of its own.
-bool sessionHasBus() {
-    const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (address != nullptr && *address != '\0')
-        return true;
-    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
-    std::error_code ignored;
-    return runtime != nullptr && std::filesystem::exists(std::filesystem::path(runtime) / "bus", ignored);
-}
-
 /// A session with the service while its default collection is unlocked; nothing otherwise. A session of its
 /// own for every call: the service may have been restarted since the last one.
 SecretService* openUnlocked(GCancellable* cancellable) {
+    // Without one, GLib would start a bus of its own.
     if (!sessionHasBus())
         return nullptr;
     g_autoptr(GDBusConnection) bus = g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, nullptr);

@@ -2,9 +2,10 @@
 #include "platform/linux/LinuxFileManager.h"
 #include "support/TemporaryFolder.h"
 
+#include <QByteArray>
+
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -66,29 +67,28 @@ TEST(FileManager, CreatesNoEntryDirectlyUnderTheVolumesRootHoweverItIsSpelt) {
     EXPECT_FALSE(fs::exists(root));
 }
 
-TEST(FileManager, ReportsErrorsByCode) {
+TEST(FileManager, WritesInPlaceAndRemovesTreesAndLinksButNothingBehindALink) {
     const TemporaryFolder folder;
-    test::writeFile(folder / "file", "x");
-    LinuxFileManager files(folder / "Volumes");
-    EXPECT_EQ(errorOf([&] { files.createDirectories(folder / "file"); }), std::errc::file_exists);
-    EXPECT_EQ(errorOf([&] { files.createDirectories(folder / "file/sub"); }), std::errc::file_exists);
-    EXPECT_EQ(errorOf([&] { files.remove(folder / "none"); }), std::errc::no_such_file_or_directory);
-}
-
-TEST(FileManager, RemovesTreesAndLinksButNothingBehindALink) {
-    const TemporaryFolder folder;
+    const fs::path file = folder / "kept/file";
     fs::create_directories(folder / "tree/deep");
     fs::create_directory(folder / "kept");
-    test::writeFile(folder / "kept/file", "x");
     fs::create_directory_symlink(folder / "kept", folder / "tree/deep/link");
     fs::create_symlink("nowhere", folder / "dangling");
     LinuxFileManager files(folder / "Volumes");
+    files.write(file, std::string(1 << 20, 'x'));
+    files.write(file, "short");
     files.remove(folder / "tree");
     files.remove(folder / "dangling");
     EXPECT_FALSE(files.exists(folder / "tree"));
     EXPECT_FALSE(fs::is_symlink(folder / "dangling"));
-    EXPECT_TRUE(files.exists(folder / "kept/file"));
-    EXPECT_FALSE(files.isDirectory(folder / "kept/file"));
+    EXPECT_EQ(test::readFile(file), "short");
+    EXPECT_FALSE(files.isDirectory(file));
+
+    EXPECT_EQ(errorOf([&] { files.createDirectories(file); }), std::errc::file_exists);
+    EXPECT_EQ(errorOf([&] { files.createDirectories(file / "sub"); }), std::errc::file_exists);
+    EXPECT_EQ(errorOf([&] { files.remove(folder / "none"); }), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(errorOf([&] { files.write(folder / "none/file", ""); }), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(errorOf([&] { files.write("/dev/full", "x"); }), std::errc::no_space_on_device);
 }
 
 TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
@@ -149,24 +149,20 @@ TEST(FileManager, AsksNothingOfAVolumeWhoseDaemonHangs) {
 }
 
 TEST(FileLocations, FollowTheEnvironmentThenTheUserDatabase) {
-    const std::string homeBefore = std::getenv("HOME") ? std::getenv("HOME") : "";
-    ::setenv("HOME", "/home/someone", 1);
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::setenv("XDG_DATA_HOME", "/data", 1);
+    qputenv("HOME", "/home/someone");
+    qunsetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_DATA_HOME", "/data");
     const LinuxFileLocations set("/Volumes/");
     EXPECT_EQ(set.home(), "/home/someone");
     EXPECT_EQ(set.applicationSupport(), "/data");
     EXPECT_EQ(set.configuration(), "/home/someone/.config");
     EXPECT_EQ(set.volumesRoot().native(), "/Volumes");
     EXPECT_EQ(set.applicationBundle(), fs::read_symlink("/proc/self/exe").parent_path() / "ternvault");
-    ::setenv("XDG_DATA_HOME", "relative", 1);
-    ::setenv("HOME", "", 1);
+    qputenv("XDG_DATA_HOME", "relative");
+    qputenv("HOME", "");
     const LinuxFileLocations unset("/Volumes");
-    ASSERT_TRUE(unset.home());
-    EXPECT_TRUE(unset.home()->is_absolute());
+    ASSERT_TRUE(unset.home() && unset.home()->is_absolute());
     EXPECT_EQ(unset.applicationSupport(), *unset.home() / ".local/share");
-    ::unsetenv("XDG_DATA_HOME");
-    ::setenv("HOME", homeBefore.c_str(), 1);
 }
 
 } // namespace ternvault

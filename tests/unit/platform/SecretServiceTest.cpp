@@ -1,4 +1,5 @@
 #include "platform/linux/SecretServiceStore.h"
+#include "support/PrivateBus.h"
 #include "support/TemporaryFolder.h"
 
 #include <QElapsedTimer>
@@ -18,30 +19,19 @@ namespace {
 
 constexpr int startMilliseconds = 20'000;
 
-/// A session bus and a keyring of the test's own, in its own folder; no service is started on demand.
+/// A session bus and a keyring of the test's own, in its own folder.
 class SecretServiceTest : public testing::Test {
 protected:
     void SetUp() override {
-        const QString socket = u"unix:path=%1/bus"_s.arg(path());
-        test::writeFile(folder / "bus.conf", "<busconfig><type>session</type><listen>" +
-                                                 socket.toStdString() +
-                                                 "</listen><policy context=\"default\">"
-                                                 "<allow send_destination=\"*\"/><allow eavesdrop=\"true\"/>"
-                                                 "<allow own=\"*\"/></policy></busconfig>");
         for (const char* variable : {"HOME", "XDG_RUNTIME_DIR", "XDG_DATA_HOME"})
             qputenv(variable, path().toUtf8());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", socket.toUtf8());
         // A display would let the service open a prompt there.
         qunsetenv("DISPLAY");
-        bus.start(u"dbus-daemon"_s,
-                  {u"--nofork"_s, u"--print-address"_s, u"--config-file=%1/bus.conf"_s.arg(path())});
-        ASSERT_TRUE(bus.waitForReadyRead(startMilliseconds)) << bus.readAllStandardError().toStdString();
+        ASSERT_TRUE(bus.start());
     }
     void TearDown() override {
-        for (QProcess* process : {&keyring, &bus}) {
-            process->kill();
-            process->waitForFinished();
-        }
+        keyring.kill();
+        keyring.waitForFinished();
     }
     void startKeyring() {
         keyring.start(u"gnome-keyring-daemon"_s,
@@ -68,7 +58,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    QProcess bus;
+    test::PrivateBus bus{folder.path()};
     QProcess keyring;
     SecretServiceStore store;
     const SecretKey key{u"space.larkspur.ternvault"_s, u"ternvault.smbPassword"_s};
@@ -103,22 +93,16 @@ TEST_F(SecretServiceTest, KeepsOneSecretPerKeyUntilTheCollectionIsLocked) {
     expectOutOfReachWithin(500);
 }
 
-TEST_F(SecretServiceTest, EndsAtTheDeadlineWhenServiceOrBusHang) {
+TEST_F(SecretServiceTest, IsOutOfReachAtOnceWithoutServiceOrBusAndAtTheDeadlineWhenTheyHang) {
+    expectOutOfReachWithin(500);
     ASSERT_NO_FATAL_FAILURE(startKeyring());
     EXPECT_TRUE(store.store(key, "kept"));
     ASSERT_EQ(::kill(static_cast<pid_t>(keyring.processId()), SIGSTOP), 0);
     expectOutOfReachWithin(1500);
-    ASSERT_EQ(::kill(static_cast<pid_t>(bus.processId()), SIGSTOP), 0);
+    ASSERT_EQ(::kill(bus.processId(), SIGSTOP), 0);
     expectOutOfReachWithin(1500);
     EXPECT_EQ(SecretServiceStore(std::chrono::milliseconds(0)).find(key).state, State::unavailable);
-}
-
-TEST_F(SecretServiceTest, IsOutOfReachAtOnceWithoutServiceOrBus) {
-    expectOutOfReachWithin(500);
-    ASSERT_NO_FATAL_FAILURE(startKeyring());
-    EXPECT_TRUE(store.store(key, "kept"));
-    bus.kill();
-    bus.waitForFinished();
+    bus.stop();
     expectOutOfReachWithin(500);
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     qputenv("XDG_RUNTIME_DIR", "/nonexistent");

@@ -45,20 +45,45 @@ public:
     int calls = 0;
 };
 
-/// One user over several runs of the program.
+/// One user over several runs of the program, told in words.
 class SecretStoreTest : public testing::Test {
 protected:
-    void startProcess() {
+    void restart() {
         file = std::make_unique<FileSecretStore>(path, [](const QString&) { ADD_FAILURE(); });
         store = std::make_unique<LinuxSecretStore>(fake, *file);
         fake.calls = 0;
     }
-    void SetUp() override { startProcess(); }
-
-    std::optional<QByteArray> find() { return store->find(service, account); }
-    void set(const QByteArray& secret) {
-        store->remove(service, account);
-        EXPECT_TRUE(store->add(service, account, secret));
+    /// A process that does not reach the service.
+    void addElsewhere(const QByteArray& secret) {
+        FakeService unreachable;
+        unreachable.reachable = false;
+        FileSecretStore othersFile(path, [](const QString&) { ADD_FAILURE(); });
+        EXPECT_TRUE(LinuxSecretStore(unreachable, othersFile).add(service, account, secret));
+    }
+    void play(const QByteArray& word) {
+        const QByteArray what = word.split(':').first();
+        const QByteArray value = word.mid(what.size() + 1);
+        const std::optional<QByteArray> expected = value == "-" ? std::nullopt : std::optional(value);
+        if (what == "up" || what == "down")
+            fake.reachable = what == "up";
+        else if (what == "restart")
+            restart();
+        else if (what == "remove")
+            store->remove(service, account);
+        else if (what == "set")
+            EXPECT_TRUE((store->remove(service, account), store->add(service, account, value)));
+        else if (what == "elsewhere")
+            addElsewhere(value);
+        else if (what == "find")
+            EXPECT_EQ(store->find(service, account), expected);
+        else if (what == "service")
+            EXPECT_EQ(fake.secrets.contains(key) ? std::optional(fake.secrets[key]) : std::nullopt, expected);
+        else if (what == "calls")
+            EXPECT_EQ(fake.calls, value.toInt());
+        else if (what == "file")
+            EXPECT_EQ(file->entries().empty(), value == "empty");
+        else
+            ADD_FAILURE() << "unknown word";
     }
 
     TemporaryFolder folder;
@@ -70,94 +95,46 @@ protected:
 
 } // namespace
 
-TEST_F(SecretStoreTest, UsesTheServiceAloneWhileItAnswers) {
-    EXPECT_EQ(find(), std::nullopt);
-    set("pässword");
-    EXPECT_EQ(find(), "pässword");
-    set("");
-    EXPECT_EQ(find(), "");
-    store->remove(service, account);
-    EXPECT_TRUE(fake.secrets.empty());
-    EXPECT_FALSE(std::filesystem::exists(path));
+TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
+    const struct {
+        const char* name;
+        QByteArray story;
+    } stories[] = {
+        {"the service alone while it answers",
+         "find:- set:pässword find:pässword set: find: file:empty remove service:-"},
+        {"one missed answer selects the file until the next start",
+         "down find:- up set:new find:new calls:1 down restart find:new up restart find:new service:new "
+         "file:empty"},
+        {"the file wins over an older secret of the service",
+         "set:old down restart set:new up restart find:new service:new"},
+        {"clearing after a read that nothing answered forgets no secret",
+         "set:precious down restart find:- up remove service:precious restart find:precious"},
+        {"a removal that the user asked for reaches the service later",
+         "set:unwanted down restart find:- remove remove restart find:- up restart find:- service:- "
+         "file:empty"},
+        {"a service lost meanwhile, and another process with the file",
+         "set:first down set:second find:second up restart find:second elsewhere:other find:other set:third "
+         "restart find:third"},
+    };
+    for (const auto& [name, story] : stories) {
+        SCOPED_TRACE(name);
+        fake = {};
+        std::filesystem::remove(path);
+        restart();
+        for (const QByteArray& word : story.split(' ')) {
+            SCOPED_TRACE(word.toStdString());
+            play(word);
+        }
+    }
 }
 
-TEST_F(SecretStoreTest, OneMissedAnswerSelectsThePrivateFileUntilTheNextStart) {
+TEST_F(SecretStoreTest, TheFileIsForItsUserAlone) {
     fake.reachable = false;
-    EXPECT_EQ(find(), std::nullopt);
-    fake.reachable = true;
-    set("in file");
-    EXPECT_EQ(find(), "in file");
-    EXPECT_EQ(fake.calls, 1);
+    restart();
+    play("set:secret");
     struct stat status {};
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
-
-    fake.reachable = false;
-    startProcess();
-    EXPECT_EQ(find(), "in file") << "an entry of the file was not found without the service";
-    fake.reachable = true;
-    startProcess();
-    EXPECT_EQ(find(), "in file");
-    EXPECT_EQ(fake.secrets[key], "in file");
-    EXPECT_TRUE(file->entries().empty()) << "the secret stayed in the file";
-}
-
-TEST_F(SecretStoreTest, TheFileWinsOverAnOlderSecretOfTheService) {
-    set("old");
-    fake.reachable = false;
-    startProcess();
-    set("new");
-    fake.reachable = true;
-    startProcess();
-    EXPECT_EQ(find(), "new");
-    EXPECT_EQ(fake.secrets[key], "new");
-}
-
-TEST_F(SecretStoreTest, ClearingAfterAReadThatNothingAnsweredForgetsNoSecret) {
-    set("precious");
-    fake.reachable = false;
-    startProcess();
-    EXPECT_EQ(find(), std::nullopt);
-    fake.reachable = true;
-    store->remove(service, account);
-    EXPECT_EQ(fake.secrets[key], "precious");
-    startProcess();
-    EXPECT_EQ(find(), "precious");
-}
-
-TEST_F(SecretStoreTest, ARemovalThatTheUserAskedForReachesTheServiceLater) {
-    set("unwanted");
-    fake.reachable = false;
-    startProcess();
-    EXPECT_EQ(find(), std::nullopt);
-    store->remove(service, account);
-    store->remove(service, account);
-    startProcess();
-    EXPECT_EQ(find(), std::nullopt);
-    fake.reachable = true;
-    startProcess();
-    EXPECT_EQ(find(), std::nullopt);
-    EXPECT_TRUE(fake.secrets.empty());
-    EXPECT_TRUE(file->entries().empty());
-}
-
-TEST_F(SecretStoreTest, AServiceLostMeanwhileAndAnotherProcessWithTheFileAreNoticed) {
-    set("first");
-    fake.reachable = false;
-    set("second");
-    EXPECT_EQ(find(), "second");
-    fake.reachable = true;
-    startProcess();
-    FakeService unreachable;
-    unreachable.reachable = false;
-    EXPECT_EQ(find(), "second");
-    FileSecretStore othersFile(path, [](const QString&) { ADD_FAILURE(); });
-    LinuxSecretStore other(unreachable, othersFile);
-    EXPECT_TRUE(other.add(service, account, "of the other process"));
-    EXPECT_EQ(find(), "of the other process");
-    set("third");
-    startProcess();
-    EXPECT_EQ(find(), "third");
 }
 
 } // namespace ternvault

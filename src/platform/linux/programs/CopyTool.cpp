@@ -1,18 +1,18 @@
 #include "platform/linux/programs/CopyTool.h"
 
+#include "platform/linux/programs/Outcome.h"
 #include "platform/linux/programs/TreeCopy.h"
 
 #include <QFile>
 
 namespace ternvault {
 
+using namespace Qt::StringLiterals;
+
 ProcessResult runCopyTool(const QStringList& arguments) {
+    if (arguments.size() != 2)
+        return misused(u"usage: ditto source destination"_s);
     ProcessResult result;
-    if (arguments.size() != 2) {
-        result.exitStatus = 64;
-        result.standardError = "usage: ditto source destination\n";
-        return result;
-    }
     const auto path = [](const QString& argument) {
         return std::filesystem::path(QFile::encodeName(argument).toStdString());
     };

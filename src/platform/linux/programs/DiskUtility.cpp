@@ -1,6 +1,7 @@
 #include "platform/linux/programs/DiskUtility.h"
 
 #include "platform/linux/programs/MountPoints.h"
+#include "platform/linux/programs/Outcome.h"
 
 #include <cerrno>
 #include <system_error>
@@ -11,7 +12,7 @@ namespace ternvault {
 namespace {
 
 ProcessResult failure(const QString& path, const QString& reason) {
-    return {{}, 1, {}, (u"Unmounting "_s + path + u" failed: "_s + reason + u'\n').toUtf8()};
+    return failed(u"Unmounting "_s + path + u" failed: "_s + reason);
 }
 
 /// Where the kernel says that it is mounted.
@@ -27,7 +28,7 @@ std::filesystem::path canonicalMountPoint(const QString& path) {
 ProcessResult DiskUtility::operator()(const QStringList& arguments) const {
     const bool force = arguments.size() == 3 && arguments[1] == "force"_L1;
     if (arguments.size() < 2 || arguments[0] != "unmount"_L1 || (arguments.size() > 2 && !force))
-        return {{}, 1, {}, "Only “unmount [force] PATH” is known here.\n"};
+        return misused(u"Only “unmount [force] PATH” is known here."_s);
     const auto& path = arguments.back();
     const auto mountPoint = canonicalMountPoint(path);
     if (!isVolumeMount(mountPoint))

@@ -8,7 +8,7 @@ namespace ternvault {
 
 /// Stands in for the disk utility: `unmount PATH` and `unmount force PATH` for volumes of ours. The forced
 /// one also ends the volume's program, which would otherwise go on writing to the server. Status 0 when the
-/// entry is gone, else 1 and the reason on standard error.
+/// entry is gone, else another one and the reason on standard error.
 class DiskUtility {
 public:
     /// `state` is the folder of the mount records.

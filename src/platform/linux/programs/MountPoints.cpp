@@ -1,5 +1,8 @@
 #include "platform/linux/programs/MountPoints.h"
 
+#include "base/FileLocking.h"
+#include "platform/linux/programs/HiddenList.h"
+
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -11,7 +14,6 @@
 #include <fcntl.h>
 #include <mntent.h>
 #include <spawn.h>
-#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -123,6 +125,19 @@ int runFusermount(const fs::path& mountPoint, bool lazily) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : EBUSY;
 }
 
+/// 0 or the reason as errno. The folder's list of hidden names is held meanwhile, so that nobody hides a name
+/// that is just going.
+int removeDirectory(const fs::path& mountPoint) {
+    std::optional<HiddenList> hidden;
+    try {
+        hidden.emplace(mountPoint.parent_path());
+        hidden->remove(mountPoint.filename());
+    } catch (const std::system_error&) {
+        // A name too many in the list does no harm.
+    }
+    return ::rmdir(mountPoint.c_str()) == 0 ? 0 : errno;
+}
+
 bool isAbandoned(const MountRecord& record) {
     return !record.keeper.isAlive() && !record.daemon.isAlive();
 }
@@ -172,14 +187,11 @@ std::optional<MountLock> MountLock::acquire(const fs::path& state, const fs::pat
     if (fd < 0)
         fail("open");
     MountLock lock(fd);
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            fail("flock");
-        if (std::chrono::steady_clock::now() >= end)
-            return {};
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    const std::error_code error = lockExclusively(fd, patience);
+    if (error == std::errc::timed_out)
+        return {};
+    if (error)
+        throw std::system_error(error, "flock");
     return lock;
 }
 
@@ -188,6 +200,13 @@ MountLock::MountLock(MountLock&& other) noexcept : descriptor_(std::exchange(oth
 MountLock::~MountLock() {
     if (descriptor_ >= 0)
         ::close(descriptor_);
+}
+
+bool hasEntry(const fs::path& path) {
+    struct statx status {};
+    return ::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_TYPE, &status) ==
+               0 ||
+           errno != ENOENT;
 }
 
 bool isMountPoint(const fs::path& path) {
@@ -229,17 +248,15 @@ void removeMountPoint(const fs::path& state, const fs::path& mountPoint) {
         unmount(mountPoint, true);
     if (!fs::exists(recordFile(state, mountPoint)) && !isPlaceholder(mountPoint))
         return;
-    if (::rmdir(mountPoint.c_str()) == 0 || errno == ENOENT || errno == ENOTEMPTY || errno == ENOTDIR)
+    const int error = removeDirectory(mountPoint);
+    if (error == 0 || error == ENOENT || error == ENOTEMPTY || error == ENOTDIR)
         removeMountRecord(state, mountPoint);
 }
 
 bool awaitRemoval(const fs::path& mountPoint) {
     constexpr std::chrono::seconds patience{5};
     const auto end = std::chrono::steady_clock::now() + patience;
-    struct statx status {};
-    while (::statx(AT_FDCWD, mountPoint.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, STATX_TYPE,
-                   &status) == 0 ||
-           errno != ENOENT) {
+    while (hasEntry(mountPoint)) {
         if (std::chrono::steady_clock::now() >= end)
             return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

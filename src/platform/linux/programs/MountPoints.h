@@ -57,6 +57,8 @@ private:
     int descriptor_;
 };
 
+/// Whether an entry is there, of whatever kind. Never waits for the program behind a mount.
+bool hasEntry(const std::filesystem::path& path);
 /// Whether something is mounted exactly there. Never waits for the program behind the mount.
 bool isMountPoint(const std::filesystem::path& path);
 /// Whether a volume of ours is mounted there, dead or alive.
@@ -69,7 +71,7 @@ bool isPlaceholder(const std::filesystem::path& path);
 /// Returns 0 or the reason as errno (EBUSY when in use).
 int unmount(const std::filesystem::path& mountPoint, bool lazily);
 /// Lazily takes every mount of ours away from `mountPoint`, then removes the directory if it is ours and
-/// empty, then the record.
+/// empty, its name from the root's list of hidden names, and the record.
 void removeMountPoint(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
 
 /// Waits a few seconds for the keeper of an unmounted volume to remove its directory; false when it did not.

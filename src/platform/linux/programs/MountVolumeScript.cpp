@@ -1,6 +1,7 @@
 #include "platform/linux/programs/MountVolumeScript.h"
 
 #include "platform/linux/programs/MountPoints.h"
+#include "platform/linux/programs/Outcome.h"
 
 #include <QProcess>
 
@@ -12,10 +13,6 @@ namespace ternvault {
 namespace {
 
 constexpr int patienceMilliseconds = 9000;
-
-ProcessResult failure(const QString& reason) {
-    return {{}, 1, {}, reason.toUtf8() + '\n'};
-}
 
 std::optional<QString> addressIn(const QStringList& arguments) {
     constexpr auto opening = "mount volume \""_L1;
@@ -30,7 +27,7 @@ std::optional<QString> addressIn(const QStringList& arguments) {
 ProcessResult MountVolumeScript::operator()(const QStringList& arguments) const {
     const auto address = addressIn(arguments);
     if (!address)
-        return failure(u"Only the command “mount volume” with one address is known here."_s);
+        return misused(u"Only the command “mount volume” with one address is known here."_s);
     QProcess process;
     process.start(places_.program, {u"--volumes-root"_s, QString::fromStdString(places_.volumesRoot.string()),
                                     u"--state"_s, QString::fromStdString(places_.state.string())});
@@ -38,15 +35,15 @@ ProcessResult MountVolumeScript::operator()(const QStringList& arguments) const 
     process.closeWriteChannel();
     if (!process.waitForFinished(patienceMilliseconds)) {
         if (process.error() == QProcess::FailedToStart)
-            return failure(places_.program + u" cannot be started: "_s + process.errorString());
+            return failed(places_.program + u" cannot be started: "_s + process.errorString());
         process.kill();
         process.waitForFinished(500);
         awaitRemoval(places_.volumesRoot / address->section(u'/', -1).toStdString());
         reapLeftovers(places_.volumesRoot, places_.state);
-        return failure(u"The server did not answer in time."_s);
+        return failed(u"The server did not answer in time."_s);
     }
     if (process.exitStatus() != QProcess::NormalExit)
-        return failure(u"The program that serves the volume ended unexpectedly."_s);
+        return failed(u"The program that serves the volume ended unexpectedly."_s);
     const bool succeeded = process.exitCode() == 0;
     return {{}, succeeded ? 0 : 1, process.readAllStandardOutput(), process.readAllStandardError()};
 }

@@ -8,8 +8,8 @@ namespace ternvault {
 
 /// Stands in for the scripting host and its command "mount volume": `-e`, `mount volume "smb://…"`. In the
 /// literal only a backslash before a double quote is an escape. The volume appears as an entry of the volumes
-/// root that is named after the share. Status 0 when it is mounted, else 1 and the reason on standard error,
-/// within ten seconds and with no entry left.
+/// root that is named after the share. Status 0 when it is mounted, else another one and the reason on
+/// standard error, within ten seconds and with no entry left.
 class MountVolumeScript {
 public:
     struct Places {

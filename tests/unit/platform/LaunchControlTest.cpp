@@ -1,0 +1,137 @@
+#include "platform/linux/programs/LaunchControl.h"
+#include "platform/PropertyList.h"
+#include "platform/linux/LinuxProcessLauncher.h"
+#include "support/TemporaryFolder.h"
+
+#include <QDeadlineTimer>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <unistd.h>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+using test::readFile;
+using test::TemporaryFolder;
+using test::writeFile;
+
+namespace {
+
+QString text(const fs::path& path) {
+    return QString::fromStdString(path.native());
+}
+
+/// One user's service manager.
+class LaunchControlTest : public testing::Test {
+protected:
+    QVariantMap agent(const fs::path& application) const {
+        return {
+            {u"Label"_s, u"space.larkspur.ternvault.autoconnect"_s},
+            {u"ProgramArguments"_s, QVariantList{u"/usr/bin/open"_s, u"-a"_s, text(application), u"--args"_s,
+                                                 u"--auto-mount"_s, u"%f \"$HOME\" `x` \\ 'ä'"_s, u""_s}},
+            {u"RunAtLoad"_s, true}};
+    }
+    ProcessResult load(const QVariant& content) const {
+        writeFile(folder / "agent.plist", writePropertyList(content).toStdString());
+        return launchctl({u"bootstrap"_s, domain, text(folder / "agent.plist")});
+    }
+    bool hasEntry() const {
+        return fs::exists(folder / "config/autostart") && !fs::is_empty(folder / "config/autostart");
+    }
+
+    TemporaryFolder folder;
+    const QString domain = u"gui/"_s + QString::number(::getuid());
+    const QString service = domain + u"/space.larkspur.ternvault.autoconnect"_s;
+    const fs::path entry = folder / "config/autostart/space.larkspur.ternvault.autoconnect.desktop";
+    const LaunchControl launchctl{folder / "config"};
+};
+
+} // namespace
+
+TEST_F(LaunchControlTest, TheEntryIsValidAndStartsTheVeryArguments) {
+    const fs::path started = folder / "started";
+    for (const char* name : {"plain", "My \"Größe\" $HOME `x` \\ 'q'", "100%"}) {
+        const fs::path application = folder / name / "ternvault";
+        fs::create_directory(application.parent_path());
+        writeFile(application, "#!/bin/sh\nprintf '%s\\n' \"$0\" \"$@\" >\"" + started.native() +
+                                   ".new\"\nmv \"" + started.native() + ".new\" \"" + started.native() +
+                                   "\"\n");
+        fs::permissions(application, fs::perms::owner_all);
+        for (int twice = 0; twice < 2; ++twice) {
+            const ProcessResult loaded = load(agent(application));
+            EXPECT_EQ(loaded.exitStatus, 0) << loaded.standardError.toStdString();
+        }
+        EXPECT_FALSE(fs::exists(started)) << "loading starts nothing";
+        const auto entries = fs::directory_iterator(entry.parent_path());
+        EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+
+        LinuxProcessLauncher launcher({});
+        const ProcessResult valid = launcher.run(u"/usr/bin/desktop-file-validate"_s, {text(entry)});
+        EXPECT_TRUE(valid.succeeded() && valid.standardOutput.isEmpty())
+            << valid.standardOutput.toStdString();
+        const ProcessResult launched = launcher.run(u"/usr/bin/gio"_s, {u"launch"_s, text(entry)});
+        EXPECT_EQ(launched.exitStatus, 0) << launched.standardError.toStdString();
+        QDeadlineTimer deadline(10'000);
+        while (!fs::exists(started) && !deadline.hasExpired())
+            std::this_thread::yield();
+        EXPECT_EQ(readFile(started), application.native() + "\n--auto-mount\n%f \"$HOME\" `x` \\ 'ä'\n\n");
+        fs::remove(started);
+
+        EXPECT_EQ(launchctl({u"bootout"_s, service}).exitStatus, 0);
+        EXPECT_FALSE(hasEntry());
+        EXPECT_EQ(launchctl({u"bootout"_s, service}).exitStatus, 3);
+    }
+}
+
+TEST_F(LaunchControlTest, RefusesAnAgentThatOpensNoApplicationAndWhatItDoesNotKnow) {
+    const auto with = [&](const QString& key, const QVariant& value) {
+        QVariantMap changed = agent("/opt/ternvault");
+        changed[key] = value;
+        return changed;
+    };
+    const auto running = [&](const QVariantList& command) { return with(u"ProgramArguments"_s, command); };
+    const QVariant refused[] = {
+        u"no dictionary"_s,
+        with(u"Label"_s, u"../evil"_s),
+        with(u"Label"_s, u"a\n"_s),
+        with(u"Label"_s, u".hidden"_s),
+        with(u"Label"_s, 5),
+        with(u"RunAtLoad"_s, false),
+        with(u"ProgramArguments"_s, u"/usr/bin/open"_s),
+        running({}),
+        running({u"/usr/bin/open"_s, u"-a"_s, u"/opt/ternvault"_s}),
+        running({u"/bin/sh"_s, u"-a"_s, u"/opt/ternvault"_s, u"--args"_s}),
+        running({u"/usr/bin/open"_s, u"-a"_s, u"relative"_s, u"--args"_s}),
+        running({u"/usr/bin/open"_s, u"-a"_s, u"/opt/ternvault"_s, u"--args"_s, u"a\nExec=evil"_s}),
+        running({u"/usr/bin/open"_s, u"-a"_s, u"/opt/ternvault"_s, u"--args"_s, 7}),
+    };
+    for (const QVariant& content : refused) {
+        const ProcessResult result = load(content);
+        EXPECT_EQ(result.exitStatus, 1) << writePropertyList(content).toStdString();
+        EXPECT_EQ(result.standardError.count('\n'), 1);
+    }
+    writeFile(folder / "damaged.plist", "<plist><dict>");
+    for (const fs::path& file : {folder / "damaged.plist", folder / "none.plist", fs::path("/dev/zero")})
+        EXPECT_EQ(launchctl({u"bootstrap"_s, domain, text(file)}).exitStatus, 1) << file;
+
+    for (const QString& words :
+         {u""_s, u"list"_s, u"bootstrap|"_s + domain, u"bootstrap|gui/1%1|/a"_s.arg(::getuid()),
+          u"bootout|"_s + domain, u"bootout|%1/../agent"_s.arg(domain), u"bootout|%1|more"_s.arg(service)}) {
+        const ProcessResult result = launchctl(words.split(u'|', Qt::SkipEmptyParts));
+        EXPECT_EQ(result.exitStatus, 64) << words.toStdString();
+        EXPECT_EQ(result.standardError.count('\n'), 1) << words.toStdString();
+    }
+    EXPECT_FALSE(hasEntry());
+}
+
+TEST_F(LaunchControlTest, SaysWhenTheEntryCannotBeKept) {
+    fs::create_directories(entry / "in the way");
+    EXPECT_EQ(load(agent("/opt/ternvault")).exitStatus, 1);
+    EXPECT_EQ(launchctl({u"bootout"_s, service}).exitStatus, 1);
+    EXPECT_EQ(LaunchControl(std::nullopt)({u"bootout"_s, service}).exitStatus, 1);
+}
+
+} // namespace ternvault
