@@ -15,13 +15,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// The main thread waits here, and the next change of the setting tries again.
+constexpr std::chrono::milliseconds patience(30);
+
 fs::path entryOf(const QString& argument) {
     const fs::path path(QFile::encodeName(argument).toStdString());
     return path.has_filename() ? path : path.parent_path();
 }
 
 void setHidden(const fs::path& entry, bool hidden) {
-    HiddenList list(entry.parent_path());
+    HiddenList list(entry.parent_path(), patience);
     if (!hasEntry(entry))
         throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory), entry.native());
     if (hidden)

@@ -8,20 +8,21 @@
 #include <fcntl.h>
 
 namespace ternvault {
-namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::chrono::milliseconds patience(250);
-
-} // namespace
-
-HiddenList::HiddenList(const fs::path& folder)
+HiddenList::HiddenList(const fs::path& folder, std::chrono::milliseconds patience)
     : file_(folder / ".hidden"), folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
     if (!folder_)
         throw std::system_error(errno, std::generic_category(), folder.native());
     if (const std::error_code error = lockExclusively(folder_.get(), patience))
         throw std::system_error(error, folder.native());
+}
+
+/// Closing would not do: a child process that was started meanwhile has a copy of the descriptor until its
+/// program runs.
+HiddenList::~HiddenList() {
+    ::flock(folder_.get(), LOCK_UN);
 }
 
 void HiddenList::add(const std::string& name) {

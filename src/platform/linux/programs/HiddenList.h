@@ -2,6 +2,7 @@
 
 #include "base/FileDescriptor.h"
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -13,8 +14,11 @@ namespace ternvault {
 /// from changing the list. Free of Qt. Failures are std::system_error.
 class HiddenList {
 public:
-    /// std::errc::timed_out when somebody holds the list for longer than a moment.
-    explicit HiddenList(const std::filesystem::path& folder);
+    /// std::errc::timed_out when somebody else holds the list for longer than `patience`.
+    HiddenList(const std::filesystem::path& folder, std::chrono::milliseconds patience);
+    HiddenList(const HiddenList&) = delete;
+    HiddenList& operator=(const HiddenList&) = delete;
+    ~HiddenList();
 
     /// `name`: not empty, without a line break.
     void add(const std::string& name);

@@ -130,7 +130,7 @@ int runFusermount(const fs::path& mountPoint, bool lazily) {
 int removeDirectory(const fs::path& mountPoint) {
     std::optional<HiddenList> hidden;
     try {
-        hidden.emplace(mountPoint.parent_path());
+        hidden.emplace(mountPoint.parent_path(), std::chrono::seconds(1));
         hidden->remove(mountPoint.filename());
     } catch (const std::system_error&) {
         // A name too many in the list does no harm.
