@@ -49,8 +49,9 @@ TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
         EXPECT_EQ(model.isBusy, !row.expected.isEmpty());
         for (const HttpRequest& request : fake.http.requests)
             EXPECT_EQ(request.timeout, std::chrono::seconds(15));
-        if (row.expected.isEmpty())
+        if (row.expected.isEmpty()) {
             EXPECT_EQ(*model.status, u"Invalid server IP"_s);
+        }
     }
 }
 
