@@ -12,6 +12,7 @@
 #include <QFile>
 
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <system_error>
 
@@ -62,9 +63,10 @@ QString programBesideThisOne(const char* name) {
     return QFile::decodeName(fs::read_symlink("/proc/self/exe").replace_filename(name).c_str());
 }
 
-StandIn scriptingHost(const MountVolumeScript& mountVolume) {
-    return [mountVolume](const QStringList& arguments) {
-        return isDesktopRedraw(arguments) ? ProcessResult() : mountVolume(arguments);
+StandIn scriptingHost(const MountVolumeScript& mountVolume,
+                      const std::shared_ptr<DesktopPreference>& desktop) {
+    return [mountVolume, desktop](const QStringList& arguments) {
+        return isDesktopRedraw(arguments) ? desktop->redraw() : mountVolume(arguments);
     };
 }
 
@@ -72,12 +74,14 @@ ProgramTable hostPrograms(const LinuxFileLocations& locations) {
     const fs::path state = mountState(locations);
     const MountVolumeScript::Places places{programBesideThisOne("ternvault-volume"), locations.volumesRoot(),
                                            state};
+    const auto desktop = std::make_shared<DesktopPreference>();
     ProgramTable programs;
-    programs.substitute(u"/usr/bin/osascript"_s, scriptingHost(MountVolumeScript(places)));
+    programs.substitute(u"/usr/bin/osascript"_s, scriptingHost(MountVolumeScript(places), desktop));
     programs.substitute(u"/usr/sbin/diskutil"_s, StandIn(DiskUtility(state)));
     programs.substitute(u"/usr/bin/ditto"_s, StandIn(runCopyTool));
     programs.substitute(u"/usr/bin/chflags"_s, StandIn(runFileFlags));
-    programs.substitute(u"/usr/bin/defaults"_s, StandIn(runDefaults));
+    programs.substitute(u"/usr/bin/defaults"_s,
+                        [desktop](const QStringList& arguments) { return desktop->write(arguments); });
     programs.substitute(u"/usr/bin/killall"_s, StandIn(runKillAll));
     programs.substitute(u"/bin/launchctl"_s, StandIn(LaunchControl(locations.configuration())));
     return programs;

@@ -40,8 +40,12 @@ ino_t inodeOf(const fs::path& path) {
     return ::stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
+ProcessResult writePreference(const QStringList& arguments) {
+    return DesktopPreference().write(arguments);
+}
+
 ProcessResult setPreference(const QString& value) {
-    return runDefaults(
+    return writePreference(
         {u"write"_s, u"com.apple.finder"_s, u"ShowMountedServersOnDesktop"_s, u"-bool"_s, value});
 }
 
@@ -122,11 +126,11 @@ TEST(DesktopIconPrograms, RefuseWhatTheyDoNotKnow) {
         {runFileFlags, u"hidden|relative"_s},
         {runFileFlags, u"hidden|/tmp/a\nb"_s},
         {runFileFlags, u"hidden|/a|/b"_s},
-        {runDefaults, u""_s},
-        {runDefaults, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool"_s},
-        {runDefaults, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool|1"_s},
-        {runDefaults, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool|true|true"_s},
-        {runDefaults, u"read|com.apple.finder|ShowMountedServersOnDesktop|-bool|true"_s},
+        {writePreference, u""_s},
+        {writePreference, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool"_s},
+        {writePreference, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool|1"_s},
+        {writePreference, u"write|com.apple.finder|ShowMountedServersOnDesktop|-bool|true|true"_s},
+        {writePreference, u"read|com.apple.finder|ShowMountedServersOnDesktop|-bool|true"_s},
         {runKillAll, u""_s},
         {runKillAll, u"-9|Finder"_s},
         {runKillAll, u"xfdesktop"_s},
@@ -211,6 +215,36 @@ TEST(DesktopPreference, IsWrittenOnlyWhenItDiffersAndNeverWaitedForLong) {
         install("exit 1");
         EXPECT_EQ(setPreference(u"true"_s).exitStatus, 0);
         EXPECT_FALSE(fs::exists(calls)) << desktop;
+    }
+}
+
+/// In place of Xfce's own programs.
+TEST(DesktopPreference, HasXfceReadItsSettingsAgainOnceAfterAChangeWhereItRuns) {
+    const TemporaryFolder folder;
+    const fs::path calls = folder / "calls";
+    const std::pair<const char*, const char*> programs[] = {
+        {"xfconf-query", "echo false"}, {"gdbus", "cat owned"}, {"xfdesktop", "echo $* >>calls"}};
+    for (const auto& [name, script] : programs) {
+        writeFile(folder / name, "#!/bin/sh\ncd " + folder.path().native() + "\n" + script + "\n");
+        fs::permissions(folder / name, fs::perms::owner_all);
+    }
+    qputenv("PATH", (text(folder.path()) + u":/bin"_s).toUtf8());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    qputenv("XDG_CURRENT_DESKTOP", "XFCE");
+    for (const std::string owned : {"(true,)\n", "(false,)\n"}) {
+        writeFile(folder / "owned", owned);
+        writeFile(calls, "");
+        DesktopPreference desktop;
+        for (const QString& value : {u"false"_s, u"true"_s}) {
+            desktop.redraw();
+            const QStringList preference{u"com.apple.finder"_s, u"ShowMountedServersOnDesktop"_s, u"-bool"_s,
+                                         value};
+            EXPECT_EQ(desktop.write(QStringList(u"write"_s) + preference).exitStatus, 0);
+        }
+        EXPECT_EQ(readFile(calls), "") << "nothing had changed";
+        EXPECT_EQ(desktop.redraw().exitStatus, 0);
+        EXPECT_EQ(desktop.redraw().exitStatus, 0);
+        EXPECT_EQ(readFile(calls), owned == "(true,)\n" ? "--reload\n" : "");
     }
 }
 

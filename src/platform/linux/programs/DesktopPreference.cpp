@@ -33,9 +33,13 @@ Setting xfceSetting(const QString& channel, const QString& property) {
     return {query, query + QStringList{u"-n"_s, u"-t"_s, u"bool"_s, u"-s"_s}};
 }
 
-/// After the names by which desktops call themselves in $XDG_CURRENT_DESKTOP, a list.
+/// The names by which the desktop calls itself.
+QStringList runningDesktops() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
+}
+
 std::optional<Setting> settingOfRunningDesktop() {
-    const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
+    const QStringList desktops = runningDesktops();
     if (desktops.contains("XFCE"_L1))
         return xfceSetting(u"xfce4-desktop"_s, u"/desktop-icons/file-icons/show-network-removable"_s);
     if (desktops.contains("X-Cinnamon"_L1))
@@ -65,7 +69,7 @@ std::optional<QString> outputOf(const QStringList& command, const QDeadlineTimer
 
 } // namespace
 
-ProcessResult runDefaults(const QStringList& arguments) {
+ProcessResult DesktopPreference::write(const QStringList& arguments) {
     const QStringList known{u"write"_s, u"com.apple.finder"_s, u"ShowMountedServersOnDesktop"_s, u"-bool"_s};
     const QString value = arguments.value(4);
     if (arguments != known + QStringList{value} || (value != "true"_L1 && value != "false"_L1))
@@ -79,6 +83,23 @@ ProcessResult runDefaults(const QStringList& arguments) {
         return {};
     if (!outputOf(setting->write + QStringList{value}, deadline))
         return failed(u"defaults: “"_s + setting->write.join(u' ') + u"” does not work."_s);
+    isWritten_ = true;
+    return {};
+}
+
+ProcessResult DesktopPreference::redraw() {
+    if (!isWritten_.exchange(false) || !runningDesktops().contains("XFCE"_L1))
+        return {};
+    const QDeadlineTimer deadline(patience);
+    // Where no desktop runs, the command would start one.
+    const QString owned =
+        outputOf({u"gdbus"_s, u"call"_s, u"--session"_s, u"--dest"_s, u"org.freedesktop.DBus"_s,
+                  u"--object-path"_s, u"/org/freedesktop/DBus"_s, u"--method"_s,
+                  u"org.freedesktop.DBus.NameHasOwner"_s, u"org.xfce.xfdesktop"_s},
+                 deadline)
+            .value_or(QString());
+    if (owned == "(true,)"_L1 && !outputOf({u"xfdesktop"_s, u"--reload"_s}, deadline))
+        return failed(u"“xfdesktop --reload” does not work."_s);
     return {};
 }
 
