@@ -32,14 +32,14 @@ void QtMainLoop::post(std::function<void()> work) {
 }
 
 bool QtMainLoop::event(QEvent* event) {
-    if (event->type() != QEvent::User)
+    std::unique_lock lock(mutex_);
+    if (event->type() != QEvent::User) {
+        lock.unlock();
         return QObject::event(event);
-    std::function<void()> work;
-    {
-        const std::lock_guard lock(mutex_);
-        work = std::move(posted_.front());
-        posted_.pop();
     }
+    const std::function<void()> work = std::move(posted_.front());
+    posted_.pop();
+    lock.unlock();
     work();
     return true;
 }

@@ -20,7 +20,7 @@ public:
 private:
     bool event(QEvent* event) override;
 
-    /// The work itself, one Qt event on its way for each piece: a lock of our own hands it from thread to
+    /// The work itself, one Qt event on its way for each piece: a lock of our own hands both from thread to
     /// thread, which ThreadSanitizer can follow.
     std::mutex mutex_;
     std::queue<std::function<void()>> posted_;
