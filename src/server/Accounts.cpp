@@ -3,13 +3,21 @@
 #include "server/Log.h"
 
 #include <algorithm>
+#include <optional>
+#include <vector>
+
+#include <pwd.h>
 
 namespace ternvault::server {
 
 namespace {
 
-constexpr std::chrono::seconds programLimit{10};
-constexpr std::chrono::seconds waitLimit{10};
+using Clock = std::chrono::steady_clock;
+
+/// Clients wait for 15 seconds.
+constexpr std::chrono::seconds createLimit{12};
+/// For each step of taking an account back.
+constexpr std::chrono::seconds takeBackLimit{10};
 constexpr int nameTaken = 9;
 
 constexpr std::size_t longestName = 32;
@@ -47,11 +55,26 @@ void checkPassword(const std::string& password) {
         throw Refusal(400, "bad_password", "Password must not have line breaks or other control characters");
 }
 
+/// The home folder of the user of this name; nothing when there is none.
+std::optional<std::string> homeOf(const std::string& name) {
+    std::vector<char> texts(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    ::getpwnam_r(name.c_str(), &entry, texts.data(), texts.size(), &found);
+    return found == nullptr ? std::nullopt : std::optional<std::string>(found->pw_dir);
+}
+
+std::chrono::milliseconds timeUntil(Clock::time_point end) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::max(end - Clock::now(), Clock::duration{}));
+}
+
 } // namespace
 
-ProgramResult Accounts::run(const Command& command, const std::string& name, std::string_view input) {
+ProgramResult Accounts::run(const Command& command, const std::string& name, std::string_view input,
+                            std::chrono::milliseconds limit) {
     ProgramResult result = programs_->run(
-        filledIn(command, {{userPlaceholder, name}, {sambaPlaceholder, samba_}}), input, programLimit);
+        filledIn(command, {{userPlaceholder, name}, {sambaPlaceholder, samba_}}), input, limit);
     if (!result.succeeded() && result.exitStatus != nameTaken)
         logLine(command.front() + (result.exitStatus
                                        ? " failed with status " + std::to_string(*result.exitStatus)
@@ -59,21 +82,34 @@ ProgramResult Accounts::run(const Command& command, const std::string& name, std
     return result;
 }
 
+void Accounts::takeBack(const std::string& name) {
+    run(commands_.removeSambaAccount, name, {}, takeBackLimit);
+    run(commands_.removeSystemUser, name, {}, takeBackLimit);
+}
+
 void Accounts::create(const NewAccount& account) {
     checkName(account.name);
     checkPassword(account.password);
-    const std::unique_lock<TimedMutex> lock(oneAtATime_, waitLimit);
+    const Clock::time_point end = Clock::now() + createLimit;
+    const std::unique_lock lock(oneAtATime_, createLimit);
     if (!lock)
         throw Refusal(503, "busy", "The PC is busy creating other accounts, try again");
 
-    const ProgramResult user = run(commands_.createSystemUser, account.name, {});
+    const Refusal taken(409, "user_exists", "The PC has a user of this name already");
+    if (homeOf(account.name))
+        throw taken;
+    const ProgramResult user = run(commands_.createSystemUser, account.name, {}, timeUntil(end));
     if (user.exitStatus == nameTaken)
-        throw Refusal(409, "user_exists", "The PC has a user of this name already");
-    if (!user.succeeded())
+        throw taken;
+    if (!user.succeeded()) {
+        // Killed, it may have got as far as the entry. Somebody else's would have another home.
+        if (!user.exitStatus && homeOf(account.name) == accountHome)
+            takeBack(account.name);
         throw Refusal(500, "create_failed", "The account could not be created on the PC");
+    }
     const std::string twice = account.password + '\n' + account.password + '\n';
-    if (!run(commands_.setSambaPassword, account.name, twice).succeeded()) {
-        run(commands_.removeSystemUser, account.name, {});
+    if (!run(commands_.setSambaPassword, account.name, twice, timeUntil(end)).succeeded()) {
+        takeBack(account.name);
         throw Refusal(500, "create_failed", "The PC's file server did not take the account");
     }
 }

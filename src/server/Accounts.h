@@ -19,12 +19,14 @@ public:
           samba_(configuration.sambaConfiguration) {}
 
     /// Throws Refusal: 400 for a name or a password that the rules forbid, 409 when the PC has a user of this
-    /// name already (who stays untouched), 500 when it failed (nothing is left behind then), 503 when others
-    /// keep it busy.
+    /// name already (who stays untouched), 500 when it failed, 503 when others keep it busy. Ends before a
+    /// client gives up; taking back what a failure left takes up to 20 seconds more.
     void create(const NewAccount& account);
 
 private:
-    ProgramResult run(const Command& command, const std::string& name, std::string_view input);
+    ProgramResult run(const Command& command, const std::string& name, std::string_view input,
+                      std::chrono::milliseconds limit);
+    void takeBack(const std::string& name);
 
     std::shared_ptr<Programs> programs_;
     Commands commands_;

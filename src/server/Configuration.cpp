@@ -95,6 +95,7 @@ void readCommands(const std::string& key, const Json& value, Commands& commands)
     readObject(value, key + '.',
                {{"createSystemUser", into(commands.createSystemUser, accountCommand)},
                 {"setSambaPassword", into(commands.setSambaPassword, accountCommand)},
+                {"removeSambaAccount", into(commands.removeSambaAccount, accountCommand)},
                 {"removeSystemUser", into(commands.removeSystemUser, accountCommand)},
                 {"listDisks", into(commands.listDisks, command)},
                 {"listShares", into(commands.listShares, command)}});
@@ -108,6 +109,8 @@ Configuration parseConfiguration(std::string_view content) {
         object = Json::parse(content, nullptr, true, true);
     } catch (const Json::parse_error& error) {
         throw ConfigurationError("not valid JSON (byte " + std::to_string(error.byte) + ')');
+    } catch (const Json::out_of_range&) {
+        throw ConfigurationError("a number in it is too large");
     }
     if (!object.is_object())
         throw ConfigurationError("a JSON object is expected");

@@ -19,15 +19,19 @@ constexpr std::uint16_t defaultPort = 8743;
 /// Group of the accounts that the agent creates.
 constexpr auto accountGroup = "mossbox";
 
+/// Their home folder, which is never made.
+constexpr auto accountHome = "/nonexistent";
+
 /// What the agent runs for its answers. Exit status 0 is success.
 struct Commands {
     /// Exit status 9 means that the name is taken; it must leave an existing account as it is.
     Command createSystemUser{"/usr/sbin/useradd", "--system",     "--no-create-home",  "--home-dir",
-                             "/nonexistent",      "--shell",      "/usr/sbin/nologin", "--gid",
+                             accountHome,         "--shell",      "/usr/sbin/nologin", "--gid",
                              accountGroup,        userPlaceholder};
     /// Reads the password twice from standard input, each followed by a line break.
     Command setSambaPassword{"/usr/bin/smbpasswd", "-c", sambaPlaceholder, "-s", "-a", userPlaceholder};
-    /// Takes back what createSystemUser made.
+    /// Take back what setSambaPassword and createSystemUser made, or began to make.
+    Command removeSambaAccount{"/usr/bin/smbpasswd", "-c", sambaPlaceholder, "-x", userPlaceholder};
     Command removeSystemUser{"/usr/sbin/userdel", userPlaceholder};
     Command listDisks{"/usr/bin/lsblk", "--json", "--bytes", "--output",
                       "NAME,PATH,TYPE,SIZE,MODEL,MAJ:MIN,MOUNTPOINTS,FSROOTS"};

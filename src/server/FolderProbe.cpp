@@ -40,6 +40,10 @@ std::future<std::optional<FolderState>> ask(const std::string& path) {
 std::vector<std::optional<FolderState>> FolderProbe::look(const std::vector<std::string>& paths,
                                                           std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
+    // Answers that came too late for an earlier call are old by now.
+    std::erase_if(questions_, [](const auto& question) {
+        return question.second.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
     for (const std::string& path : paths)
         if (!questions_.contains(path))
             questions_.emplace(path, ask(path));

@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include <microhttpd.h>
 #include <netdb.h>
@@ -27,6 +28,7 @@ constexpr std::size_t stackPerConnection = 256 << 10;
 constexpr std::chrono::seconds requestLimit{10};
 /// Longer than any answer takes to be made.
 constexpr std::chrono::seconds answerLimit{60};
+
 /// A request on its way.
 struct Exchange {
     std::string line;

@@ -45,6 +45,11 @@ bool isOn(const Parameters& parameters, const char* name, bool otherwise) {
     return value == parameters.end() ? otherwise : ::strcasecmp(value->second.c_str(), "yes") == 0;
 }
 
+bool isWritable(const Parameters& parameters) {
+    const auto writers = parameters.find("write list");
+    return !isOn(parameters, "read only", true) || (writers != parameters.end() && !writers->second.empty());
+}
+
 /// The global section holds what shares begin with.
 Parameters merged(Parameters parameters, const Parameters& defaults) {
     parameters.insert(defaults.begin(), defaults.end());
@@ -69,8 +74,7 @@ std::vector<Share> parseShares(std::string_view testparmOutput) {
     for (Section& section : sections) {
         section.parameters = merged(std::move(section.parameters), defaults);
         if (isPlaceForFiles(section))
-            shares.push_back(
-                {section.name, section.parameters.at("path"), !isOn(section.parameters, "read only", true)});
+            shares.push_back({section.name, section.parameters.at("path"), isWritable(section.parameters)});
     }
     return shares;
 }

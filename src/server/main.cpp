@@ -17,6 +17,7 @@
 
 #include <getopt.h>
 #include <malloc.h>
+#include <sys/prctl.h>
 
 namespace {
 
@@ -84,6 +85,9 @@ Configuration configure(const Options& options) {
 void initialise(const Configuration& configuration) {
     try {
         std::cout << createToken(configuration.tokenFile) << std::endl;
+        if (!std::cout)
+            throw std::runtime_error("the token could not be shown; remove " +
+                                     configuration.tokenFile.string() + " and try again");
     } catch (const std::system_error& error) {
         const std::string file = configuration.tokenFile.string();
         if (error.code() == std::errc::file_exists)
@@ -116,6 +120,8 @@ void serve(const Configuration& configuration) {
     ::sigaddset(&ending, SIGINT);
     ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
     ::signal(SIGPIPE, SIG_IGN);
+    // Whatever handles crashes gets no memory with passwords in it.
+    ::prctl(PR_SET_DUMPABLE, 0);
     // Hundreds of threads that come and go shall not each leave memory behind.
     ::mallopt(M_ARENA_MAX, 2);
     Agent agent(configuration, token(configuration), std::make_shared<SystemPrograms>());

@@ -101,7 +101,7 @@ struct AccountsTest : testing::Test {
     std::shared_ptr<FakePrograms> programs = std::make_shared<FakePrograms>();
     Configuration configuration = parseConfiguration(R"({"commands": {
         "createSystemUser": ["/add", "{user}"], "setSambaPassword": ["/smb", "{sambaConfiguration}", "{user}"],
-        "removeSystemUser": ["/del", "{user}"]}})");
+        "removeSambaAccount": ["/smb", "-x", "{user}"], "removeSystemUser": ["/del", "{user}"]}})");
     std::string create(const std::string& name, const std::string& password) {
         return refusal([&] { Accounts(programs, configuration).create({name, password}); });
     }
@@ -109,6 +109,7 @@ struct AccountsTest : testing::Test {
 
 TEST_F(AccountsTest, LeaveNothingHalfMadeAndNothingOfOthersTouched) {
     const std::string add = R"({ "/add", "otto" })", del = R"({ "/del", "otto" })";
+    const std::string unsmb = R"({ "/smb", "-x", "otto" })";
     const std::string smb = "{ \"/smb\", \"/etc/samba/smb.conf\", \"otto\" }secret\nsecret\n";
     const struct {
         std::optional<int> add, smb;
@@ -119,8 +120,8 @@ TEST_F(AccountsTest, LeaveNothingHalfMadeAndNothingOfOthersTouched) {
         {9, 0, "409 user_exists", {add}},
         {1, 0, "500 create_failed", {add}},
         {{}, 0, "500 create_failed", {add}},
-        {0, 1, "500 create_failed", {add, smb, del}},
-        {0, {}, "500 create_failed", {add, smb, del}},
+        {0, 1, "500 create_failed", {add, smb, unsmb, del}},
+        {0, {}, "500 create_failed", {add, smb, unsmb, del}},
     };
     for (const auto& c : cases) {
         programs->calls.clear();
