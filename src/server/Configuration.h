@@ -29,8 +29,7 @@ struct Commands {
     Command setSambaPassword{"/usr/bin/smbpasswd", "-c", sambaPlaceholder, "-s", "-a", userPlaceholder};
     /// Takes back what createSystemUser made.
     Command removeSystemUser{"/usr/sbin/userdel", userPlaceholder};
-    Command listDisks{"/usr/bin/lsblk", "--json", "--bytes", "--output",
-                      "NAME,PATH,TYPE,SIZE,MODEL,MAJ:MIN,MOUNTPOINTS,FSROOTS"};
+    Command listDisks{"/usr/bin/lsblk", "--json", "--bytes", "--output", "NAME,PATH,TYPE,SIZE,MODEL,MAJ:MIN"};
     Command listShares{"/usr/bin/testparm", "-s", sambaPlaceholder};
 };
 
