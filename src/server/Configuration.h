@@ -33,8 +33,7 @@ struct Commands {
     /// Take back what setSambaPassword and createSystemUser made, or began to make.
     Command removeSambaAccount{"/usr/bin/smbpasswd", "-c", sambaPlaceholder, "-x", userPlaceholder};
     Command removeSystemUser{"/usr/sbin/userdel", userPlaceholder};
-    Command listDisks{"/usr/bin/lsblk", "--json", "--bytes", "--output",
-                      "NAME,PATH,TYPE,SIZE,MODEL,MAJ:MIN,MOUNTPOINTS,FSROOTS"};
+    Command listDisks{"/usr/bin/lsblk", "--json", "--bytes", "--output", "NAME,PATH,TYPE,SIZE,MODEL,MAJ:MIN"};
     Command listShares{"/usr/bin/testparm", "-s", sambaPlaceholder};
 };
 

@@ -14,12 +14,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-/// A place where a device's file system, or the part `root` of it, is mounted.
-struct Place {
-    std::string point;
-    std::string root;
-};
-
 /// A device and what is made of it.
 struct Device {
     std::string name;
@@ -28,7 +22,6 @@ struct Device {
     std::string number;
     std::string model;
     std::int64_t size = 0;
-    std::vector<Place> places;
     std::vector<Device> children;
 };
 
@@ -41,15 +34,6 @@ std::string trimmed(const std::string& text) {
     return first == text.npos ? "" : text.substr(first, text.find_last_not_of(' ') + 1 - first);
 }
 
-/// Swap space has a mount point "[SWAP]" and no root; it is no place.
-std::vector<Place> readPlaces(const Json& points, const Json& roots) {
-    std::vector<Place> places;
-    for (std::size_t i = 0; i < points.size(); ++i)
-        if (std::string point = textOrNothing(points[i]); point.starts_with('/'))
-            places.push_back({std::move(point), i < roots.size() ? textOrNothing(roots[i]) : ""});
-    return places;
-}
-
 std::vector<Device> readDevices(const Json& list) {
     std::vector<Device> devices;
     for (const Json& object : list) {
@@ -59,9 +43,7 @@ std::vector<Device> readDevices(const Json& list) {
                       object.at("maj:min"),
                       trimmed(textOrNothing(object.at("model"))),
                       object.at("size"),
-                      {},
                       {}};
-        device.places = readPlaces(object.at("mountpoints"), object.at("fsroots"));
         if (object.contains("children"))
             device.children = readDevices(object["children"]);
         devices.push_back(std::move(device));
@@ -85,29 +67,10 @@ bool isDisk(const Device& device) {
            });
 }
 
-/// Whether `place` shows what `other` shows at the same path anyway: hardened services see such mounts in
-/// numbers.
-bool isRedundant(const Place& place, const Place& other) {
-    const auto below = [](const std::string& folder) { return folder == "/" ? "" : folder; };
-    return place.point != other.point && isWithin(place.point, other.point) &&
-           place.root == below(other.root) + place.point.substr(below(other.point).size());
-}
-
 bool isSystemPlace(const std::string& point) {
     constexpr std::array places{"/", "/usr", "/var", "/boot", "/boot/*", "/efi"};
     return std::ranges::any_of(
         places, [&point](const char* pattern) { return ::fnmatch(pattern, point.c_str(), 0) == 0; });
-}
-
-void collectMountpoints(const Device& device, std::vector<std::string>& found) {
-    for (const Place& place : device.places) {
-        const bool isShownElsewhere = std::ranges::any_of(
-            device.places, [&place](const Place& other) { return isRedundant(place, other); });
-        if (!isShownElsewhere && std::ranges::find(found, place.point) == found.end())
-            found.push_back(place.point);
-    }
-    for (const Device& child : device.children)
-        collectMountpoints(child, found);
 }
 
 /// By number, or by path where a file system has numbers of its own (btrfs).
@@ -115,6 +78,14 @@ bool carries(const Device& device, const Mount& mount) {
     return device.number == mount.number || device.path == mount.source ||
            std::ranges::any_of(device.children,
                                [&mount](const Device& child) { return carries(child, mount); });
+}
+
+std::vector<std::string> mountpointsOf(const Device& device, const std::vector<Mount>& mounts) {
+    std::vector<std::string> found;
+    for (const Mount& mount : mounts)
+        if (carries(device, mount) && std::ranges::find(found, mount.point) == found.end())
+            found.push_back(mount.point);
+    return found;
 }
 
 void attachShares(Disk& disk, const Device& device, const std::vector<Mount>& mounts,
@@ -145,7 +116,7 @@ std::vector<Disk> describeDisks(std::string_view lsblkOutput, const std::vector<
         disk.path = device.path;
         disk.sizeBytes = device.size;
         disk.model = device.model;
-        collectMountpoints(device, disk.mountpoints);
+        disk.mountpoints = mountpointsOf(device, mounts);
         disk.isSystem = std::ranges::any_of(disk.mountpoints, isSystemPlace);
         attachShares(disk, device, mounts, shares);
         disks.push_back(std::move(disk));

@@ -21,7 +21,6 @@ struct Disk {
     std::string model;
     /// Carries a part of the operating system: "/", "/usr", "/var" or what the boot loader needs.
     bool isSystem = false;
-    /// Without those that only show again what another one shows at the same place.
     std::vector<std::string> mountpoints;
     /// A share whose folder lies on this disk, a writable one if there is one.
     std::optional<std::string> shareName;
@@ -36,9 +35,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The disks in lsblk's JSON, in its order. `shares` are those whose folder exists, with paths free of
-/// symbolic links. Loop devices, memory disks, optical and empty drives are no disks. Throws DisksError when
-/// the text is not what the configuration's command prints by default.
+/// The disks in lsblk's JSON, in its order, with the places where `mounts` has what is on them. `shares` are
+/// those whose folder exists, with paths free of symbolic links. Loop devices, memory disks, optical and
+/// empty drives are no disks. Throws DisksError when the text is not what the configuration's command prints
+/// by default.
 std::vector<Disk> describeDisks(std::string_view lsblkOutput, const std::vector<Mount>& mounts,
                                 const std::vector<Share>& shares);
 

@@ -98,10 +98,11 @@ std::string Inventory::describe() {
     }
     report(problems);
 
+    // The first process sees the PC as it is. To the agent in its sandbox all is mounted read-only.
+    const std::vector<Mount> mounts = parseMounts(readTextFile("/proc/1/mountinfo"));
     Json disksJson = Json::array();
     try {
-        for (const Disk& disk :
-             describeDisks(devices, parseMounts(readTextFile("/proc/self/mountinfo")), present))
+        for (const Disk& disk : describeDisks(devices, mounts, present))
             disksJson.push_back(toJson(disk));
     } catch (const DisksError& error) {
         logLine(std::string("the list of disks cannot be understood: ") + error.what());

@@ -21,7 +21,7 @@ struct Mount {
 /// Whether `path` is `folder` or something in it; both are absolute and have no slash at their end.
 bool isWithin(std::string_view path, std::string_view folder);
 
-/// The mounts in the kernel's list, /proc/self/mountinfo.
+/// The mounts in the kernel's list of a process, /proc/*/mountinfo.
 std::vector<Mount> parseMounts(std::string_view mountinfo);
 
 /// Where `path`, absolute and without symbolic links, really lies: the longest mount point wins, of those at
