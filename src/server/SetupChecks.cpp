@@ -48,7 +48,7 @@ void refuseSystemFolders(const fs::path& folder) {
 }
 
 /// Samba replaces what begins with '%', and a line is what its configuration consists of; one that ends with
-/// '\\' goes on, and blanks at its end do not count.
+/// '\' goes on, and blanks at its end do not count.
 void refuseUnspeakableNames(const fs::path& folder) {
     const std::string path = folder;
     if (std::ranges::any_of(path, [](unsigned char c) { return c < ' ' || c == 0x7f || c == '%'; }))

@@ -123,7 +123,7 @@ void apply(const std::vector<SetupStep>& steps) {
 void tellWhatIsLeft() {
     if (!servicesAreManaged())
         std::cout
-            << "No systemd runs here: start smbd and mossbox-agent yourself, or smbd again if it runs.\n";
+            << "No systemd runs here: start smbd and mossbox-agent yourself, those that run already too.\n";
 }
 
 } // namespace
