@@ -42,7 +42,7 @@ void writeAll(int descriptor, std::string_view content) {
 
 } // namespace
 
-Draft::Draft(const std::filesystem::path& file, std::string_view content)
+Draft::Draft(const std::filesystem::path& file, std::string_view content, const std::filesystem::path& model)
     : file_(std::filesystem::weakly_canonical(file)) {
     std::string name = file_.string() + ".XXXXXX";
     const FileDescriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));
@@ -51,7 +51,7 @@ Draft::Draft(const std::filesystem::path& file, std::string_view content)
     path_ = name;
     try {
         writeAll(descriptor.get(), content);
-        copyOwnerAndMode(file_, descriptor.get());
+        copyOwnerAndMode(model, descriptor.get());
         if (::fsync(descriptor.get()) != 0)
             fail(path_);
     } catch (...) {

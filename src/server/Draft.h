@@ -11,7 +11,9 @@ namespace ternvault::server {
 class Draft {
 public:
     /// Throws std::system_error or std::filesystem::filesystem_error.
-    Draft(const std::filesystem::path& file, std::string_view content);
+    Draft(const std::filesystem::path& file, std::string_view content) : Draft(file, content, file) {}
+    /// With the owner and mode of `model`, if that is there.
+    Draft(const std::filesystem::path& file, std::string_view content, const std::filesystem::path& model);
     Draft(const Draft&) = delete;
     Draft& operator=(const Draft&) = delete;
     ~Draft();

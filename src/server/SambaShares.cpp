@@ -4,6 +4,7 @@
 #include "server/Draft.h"
 #include "server/SetupError.h"
 #include "server/SetupPrograms.h"
+#include "server/Shares.h"
 #include "server/TextFile.h"
 
 #include <algorithm>
@@ -69,10 +70,11 @@ Command testparm(const std::filesystem::path& configuration) {
     return {testparmProgram, "--suppress-prompt", "--skip-logic-checks", configuration};
 }
 
-std::optional<std::filesystem::path>
-folderOfShare(Programs& programs, const std::filesystem::path& configuration, const std::string& name) {
+/// As it is in effect, a default too; nothing when there is no such share.
+std::optional<std::string> parameterOf(Programs& programs, const std::filesystem::path& configuration,
+                                       const std::string& share, const std::string& parameter) {
     Command command = testparm(configuration);
-    command.insert(command.end() - 1, {"--section-name=" + name, "--parameter-name=path"});
+    command.insert(command.end() - 1, {"--section-name=" + share, "--parameter-name=" + parameter});
     const ProgramResult result = programs.run(command, "", programPatience);
     if (!result.succeeded())
         return std::nullopt;
@@ -101,7 +103,27 @@ void SambaShares::check() const {
 }
 
 std::optional<std::filesystem::path> SambaShares::folderOf(const std::string& name) const {
-    return folderOfShare(programs_, configuration_, name);
+    return parameterOf(programs_, configuration_, name, "path");
+}
+
+std::string SambaShares::obstacleOf(const std::string& name) const {
+    const auto parameter = [&](const char* which) {
+        return parameterOf(programs_, configuration_, name, which).value_or("");
+    };
+    if (lowerCase(parameter("available")) != "yes")
+        return "is not available";
+    if (lowerCase(parameter("read only")) != "no" && parameter("write list").empty())
+        return "is read only";
+    return "";
+}
+
+std::vector<std::string> SambaShares::openShares() const {
+    std::vector<std::string> names;
+    for (const Share& share :
+         parseShares(programs_.run(testparm(configuration_), "", programPatience).output))
+        if (parameterOf(programs_, configuration_, share.name, "valid users").value_or("").empty())
+            names.push_back(share.name);
+    return names;
 }
 
 bool SambaShares::lacksLine() const {
@@ -114,13 +136,13 @@ void SambaShares::add(const std::string& name, const std::filesystem::path& fold
     Draft newShares(file_, shares + section(name, folder));
     {
         const Draft trial(configuration_, withInclude(before, newShares.path()));
-        if (folderOfShare(programs_, trial.path(), name) != folder)
+        if (parameterOf(programs_, trial.path(), name, "path") != folder.string())
             throw SetupError("Samba does not take the share " + name + " of " + folder.string() +
                              "; its configuration is as it was");
     }
     // The line first: Samba ignores one that leads to no file, so that the shares' file decides.
     if (!includes(before, file_)) {
-        Draft(backup_, before).commit();
+        Draft(backup_, before, configuration_).commit();
         Draft(configuration_, withInclude(before, file_)).commit();
     }
     newShares.commit();

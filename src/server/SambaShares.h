@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ternvault::server {
 
@@ -25,6 +26,11 @@ public:
     /// The folder that a share serves as far as Samba understands its configuration; nothing when there is no
     /// such share.
     std::optional<std::filesystem::path> folderOf(const std::string& name) const;
+    /// What keeps clients from writing to a share that is there, as in "is read only"; empty when nothing
+    /// does.
+    std::string obstacleOf(const std::string& name) const;
+    /// The shares that let in whoever has a password in Samba.
+    std::vector<std::string> openShares() const;
     /// Adds a share of `folder`, which every account may read and change. What Samba does not take leaves all
     /// files as they are. Throws SetupError or std::system_error.
     void add(const std::string& name, const std::filesystem::path& folder) const;

@@ -1,7 +1,9 @@
 #include "server/SetupChecks.h"
 
+#include "server/Disks.h"
 #include "server/SetupError.h"
 #include "server/SetupPrograms.h"
+#include "server/TextFile.h"
 
 #include <algorithm>
 #include <array>
@@ -45,11 +47,14 @@ void refuseSystemFolders(const fs::path& folder) {
                          "elsewhere, for example below /srv, or a folder on it");
 }
 
-/// Samba replaces what begins with '%', and a line is what its configuration consists of.
+/// Samba replaces what begins with '%', and a line is what its configuration consists of; one that ends with
+/// '\' goes on, and blanks at its end do not count.
 void refuseUnspeakableNames(const fs::path& folder) {
     const std::string path = folder;
     if (std::ranges::any_of(path, [](unsigned char c) { return c < ' ' || c == 0x7f || c == '%'; }))
         throw SetupError("Samba cannot serve a folder with '%' or a control character in its path");
+    if (path.ends_with('\\') || path.ends_with(' '))
+        throw SetupError("Samba cannot serve a folder whose path ends with '\\' or a blank");
 }
 
 void refuseClosedParents(const fs::path& folder) {
@@ -67,6 +72,31 @@ void refuseReadOnly(const fs::path& folder) {
         throw SetupError("the file system of " + folder.string() + " is mounted for reading only");
 }
 
+/// The disks of the PC as the agent tells them to clients, as if `folder` were a share.
+std::vector<Disk> disksWith(Programs& programs, const Command& listDisks, const fs::path& folder) {
+    const ProgramResult listing = programs.run(listDisks, "", programPatience);
+    try {
+        if (listing.succeeded())
+            return describeDisks(listing.output, parseMounts(readTextFile("/proc/self/mountinfo")),
+                                 {{folder, folder, true}});
+    } catch (const DisksError&) {
+        // Neither is a list of disks.
+    }
+    throw SetupError(listDisks.front() + " does not tell on which disk " + folder.string() +
+                     " lies: say --system-disk to serve it all the same");
+}
+
+void refuseSystemDisk(Programs& programs, const Configuration& configuration, const fs::path& folder) {
+    if (attributesOf(folder).st_dev == attributesOf("/").st_dev)
+        throw SetupError(folder.string() +
+                         " lies on the system's own file system: mount the disk there first, or say "
+                         "--system-disk to serve a folder of the system's disk");
+    for (const Disk& disk : disksWith(programs, configuration.commands.listDisks, folder))
+        if (disk.isSystem && disk.shareName)
+            throw SetupError(folder.string() + " lies on " + disk.path +
+                             ", which carries the system: say --system-disk to serve it all the same");
+}
+
 } // namespace
 
 void checkPc() {
@@ -77,20 +107,18 @@ void checkPc() {
             throw SetupError(std::string(program) + " is missing: install Samba first, apt install samba");
 }
 
-fs::path checkedFolder(const fs::path& folder, bool systemDisk) {
+fs::path checkedFolder(Programs& programs, const Configuration& configuration, const fs::path& folder,
+                       bool systemDisk) {
     std::error_code error;
     fs::path real = fs::canonical(folder, error);
     if (error)
         throw SetupError(folder.string() + ": " + error.message());
-    const auto attributes = attributesOf(real);
-    if (!S_ISDIR(attributes.st_mode))
+    if (!S_ISDIR(attributesOf(real).st_mode))
         throw SetupError(real.string() + " is no folder");
     refuseSystemFolders(real);
     refuseUnspeakableNames(real);
-    if (!systemDisk && attributes.st_dev == attributesOf("/").st_dev)
-        throw SetupError(real.string() +
-                         " lies on the system's own file system: mount the disk there first, or say "
-                         "--system-disk to serve a folder of the system's disk");
+    if (!systemDisk)
+        refuseSystemDisk(programs, configuration, real);
     refuseReadOnly(real);
     refuseClosedParents(real);
     return real;

@@ -30,7 +30,7 @@ is as it should be already. Ends with status 0 when the PC is set up, with 1 and
 the reason on standard error when that failed, with 2 when nobody said yes.
 
   --share NAME   the name of the share, MOSSBOX1 when nothing is said
-  --system-disk  FOLDER may lie on the system's own file system
+  --system-disk  FOLDER may lie on a disk that carries the system
   --yes          do not ask
 )";
 
@@ -81,6 +81,17 @@ std::optional<Options> readOptions(int argc, char** argv) {
     return options;
 }
 
+void show(const SetupPlan& plan) {
+    for (std::size_t i = 0; i < plan.steps.size(); ++i)
+        std::cout << "  " << i + 1 << ". " << plan.steps[i].change << '\n';
+    if (plan.openShares.empty())
+        return;
+    std::cout << "Accounts can also reach shares that are there and name no \"valid users\":";
+    for (const std::string& name : plan.openShares)
+        std::cout << " [" << name << ']';
+    std::cout << '\n';
+}
+
 bool agrees() {
     if (::isatty(STDIN_FILENO) == 0) {
         std::cout << "Nothing was changed: say --yes to have it done.\n";
@@ -112,7 +123,7 @@ void apply(const std::vector<SetupStep>& steps) {
 void tellWhatIsLeft() {
     if (!servicesAreManaged())
         std::cout
-            << "No systemd runs here: start smbd and mossbox-agent yourself, or smbd again if it runs.\n";
+            << "No systemd runs here: start smbd and mossbox-agent yourself, those that run already too.\n";
 }
 
 } // namespace
@@ -126,22 +137,20 @@ int runSetup(int argc, char** argv) {
         return done;
     }
     checkPc();
-    const SetupWish wish{checkedFolder(options->wish.folder, options->systemDisk), options->wish.share};
     const Configuration configuration = currentConfiguration();
     SystemPrograms programs;
-    const auto steps = planSetup(programs, configuration, wish);
-    if (steps.empty()) {
+    const SetupWish wish{checkedFolder(programs, configuration, options->wish.folder, options->systemDisk),
+                         options->wish.share};
+    const SetupPlan plan = planSetup(programs, configuration, wish);
+    if (plan.changesAnything())
+        std::cout << "To be changed on this PC:\n";
+    else
         std::cout << "Nothing to change: the share " << wish.share << " serves " << wish.folder.string()
                   << ".\n";
-        tellWhatIsLeft();
-        return done;
-    }
-    std::cout << "To be changed on this PC:\n";
-    for (std::size_t i = 0; i < steps.size(); ++i)
-        std::cout << "  " << i + 1 << ". " << steps[i].change << '\n';
-    if (!options->yes && !agrees())
+    show(plan);
+    if (plan.changesAnything() && !options->yes && !agrees())
         return notDone;
-    apply(steps);
+    apply(plan.steps);
     tellWhatIsLeft();
     return done;
 }

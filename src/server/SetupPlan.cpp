@@ -2,20 +2,26 @@
 
 #include "base/FileDescriptor.h"
 #include "server/Draft.h"
+#include "server/Mounts.h"
 #include "server/SambaShares.h"
 #include "server/SetupError.h"
 #include "server/SetupPrograms.h"
+#include "server/TextFile.h"
 #include "server/Token.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <optional>
+#include <string_view>
 #include <system_error>
 
 #include <fcntl.h>
 #include <grp.h>
 #include <linux/magic.h>
+#include <pwd.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
@@ -24,8 +30,18 @@ namespace ternvault::server {
 
 namespace {
 
-constexpr auto unit = "mossbox-agent.service";
-constexpr auto sambaUnit = "smbd.service";
+struct Service {
+    const char* name;
+    /// How it takes what has changed, started if it does not run.
+    const char* verb;
+    /// The same, for the user.
+    const char* refresh;
+};
+
+constexpr Service samba{"smbd.service", "reload-or-restart",
+                        "Have smbd.service read its configuration again."};
+constexpr Service agent{"mossbox-agent.service", "restart",
+                        "Restart mossbox-agent.service, so that it reads its settings and its token again."};
 
 constexpr auto initialConfiguration =
     R"(// Settings of mossbox-agent: see mossbox-agent(8). What is not here has its default.
@@ -51,9 +67,29 @@ std::optional<gid_t> groupId() {
     return entry ? std::optional(entry->gr_gid) : std::nullopt;
 }
 
+bool isLogInShell(std::string_view shell) {
+    return !shell.ends_with("/nologin") && !shell.ends_with("/false");
+}
+
+/// Debian gives numbers from 1000 on to people.
+bool isOfPeople(gid_t id) {
+    constexpr gid_t firstOfPeople = 1000;
+    bool found = id >= firstOfPeople;
+    ::setpwent();
+    while (const passwd* user = found ? nullptr : ::getpwent())
+        found = user->pw_gid == id && isLogInShell(user->pw_shell);
+    ::endpwent();
+    return found;
+}
+
 std::optional<SetupStep> groupStep(Programs& programs) {
-    if (groupId())
+    if (const auto id = groupId()) {
+        if (isOfPeople(*id))
+            throw SetupError(std::string("the group ") + accountGroup +
+                             " belongs to people who use this PC, and accounts would get at their files: "
+                             "rename it with groupmod --new-name, setup makes one of its own");
         return std::nullopt;
+    }
     return SetupStep{std::string("Create the group ") + accountGroup + ", to which the accounts will belong.",
                      [&programs] {
                          runOrThrow(programs, {groupaddProgram, "--system", accountGroup});
@@ -77,7 +113,14 @@ bool keepsNoOwners(const std::filesystem::path& folder) {
     if (::statfs(folder.c_str(), &fileSystem) != 0)
         throw std::system_error(errno, std::generic_category(), folder.string());
     const auto type = static_cast<std::uint32_t>(fileSystem.f_type);
-    return type == MSDOS_SUPER_MAGIC || type == exfat || type == ntfs3;
+    // A device behind FUSE is NTFS in most cases; what unites folders there keeps owners and has no device.
+    const auto isDevice = [&folder] {
+        const auto mounts = parseMounts(readTextFile("/proc/self/mountinfo"));
+        const Mount* mount = mountOf(folder.native(), mounts);
+        return mount != nullptr && mount->source.starts_with("/dev/");
+    };
+    return type == MSDOS_SUPER_MAGIC || type == exfat || type == ntfs3 ||
+           (type == FUSE_SUPER_MAGIC && isDevice());
 }
 
 struct stat attributesOf(const std::filesystem::path& folder) {
@@ -125,11 +168,14 @@ std::optional<SetupStep> folderStep(const std::filesystem::path& folder) {
 std::optional<SetupStep> shareStep(const SambaShares& shares, const SetupWish& wish) {
     if (const auto folder = shares.folderOf(wish.share)) {
         std::error_code error;
-        if (std::filesystem::equivalent(*folder, wish.folder, error))
+        const std::string fault = std::filesystem::equivalent(*folder, wish.folder, error)
+                                      ? shares.obstacleOf(wish.share)
+                                      : "is of " + folder->string();
+        if (fault.empty())
             return std::nullopt;
-        throw SetupError(
-            "there is a share " + wish.share + " of " + folder->string() +
-            " already: choose another name with --share, or remove that share from Samba's configuration");
+        throw SetupError("there is a share " + wish.share + " already, which " + fault +
+                         ": choose another name with --share, or change or remove that share in Samba's "
+                         "configuration");
     }
     const std::string line = shares.lacksLine()
                                  ? ", which a new line at the end of " + shares.configuration().string() +
@@ -155,39 +201,60 @@ std::optional<SetupStep> configurationStep() {
                      }};
 }
 
+void checkToken(const std::filesystem::path& file) {
+    try {
+        readToken(file);
+    } catch (const std::system_error& error) {
+        if (error.code().value() == EPERM)
+            throw SetupError("others than its owner may read the token in " + file.string() +
+                             ": remove the file for a new token, or close it with chmod 600");
+        if (error.code().value() == EINVAL)
+            throw SetupError(file.string() + " holds no token: remove it, and setup makes one");
+        throw SetupError(file.string() + ": " + error.what());
+    }
+}
+
 std::optional<SetupStep> tokenStep(const std::filesystem::path& file) {
-    if (std::filesystem::exists(file))
+    if (std::filesystem::exists(file)) {
+        checkToken(file);
         return std::nullopt;
+    }
     return SetupStep{
         "Make the token that Tern Vault will need, in " + file.string() + ", and show it once.",
         [file] { return "Agent token for Tern Vault's settings, shown only now: " + createToken(file); }};
 }
 
-bool answersYes(Programs& programs, const char* question, const char* service) {
-    return programs.run({systemctlProgram, question, "--quiet", service}, "", programPatience).succeeded();
+bool answersYes(Programs& programs, const char* question, const Service& service) {
+    return programs.run({systemctlProgram, question, "--quiet", service.name}, "", programPatience)
+        .succeeded();
 }
 
-std::optional<SetupStep> serviceStep(Programs& programs, const char* service) {
+SetupStep serviceStep(Programs& programs, const Service& service) {
+    const auto refresh = [&programs, service] {
+        runOrThrow(programs, {systemctlProgram, service.verb, service.name});
+        return "";
+    };
     if (answersYes(programs, "is-enabled", service) && answersYes(programs, "is-active", service))
-        return std::nullopt;
-    return SetupStep{std::string("Start ") + service + ", now and at every start of the PC.",
-                     [&programs, service] {
-                         runOrThrow(programs, {systemctlProgram, "enable", "--now", service});
-                         return "";
-                     }};
-}
-
-SetupStep reloadStep(Programs& programs) {
-    return {std::string("Have ") + sambaUnit + " read its configuration again.", [&programs] {
-                runOrThrow(programs, {systemctlProgram, "reload-or-restart", sambaUnit});
-                return "";
+        return {service.refresh, refresh, true};
+    return {std::string("Start ") + service.name + ", now and at every start of the PC.",
+            [&programs, service, refresh] {
+                runOrThrow(programs, {systemctlProgram, "enable", service.name});
+                return refresh();
             }};
 }
 
 void checkUnit(Programs& programs) {
-    if (!programs.run({systemctlProgram, "cat", unit}, "", programPatience).succeeded())
-        throw SetupError(std::string("systemd does not know ") + unit +
+    if (!programs.run({systemctlProgram, "cat", agent.name}, "", programPatience).succeeded())
+        throw SetupError(std::string("systemd does not know ") + agent.name +
                          ": install mossbox-agent first, and run systemctl daemon-reload");
+}
+
+std::vector<std::string> openShares(const SambaShares& shares, const SetupWish& wish) {
+    std::vector<std::string> names = shares.openShares();
+    std::erase_if(names, [&wish](const std::string& name) {
+        return ::strcasecmp(name.c_str(), wish.share.c_str()) == 0;
+    });
+    return names;
 }
 
 } // namespace
@@ -196,29 +263,29 @@ bool servicesAreManaged() {
     return std::filesystem::is_directory("/run/systemd/system");
 }
 
-std::vector<SetupStep> planSetup(Programs& programs, const Configuration& configuration,
-                                 const SetupWish& wish) {
+bool SetupPlan::changesAnything() const {
+    return !std::ranges::all_of(steps, &SetupStep::isRefresh);
+}
+
+SetupPlan planSetup(Programs& programs, const Configuration& configuration, const SetupWish& wish) {
     std::vector<SetupStep> steps;
     const auto add = [&steps](std::optional<SetupStep> step) {
         if (step)
             steps.push_back(std::move(*step));
-        return step.has_value();
     };
     const SambaShares shares(programs, configuration.sambaConfiguration);
     shares.check();
     add(groupStep(programs));
     add(folderStep(wish.folder));
-    const bool newShare = add(shareStep(shares, wish));
+    add(shareStep(shares, wish));
     add(configurationStep());
     add(tokenStep(configuration.tokenFile));
     if (servicesAreManaged()) {
         checkUnit(programs);
-        add(serviceStep(programs, sambaUnit));
-        if (newShare)
-            steps.push_back(reloadStep(programs));
-        add(serviceStep(programs, unit));
+        add(serviceStep(programs, samba));
+        add(serviceStep(programs, agent));
     }
-    return steps;
+    return {std::move(steps), openShares(shares, wish)};
 }
 
 } // namespace ternvault::server

@@ -23,12 +23,23 @@ struct SetupStep {
     /// Does it and returns what the user has to know from now on, if anything. Throws std::exception; a later
     /// run then goes on from what is there.
     std::function<std::string()> apply;
+    /// Whether it only has a running service read what is there, which needs no consent. It is part of every
+    /// plan: whether an earlier run came that far is unknown.
+    bool isRefresh = false;
 };
 
-/// The changes that are still missing, in their order; reads only. `wish` has been checked and outlives the
+struct SetupPlan {
+    /// In their order.
+    std::vector<SetupStep> steps;
+    /// Shares that let accounts in although the wish does not say so.
+    std::vector<std::string> openShares;
+
+    bool changesAnything() const;
+};
+
+/// What is still missing; reads only. `wish` has been checked and outlives the
 /// plan, as `programs` does. Throws SetupError when what is there stands against the wish.
-std::vector<SetupStep> planSetup(Programs& programs, const Configuration& configuration,
-                                 const SetupWish& wish);
+SetupPlan planSetup(Programs& programs, const Configuration& configuration, const SetupWish& wish);
 
 /// Whether systemd runs this PC's services.
 bool servicesAreManaged();

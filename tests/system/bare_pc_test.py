@@ -201,8 +201,9 @@ class SetupTest(unittest.TestCase):
         status, output = pc.setup("--yes", DISK)
         self.assertEqual(status, 0, output)
         self.assertIn(pc.read(TOKEN).strip(), output)
-        self.assertEqual([oct(pc.path(file).stat().st_mode & 0o7777) for file in (TOKEN, "/etc/samba/smb.conf", DISK)],
-                         [oct(0o600), oct(0o640), oct(0o2775)])
+        self.assertEqual([oct(pc.path(file).stat().st_mode & 0o7777) for file in (
+            TOKEN, "/etc/samba/smb.conf", "/etc/samba/smb.conf.before-mossbox", DISK)],
+                         [oct(0o600), oct(0o640), oct(0o640), oct(0o2775)])
         self.assertEqual(pc.share("MOSSBOX1", "path"), DISK)
         self.assertEqual(pc.read("/etc/samba/smb.conf.before-mossbox"), configuration)
         self.assertTrue(pc.read("/etc/samba/smb.conf").startswith(configuration))
@@ -242,6 +243,19 @@ class SetupTest(unittest.TestCase):
         def other_share(pc):
             pc.append("/etc/samba/smb.conf", "\n[mossbox1]\n   path = /srv\n")
 
+        def share_with(parameter):
+            return lambda pc: pc.append("/etc/samba/smb.conf", f"\n[mossbox1]\n   path = {DISK}\n   {parameter}\n")
+
+        def shell(command):
+            return lambda pc: self.assertEqual(pc.run("sh", "-c", command)[0], 0)
+
+        def on_system_disk(pc):
+            pc.write("/usr/bin/lsblk", '''#!/bin/sh
+echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"model":null,"maj:min":"8:0",
+"mountpoints":["/"],"fsroots":["/"],"children":[{"name":"sda2","path":"disk","type":"part","size":5,"model":null,
+"maj:min":"8:2","mountpoints":["/srv/a big disk"],"fsroots":["/"]}]}]}'
+''', 0o755)
+
         def no_samba(pc):
             pc.path("/usr/sbin/smbd").unlink()
 
@@ -253,7 +267,14 @@ class SetupTest(unittest.TestCase):
 
         for name, prepare, arguments, expected, message in (
                 ("broken configuration", broken_samba, [DISK], 1, "does not understand its configuration"),
-                ("share of another folder", other_share, [DISK], 1, "MOSSBOX1 of /srv already"),
+                ("share of another folder", other_share, [DISK], 1, "MOSSBOX1 already, which is of /srv:"),
+                ("share that is off", share_with("available = no\n   read only = no"), [DISK], 1, "is not available"),
+                ("share for reading", share_with("read only = yes"), [DISK], 1, "is read only"),
+                ("a person's group", shell("useradd --user-group mossbox"), [DISK], 1, "mossbox belongs to people"),
+                ("a group with a person", shell("groupadd -r mossbox && useradd -g mossbox -s /bin/sh eva"), [DISK], 1,
+                 "mossbox belongs to people"),
+                ("empty token", lambda pc: pc.write(TOKEN, "\n", 0o600), [DISK], 1, "holds no token"),
+                ("open token", lambda pc: pc.write(TOKEN, 64 * "f", 0o640), [DISK], 1, "chmod 600"),
                 ("no samba", no_samba, [DISK], 1, "apt install samba"),
                 ("closed parent", closed_parent, ["/mnt/closed/disk"], 1, "/mnt/closed is closed to others"),
                 ("read-only", read_only, ["/srv/ro"], 1, "for reading only"),
@@ -262,6 +283,9 @@ class SetupTest(unittest.TestCase):
                 ("below a system folder", None, ["/usr/share"], 1, "belongs to the system"),
                 ("missing", None, ["/srv/none"], 1, "No such file"),
                 ("no folder", None, ["/etc/passwd"], 1, "is no folder"),
+                ("partition beside the system's", on_system_disk, [DISK], 1, "on /dev/sda, which carries the system"),
+                ("backslash", lambda pc: pc.path(f"{DISK}/x\\").mkdir(), [f"{DISK}/x\\"], 1, "ends with"),
+                ("blank", lambda pc: pc.path(f"{DISK}/x ").mkdir(), [f"{DISK}/x "], 1, "ends with"),
                 ("percent", lambda pc: pc.path(f"{DISK}/%u").mkdir(), [f"{DISK}/%u"], 1, "'%'"),
                 ("share name", None, ["--share", "a]\nb", DISK], 2, "letters, digits"),
                 ("reserved name", None, ["--share", "Global", DISK], 2, "letters, digits"),
@@ -302,14 +326,25 @@ class SetupTest(unittest.TestCase):
             return calls
 
         self.assertIn("install mossbox-agent first", pc.setup("--yes", DISK)[1])
-        for answer in ("cat", "enable", "reload-or-restart"):
+        for answer in ("cat", "enable", "restart"):
             pc.write(f"/root/{answer}", "")
-        status, output = pc.setup("--yes", DISK)
-        self.assertEqual((status, asked()), (0, ["enable --now smbd.service", "reload-or-restart smbd.service",
-                                                 "enable --now mossbox-agent.service"]), output)
-        for answer in ("is-enabled", "is-active"):
+        failure = pc.setup("--yes", DISK)
+        self.assertEqual((failure[0], asked()), (1, ["enable smbd.service", "reload-or-restart smbd.service"]), failure)
+        for answer in ("reload-or-restart", "is-enabled", "is-active"):
             pc.write(f"/root/{answer}", "")
-        self.assertEqual((pc.setup("--yes", DISK)[0], asked()), (0, []))
+        again = ["reload-or-restart smbd.service", "restart mossbox-agent.service"]
+        for prepare in (lambda: None, pc.path(TOKEN).unlink):  # a run that failed goes on; a new token takes effect
+            prepare()
+            status, output = pc.setup("--yes", DISK)
+            self.assertEqual((status, asked()), (0, again), output)
+        self.assertIn(pc.read(TOKEN).strip(), output)
+        status, output = pc.setup(DISK)
+        self.assertEqual((status, "Nothing to change" in output, asked()), (0, True, again), output)
+        pc.path("/root/is-enabled").unlink()
+        self.assertEqual((pc.setup("--yes", DISK)[0], asked()),
+                         (0, [f"{verb} {name}.service" for name, change in (
+                             ("smbd", "reload-or-restart"), ("mossbox-agent", "restart"))
+                              for verb in ("enable", change)]))
 
 
 class UnitTest(unittest.TestCase):
