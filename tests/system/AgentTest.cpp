@@ -7,6 +7,7 @@
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <set>
 
 #include <sys/statvfs.h>
 
@@ -37,13 +38,13 @@ protected:
     }
 };
 
-std::vector<QString> mountpointsBelow(const QJsonObject& device) {
-    std::vector<QString> found;
+std::set<QString> mountpointsBelow(const QJsonObject& device) {
+    std::set<QString> found;
     for (const QJsonValue& point : device["mountpoints"_L1].toArray())
         if (point.toString().startsWith(u'/'))
-            found.push_back(point.toString());
+            found.insert(point.toString());
     for (const QJsonValue& child : device["children"_L1].toArray())
-        std::ranges::copy(mountpointsBelow(child.toObject()), std::back_inserter(found));
+        found.merge(mountpointsBelow(child.toObject()));
     return found;
 }
 
@@ -69,7 +70,7 @@ TEST_F(Agent, TellsWhatThisMachineHas) {
         EXPECT_EQ(disk->path, device["path"_L1].toString());
         EXPECT_EQ(disk->size_bytes, device["size"_L1].toInteger());
         EXPECT_EQ(disk->model, device["model"_L1].toString().trimmed());
-        EXPECT_EQ(disk->mountpoints, mountpointsBelow(device));
+        EXPECT_EQ(std::set(disk->mountpoints.begin(), disk->mountpoints.end()), mountpointsBelow(device));
         const auto root = std::ranges::find(disk->mountpoints, u"/"_s);
         EXPECT_EQ(disk->is_system, root != disk->mountpoints.end());
     }
