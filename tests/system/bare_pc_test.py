@@ -251,9 +251,9 @@ class SetupTest(unittest.TestCase):
 
         def on_system_disk(pc):
             pc.write("/usr/bin/lsblk", '''#!/bin/sh
-echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"model":null,"maj:min":"8:0",
-"mountpoints":["/"],"fsroots":["/"],"children":[{"name":"sda2","path":"disk","type":"part","size":5,"model":null,
-"maj:min":"8:2","mountpoints":["/srv/a big disk"],"fsroots":["/"]}]}]}'
+system=$(awk '$5 == "/" { print $3 }' /proc/self/mountinfo)
+echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"model":null,"maj:min":"'"$system"'",
+"children":[{"name":"sda2","path":"disk","type":"part","size":5,"model":null,"maj:min":"8:2"}]}]}'
 ''', 0o755)
 
         def no_samba(pc):

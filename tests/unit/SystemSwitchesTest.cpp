@@ -149,15 +149,15 @@ TEST_F(SystemSwitches, EveryCallerAppliesTheIconInOneOrderWhateverTheProgramsDo)
 
 TEST_F(SystemSwitches, TheIconSettingIsReadAgainForThePreference) {
     AppModel& model = start();
-    show({u"MOSSBOX1"_s});
+    show({u"MOSSBOX1"_s, u"MOSS BOX"_s});
     fake.processes.respond = [&](const QStringList&) {
         model.showDesktopIcon.storeWithoutHandler(true);
         return ProcessResult();
     };
     takeIconCalls();
     model.applyDesktopIconVisibility(false);
-    Calls expected = iconCalls(true, {u"MOSSBOX1"_s}, {false});
-    expected[0][1] = u"hidden"_s;
+    Calls expected = iconCalls(true, {u"MOSSBOX1"_s, u"MOSS BOX"_s}, {false});
+    expected[0][1] = expected[1][1] = u"hidden"_s;
     EXPECT_EQ(takeIconCalls(), expected);
 }
 

@@ -55,7 +55,7 @@ LinuxFileManager::DeadVolumeTest deadVolumeTest(const fs::path& state) {
         std::error_code ignored;
         const fs::path root = fs::canonical(mountPoint.parent_path(), ignored);
         const std::optional<MountRecord> record = readMountRecord(state, root / mountPoint.filename());
-        return record && !record->daemon.isAlive();
+        return record && record->daemon.pid > 0 && !record->daemon.isAlive();
     };
 }
 

@@ -42,10 +42,6 @@ std::optional<Setting> settingOfRunningDesktop() {
     const QStringList desktops = runningDesktops();
     if (desktops.contains("XFCE"_L1))
         return xfceSetting(u"xfce4-desktop"_s, u"/desktop-icons/file-icons/show-network-removable"_s);
-    if (desktops.contains("X-Cinnamon"_L1))
-        return gsetting(u"org.nemo.desktop"_s, u"volumes-visible"_s);
-    if (desktops.contains("MATE"_L1))
-        return gsetting(u"org.mate.caja.desktop"_s, u"volumes-visible"_s);
     if (desktops.contains("GNOME"_L1))
         return gsetting(u"org.gnome.shell.extensions.ding"_s, u"show-network-volumes"_s);
     return std::nullopt;
@@ -76,12 +72,13 @@ ProcessResult DesktopPreference::write(const QStringList& arguments) {
         return misused(u"usage: defaults "_s + known.join(u' ') + u" true|false"_s);
     const std::optional<Setting> setting = settingOfRunningDesktop();
     // Without a bus the desktop's program would start one of its own.
-    if (!setting || !sessionHasBus())
+    if (!setting || !sessionHasBus() || isSilent_)
         return {};
     const QDeadlineTimer deadline(patience);
     if (outputOf(setting->read, deadline) == value)
         return {};
-    if (!outputOf(setting->write + QStringList{value}, deadline))
+    isSilent_ = deadline.hasExpired();
+    if (isSilent_ || !outputOf(setting->write + QStringList{value}, deadline))
         return failed(u"defaults: “"_s + setting->write.join(u' ') + u"” does not work."_s);
     isWritten_ = true;
     return {};

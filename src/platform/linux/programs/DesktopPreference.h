@@ -22,6 +22,8 @@ public:
 
 private:
     std::atomic<bool> isWritten_ = false;
+    /// The desktop's programs missed the deadline once: nobody waits for them again in this process.
+    std::atomic<bool> isSilent_ = false;
 };
 
 } // namespace ternvault

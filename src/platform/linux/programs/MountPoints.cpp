@@ -131,11 +131,18 @@ int removeDirectory(const fs::path& mountPoint) {
     std::optional<HiddenList> hidden;
     try {
         hidden.emplace(mountPoint.parent_path(), std::chrono::seconds(1));
-        hidden->remove(mountPoint.filename());
     } catch (const std::system_error&) {
         // A name too many in the list does no harm.
     }
-    return ::rmdir(mountPoint.c_str()) == 0 ? 0 : errno;
+    if (::rmdir(mountPoint.c_str()) != 0)
+        return errno;
+    try {
+        if (hidden)
+            hidden->remove(mountPoint.filename());
+    } catch (const std::system_error&) {
+        // As above.
+    }
+    return 0;
 }
 
 bool isAbandoned(const MountRecord& record) {

@@ -36,7 +36,7 @@ struct MountRecord {
 
 void writeMountRecord(const std::filesystem::path& state, const MountRecord& record);
 void removeMountRecord(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
-/// Nothing when there is no record, or a damaged one, or one from before the last boot.
+/// Nothing when there is no record, or a damaged one. One from before the last boot names no processes.
 std::optional<MountRecord> readMountRecord(const std::filesystem::path& state,
                                            const std::filesystem::path& mountPoint);
 
