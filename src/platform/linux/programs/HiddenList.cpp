@@ -33,10 +33,12 @@ void HiddenList::add(const std::string& name) {
     write(names);
 }
 
-void HiddenList::remove(const std::string& name) {
+bool HiddenList::remove(const std::string& name) {
     std::vector<std::string> names = read();
-    if (std::erase(names, name) > 0)
-        write(names);
+    if (std::erase(names, name) == 0)
+        return false;
+    write(names);
+    return true;
 }
 
 std::vector<std::string> HiddenList::read() const {

@@ -22,7 +22,8 @@ public:
 
     /// `name`: not empty, without a line break.
     void add(const std::string& name);
-    void remove(const std::string& name);
+    /// Whether it was in the list.
+    bool remove(const std::string& name);
 
 private:
     std::vector<std::string> read() const;

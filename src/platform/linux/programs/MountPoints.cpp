@@ -125,24 +125,27 @@ int runFusermount(const fs::path& mountPoint, bool lazily) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : EBUSY;
 }
 
+/// 0 or the reason as errno.
+int removeEmpty(const fs::path& directory) {
+    return ::rmdir(directory.c_str()) == 0 ? 0 : errno;
+}
+
 /// 0 or the reason as errno. The folder's list of hidden names is held meanwhile, so that nobody hides a name
 /// that is just going.
 int removeDirectory(const fs::path& mountPoint) {
-    std::optional<HiddenList> hidden;
+    int error = 0;
     try {
-        hidden.emplace(mountPoint.parent_path(), std::chrono::seconds(1));
+        HiddenList hidden(mountPoint.parent_path(), std::chrono::seconds(1));
+        // Before the directory, whose end tells those who wait that nothing is left.
+        const bool wasHidden = hidden.remove(mountPoint.filename());
+        error = removeEmpty(mountPoint);
+        if (error != 0 && wasHidden)
+            hidden.add(mountPoint.filename());
     } catch (const std::system_error&) {
         // A name too many in the list does no harm.
+        error = removeEmpty(mountPoint);
     }
-    if (::rmdir(mountPoint.c_str()) != 0)
-        return errno;
-    try {
-        if (hidden)
-            hidden->remove(mountPoint.filename());
-    } catch (const std::system_error&) {
-        // As above.
-    }
-    return 0;
+    return error;
 }
 
 bool isAbandoned(const MountRecord& record) {
