@@ -182,6 +182,21 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         Case& one = add(behaviour);
         one.scope.spawn(one.model.fetchDisks());
     }
+    const struct {
+        QString token;
+        bool isMounted;
+        QString expected;
+    } otherRows[] = {
+        {u"listing"_s, true, u"Mounted — 2 share(s)"_s},
+        {{}, true, u"Volume at /Volumes/MOSSBOX1 — paste Agent token in Settings to list drives"_s},
+        {{}, false, u"Agent token required — paste it from Settings"_s},
+    };
+    for (const auto& row : otherRows) {
+        Case& one = add(row.token);
+        if (row.isMounted)
+            one.fake.files.entries["/Volumes/MOSSBOX1"] = true;
+        one.scope.spawn(one.model.fetchDisks());
+    }
     finishAll();
     auto one = cases.begin();
     for (const auto& [behaviour, expected] : expectations) {
@@ -190,6 +205,11 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         const bool succeeded = expected == connected || expected == none;
         EXPECT_EQ(one->hasOldLists(), !succeeded) << behaviour.toStdString();
         EXPECT_FALSE(one->model.isBusy) << behaviour.toStdString();
+        ++one;
+    }
+    for (const auto& row : otherRows) {
+        EXPECT_EQ(*one->model.status, row.expected);
+        EXPECT_FALSE(one->model.isBusy);
         ++one;
     }
     EXPECT_EQ(cases.back().model.selectedShare.get(), u"MOSSBOX1"_s);
@@ -232,6 +252,9 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
         Case& one = add(behaviour);
         one.scope.spawn(one.model.completeAuthFlow());
     }
+    Case& mounted = add(u"created"_s);
+    mounted.fake.files.entries["/Volumes/MOSSBOX1"] = true;
+    mounted.scope.spawn(mounted.model.completeAuthFlow());
     finishAll();
     auto one = cases.begin();
     for (const auto& [behaviour, expected] : expectations) {
@@ -243,6 +266,8 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
         EXPECT_FALSE(one->model.isBusy || one->model.setupComplete) << behaviour.toStdString();
         ++one;
     }
+    EXPECT_TRUE(mounted.model.setupComplete);
+    EXPECT_EQ(mounted.model.setupError.get(), std::nullopt);
     const auto seen = requests();
     const QJsonObject request = seen.find(u"created"_s)->second;
     EXPECT_EQ(request[u"line"], u"POST /api/create_user HTTP/1.1"_s);
@@ -251,7 +276,8 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     const QJsonObject body = QJsonDocument::fromJson(request[u"body"].toString().toUtf8()).object();
     EXPECT_EQ(body, (QJsonObject{{u"username"_s, u"anna"_s}, {u"password"_s, u"p\"ä\\ü"_s}}));
     for (const auto& [behaviour, expected] : expectations)
-        EXPECT_EQ(seen.count(behaviour), 1U) << "an account is asked for once: " << behaviour.toStdString();
+        EXPECT_EQ(seen.count(behaviour), behaviour == u"created"_s ? 3U : 1U)
+            << "an account is asked for once: " << behaviour.toStdString();
 }
 
 TEST_F(AgentClient, WaitsNoLongerForNamesThanForAnswersAndNotAtAllWhenItLeaves) {
