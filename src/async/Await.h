@@ -5,6 +5,8 @@
 #include "platform/HttpClient.h"
 #include "platform/MainLoop.h"
 
+#include <QString>
+
 #include <chrono>
 #include <coroutine>
 #include <exception>
@@ -64,6 +66,16 @@ inline Task<void> yieldToMainLoop(MainLoop& mainLoop) {
     const WakeUp turn;
     mainLoop.post(turn.waker());
     co_await turn;
+}
+
+/// Awaits `routine`; the description of the exception that ended it, or nothing.
+inline Task<std::optional<QString>> failureOf(Task<> routine) {
+    try {
+        co_await routine;
+        co_return std::nullopt;
+    } catch (const std::exception& error) {
+        co_return QString::fromUtf8(error.what());
+    }
 }
 
 /// Exchanges one request for its outcome. The exchange goes on when the waiting routine is destroyed.

@@ -2,7 +2,6 @@
 #include "model/AppModel.h"
 
 #include <array>
-#include <exception>
 
 namespace ternvault {
 
@@ -85,16 +84,8 @@ Task<> AppModel::mountSelected(bool markSetup) {
         co_return;
     }
     isBusy = true;
-    std::optional<QString> failure;
-    const QString host = serverIP;
-    const QString user = smbUser;
-    const QString password = smbPassword;
-    const QString volumeName = productVolumeName;
-    try {
-        co_await mounter_.mount(host, share, user, password, volumeName);
-    } catch (const std::exception& error) {
-        failure = QString::fromUtf8(error.what());
-    }
+    Task<> mounting = mounter_.mount(serverIP, share, smbUser, smbPassword, productVolumeName);
+    const std::optional<QString> failure = co_await failureOf(std::move(mounting));
     if (!failure) {
         selectedShare = share;
         refreshMounted();
@@ -130,12 +121,8 @@ Task<bool> AppModel::ensureMounted() {
 Task<> AppModel::unmount() {
     isBusy = true;
     const QString name = mountedVolumeName->value_or(productVolumeName);
-    std::optional<QString> failure;
-    try {
-        co_await mounter_.unmount(name);
-    } catch (const std::exception& error) {
-        failure = QString::fromUtf8(error.what());
-    }
+    Task<> unmounting = mounter_.unmount(name);
+    const std::optional<QString> failure = co_await failureOf(std::move(unmounting));
     if (!failure) {
         status = u"Ejected "_s + name;
         refreshMounted();

@@ -95,14 +95,8 @@ Task<> AppModel::mountWithAccount(QString host, QString user, QString password) 
     selectedShare = share;
     refreshMounted();
     if (!isMounted()) {
-        std::optional<QString> failure;
-        const QString volumeName = productVolumeName;
-        try {
-            co_await mounter_.mount(host, share, user, password, volumeName);
-        } catch (const std::exception& error) {
-            failure = QString::fromUtf8(error.what());
-        }
-        if (failure) {
+        Task<> mounting = mounter_.mount(host, share, user, password, productVolumeName);
+        if (const std::optional<QString> failure = co_await failureOf(std::move(mounting))) {
             refreshMounted();
             if (!isMounted()) {
                 setupError = u"Login failed: "_s + *failure;
