@@ -98,7 +98,6 @@ std::optional<SetupStep> groupStep(Programs& programs) {
 }
 
 // --- The folder
-// --------------------------------------------------------------------------------------------------
 
 /// Group members may do everything, and what they make belongs to the group in turn. A sticky bit would keep
 /// one account's entries from the others.
@@ -163,7 +162,6 @@ std::optional<SetupStep> folderStep(const std::filesystem::path& folder) {
 }
 
 // --- Samba
-// -------------------------------------------------------------------------------------------------------
 
 std::optional<SetupStep> shareStep(const SambaShares& shares, const SetupWish& wish) {
     if (const auto folder = shares.folderOf(wish.share)) {
@@ -190,7 +188,6 @@ std::optional<SetupStep> shareStep(const SambaShares& shares, const SetupWish& w
 }
 
 // --- The agent
-// ---------------------------------------------------------------------------------------------------
 
 std::optional<SetupStep> configurationStep() {
     if (std::filesystem::exists(defaultConfigurationFile))
