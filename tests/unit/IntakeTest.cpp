@@ -74,14 +74,22 @@ TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
     }
 }
 
-TEST_F(Intake, AnEmptyPasteboardIsReportedAndLeavesTheQueueAlone) {
+TEST_F(Intake, WithoutFilesOrWithoutAVolumeNothingIsQueued) {
+    letProgramsFail("refused");
     AppModel& model = startWithAccount();
     perform(model.pasteFromClipboard());
     EXPECT_EQ(*model.status, noFiles);
     EXPECT_EQ(*model.transfers.lastError, noFiles);
-    EXPECT_EQ(model.transfers.totalCount, 0);
     EXPECT_EQ(fake.activation.count, 0);
+    perform(model.handleIncomingFileURLs({}));
+    EXPECT_EQ(*model.status, noFiles);
     EXPECT_EQ(mounts(), 0u);
+
+    copy({"file:///s/a", "file:///s/c"});
+    perform(model.pasteFromClipboard());
+    EXPECT_EQ(*model.status, u"Mount failed — cannot transfer"_s);
+    EXPECT_EQ(*model.transfers.lastError, u"Volume not mounted"_s);
+    EXPECT_EQ(model.transfers.totalCount, 0);
 }
 
 TEST_F(Intake, APasteComesToTheFrontThenMountsThenQueues) {
@@ -99,20 +107,6 @@ TEST_F(Intake, APasteComesToTheFrontThenMountsThenQueues) {
     EXPECT_TRUE(statuses.contains(u"App paste: 2 item(s) — rsync (not Finder)"_s));
     EXPECT_EQ(*model.status, u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s);
     EXPECT_EQ(model.transfers.totalCount, 1);
-}
-
-TEST_F(Intake, WithoutAVolumeNothingIsQueued) {
-    copy({"file:///s/a", "file:///s/c"});
-    letProgramsFail("refused");
-    AppModel& model = startWithAccount();
-    perform(model.pasteFromClipboard());
-    EXPECT_EQ(*model.status, u"Mount failed — cannot transfer"_s);
-    EXPECT_EQ(*model.transfers.lastError, u"Volume not mounted"_s);
-    EXPECT_EQ(model.transfers.totalCount, 0);
-
-    model.status = u"before"_s;
-    perform(model.handleIncomingFileURLs({}));
-    EXPECT_EQ(*model.status, u"before"_s);
 }
 
 TEST_F(Intake, WhatIsNoFileOfThisPCIsCountedAndReportedAsMissing) {

@@ -95,17 +95,6 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
     }
 }
 
-TEST(FileSelection, ItsThreeSourcesAgree) {
-    const Selection selection(
-        {{uriList, "file:///s/a%20b\r\nhttp://pc/x\r\n"}, {gnome, "copy\nfile:///s/a%20b"}});
-    EXPECT_EQ(selection.fileURLs(), std::vector<QUrl>{QUrl(u"file:///s/a%20b"_s)});
-    EXPECT_EQ(selection.propertyList(u"NSFilenamesPboardType"_s), QVariant(QStringList(u"/s/a b"_s)));
-    EXPECT_EQ(selection.itemTexts(u"public.file-url"_s),
-              std::vector<std::optional<QString>>{u"file:///s/a%20b"_s});
-    EXPECT_TRUE(selection.propertyList(uriList).isNull());
-    EXPECT_TRUE(selection.itemTexts(uriList).empty());
-}
-
 /// Completes on a thread of its own.
 struct ThreadedItem : ItemProvider {
     explicit ThreadedItem(std::vector<std::jthread>& loads) : threads(loads) {}
