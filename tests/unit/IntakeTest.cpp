@@ -32,7 +32,7 @@ struct Intake : test::ModelFixture {
 };
 
 TEST_F(Intake, ReadsThreeSourcesInOrderAndEachExistingFileOnce) {
-    copy({"file:///s/gone", "file:///s/x/../c", "file:///s/c/", "file://elsewhere/s/a", "file:///s/a%00"});
+    copy({"file:///s/gone", "file:///s/x/../c", "file:///s/c/", "file://elsewhere/s/a"});
     fake.pasteboard.propertyLists[fileNames] =
         QStringList{u"//s/b b"_s, u"/s/c"_s, u"/s/100%"_s, u""_s, u"s/a"_s};
     fake.pasteboard.texts[itemText] = {std::nullopt, u"file:///s/./c"_s, u"file:///s/a"_s,

@@ -80,9 +80,9 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
         {"GNOME's form alone", {{gnome, "cut\nfile:///s/%C3%BC%20b\nfile:///s/c"}}, {"/s/ü b", "/s/c"}},
         {"an unknown verb", {{gnome, "link\nfile:///s/a"}}, {}},
         {"no verb", {{gnome, "file:///s/a"}}, {}},
-        {"comments, places on the network, another PC",
+        {"comments, places on the network, another PC, no URLs, a zero byte",
          {{uriList, "#file:///s/x\r\nsmb://pc/s/a\r\nhttp://pc/s/a\r\nfile://pc.invalid/s/a\r\n\r\n"
-                    "FILE://localhost/s/b\r\n"}},
+                    "/s/a\r\nfile:///s/a%00\r\nFILE://localhost/s/b\r\n"}},
          {"/s/b"}},
         {"nothing escaped",
          {{uriList, "file:///s/ü b 100%\nfile:/s/[c]{d}\n"}},
