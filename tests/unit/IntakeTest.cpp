@@ -14,7 +14,8 @@ const QString noFiles =
 
 struct Intake : test::ModelFixture {
     Intake() {
-        for (const char* file : {"/s/a", "/s/b b", "/s/c", "/s/100%", "/s/lost+found", "/s/n\xff"})
+        for (const char* file :
+             {"/s/a", "/s/b b", "/s/c", "/s/100%", "/s/b b%20%", "/s/lost+found", "/s/n\xff"})
             fake.files.entries[file] = false;
     }
     /// The URLs found, as text.
@@ -57,7 +58,7 @@ TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
         {u"file:///s/b b"_s, "file:///s/b%20b"},
         {u"file:///s/b%20b"_s, "file:///s/b%20b"},
         {u"file:///s/100%"_s, "file:///s/100%25"},
-        {u"file:///s/b b%20%"_s, nullptr},
+        {u"file:///s/b b%20%"_s, "file:///s/b%20b%2520%25"},
         {u"file:///s/{}/../b%20b"_s, "file:///s/%7B%7D/../b%20b"},
         {u"file:///s/n%FF"_s, "file:///s/n%FF"},
         {u"/s/a"_s, "/s/a"},
