@@ -73,7 +73,7 @@ QPushButton[prominent="true"]:pressed { background: @accent-pressed; }
 QPushButton[prominent="true"]:focus { border: 2px solid @text; }
 QPushButton[prominent="true"]:disabled { background: @button; color: @disabled; border-color: @border; }
 QPushButton[link="true"] {
-    background: transparent; color: @tint; border: 2px solid transparent; padding: 1px 3px; text-align: left;
+    background: transparent; color: @tint; border: 2px solid transparent; padding: 1px 0; margin-left: -2px; text-align: left;
 }
 QPushButton[link="true"]:hover { text-decoration: underline; }
 QPushButton[link="true"]:focus { border-color: @tint; }
