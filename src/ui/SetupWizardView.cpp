@@ -22,7 +22,7 @@ constexpr int padding = 28;
 constexpr int headerSpacing = 6;
 constexpr int boxSpacing = 10;
 constexpr int boxPadding = 4;
-constexpr int widestField = 220;
+constexpr int fieldWidth = 220;
 
 const auto title = u"Tern Vault"_s;
 const auto modeName = u"Mode"_s;
@@ -103,7 +103,7 @@ QWidget* SetupWizardView::makeHeader() {
 QWidget* SetupWizardView::makeFields() {
     auto* const box = new TitledBox(QString(), boxSpacing, boxPadding);
     for (QLineEdit* const field : {server_, user_, password_})
-        field->setMaximumWidth(widestField);
+        field->setFixedWidth(fieldWidth);
     addLabelledRows(box->column(), {{serverLabel, server_}, {userLabel, user_}, {passwordLabel, password_}});
     return box;
 }

@@ -24,6 +24,7 @@ private:
 
     QApplication& application_;
     Appearance& appearance_;
+    QString titleFamily_;
     Subscription appearanceChanges_;
 };
 
