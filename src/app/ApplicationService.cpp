@@ -14,28 +14,28 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto name = u"space.larkspur.ternvault"_s;
-const auto path = u"/space/larkspur/ternvault"_s;
+const auto serviceName = u"space.larkspur.ternvault"_s;
+const auto objectPath = u"/space/larkspur/ternvault"_s;
 const auto interface = u"org.freedesktop.Application"_s;
 
-QDBusMessage request(const std::vector<QUrl>& urls, const QVariantMap& startupTokens) {
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(name, path, interface, urls.empty() ? u"Activate"_s : u"Open"_s);
-    if (!urls.empty()) {
-        QStringList uris;
-        for (const QUrl& url : urls)
-            uris << url.toString(QUrl::FullyEncoded);
-        message << uris;
-    }
-    message << startupTokens;
-    // Or the bus would start one more process where the other has just ended.
-    message.setAutoStartService(false);
-    return message;
+QDBusMessage methodCall(const QString& method) {
+    return QDBusMessage::createMethodCall(serviceName, objectPath, interface, method);
+}
+
+QDBusMessage request(const CommandLine& commandLine) {
+    if (!commandLine.action.isEmpty())
+        return methodCall(u"ActivateAction"_s) << commandLine.action << QVariantList();
+    if (commandLine.urls.empty())
+        return methodCall(u"Activate"_s);
+    QStringList uris;
+    for (const QUrl& url : commandLine.urls)
+        uris << url.toString(QUrl::FullyEncoded);
+    return methodCall(u"Open"_s) << uris;
 }
 
 } // namespace
 
-ApplicationService::Start ApplicationService::claim(const std::vector<QUrl>& urls,
+ApplicationService::Start ApplicationService::claim(const CommandLine& commandLine,
                                                     const QVariantMap& startupTokens) {
     if (!sessionHasBus())
         return Start::first;
@@ -43,15 +43,18 @@ ApplicationService::Start ApplicationService::claim(const std::vector<QUrl>& url
     if (!bus.isConnected())
         return Start::first;
     // Before the name, so that whoever sees the name finds the object.
-    bus.registerObject(path, this, QDBusConnection::ExportAllSlots);
-    while (!bus.registerService(name)) {
-        const QDBusMessage answer = bus.call(request(urls, startupTokens));
+    bus.registerObject(objectPath, this, QDBusConnection::ExportAllSlots);
+    while (!bus.registerService(serviceName)) {
+        QDBusMessage message = request(commandLine) << startupTokens;
+        // Or the bus would start one more process where the other has just ended.
+        message.setAutoStartService(false);
+        const QDBusMessage answer = bus.call(message);
         if (answer.type() == QDBusMessage::ReplyMessage)
             return Start::handedOver;
         if (!bus.isConnected())
             return Start::first;
         // Where the other ended instead of answering, this one takes its place.
-        if (bus.interface()->isServiceRegistered(name))
+        if (bus.interface()->isServiceRegistered(serviceName))
             return Start::unanswered;
     }
     return Start::first;
@@ -59,7 +62,7 @@ ApplicationService::Start ApplicationService::claim(const std::vector<QUrl>& url
 
 void ApplicationService::release() {
     handlers_ = {};
-    QDBusConnection::sessionBus().unregisterService(name);
+    QDBusConnection::sessionBus().unregisterService(serviceName);
 }
 
 void ApplicationService::Activate(const QVariantMap& platformData) {

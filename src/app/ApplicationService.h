@@ -1,13 +1,13 @@
 #pragma once
 
+#include "app/CommandLine.h"
+
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
 
 #include <functional>
 #include <vector>
-
-class QUrl;
 
 namespace ternvault {
 
@@ -36,7 +36,7 @@ public:
     };
 
     /// Without a session bus every start is a first one.
-    Start claim(const std::vector<QUrl>& urls, const QVariantMap& startupTokens);
+    Start claim(const CommandLine& commandLine, const QVariantMap& startupTokens);
     void setHandlers(Handlers handlers) { handlers_ = std::move(handlers); }
     /// From now on another start is a first one. The main loop does not run any more.
     void release();

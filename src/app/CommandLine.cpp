@@ -33,6 +33,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
             result.wantsVersion = true;
         else if (argument == "--dbus-service")
             result.isBusStart = true;
+        else if (argument == "--paste" || argument == "--add-files")
+            result.action = QString::fromStdString(argument.substr(2));
     }
     return result;
 }

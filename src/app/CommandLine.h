@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QUrl>
 
 #include <string>
@@ -14,6 +15,8 @@ struct CommandLine {
     bool wantsVersion = false;
     /// Started by the session bus, which says in a moment what for.
     bool isBusStart = false;
+    /// One of the desktop entry's actions, or empty: "paste", "add-files".
+    QString action;
     /// Files to take, absolute.
     std::vector<QUrl> urls;
 };

@@ -11,7 +11,7 @@ namespace ternvault {
 
 namespace {
 
-constexpr QSize minimumSize(580, 560);
+constexpr QSize least(580, 560);
 
 } // namespace
 
@@ -20,8 +20,8 @@ ContentView::ContentView(AppModel& model, TaskScope& tasks, const Platform& plat
       renderOnChange_(model, [this] { render(); }) {
     auto* const layout = new QGridLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setColumnMinimumWidth(0, minimumSize.width());
-    layout->setRowMinimumHeight(0, minimumSize.height());
+    layout->setColumnMinimumWidth(0, least.width());
+    layout->setRowMinimumHeight(0, least.height());
     layout->addWidget(screen_.get(), 0, 0);
 }
 

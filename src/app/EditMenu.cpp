@@ -10,6 +10,18 @@ namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
+/// `operation`: a member of QLineEdit.
+template <typename Operation>
+QAction* EditMenu::addItem(const QString& title, QKeySequence::StandardKey shortcut, Operation operation) {
+    QAction* const item = addAction(title);
+    item->setShortcuts(shortcut);
+    connect(item, &QAction::triggered, this, [this, operation] {
+        if (field_)
+            (*field_.*operation)();
+    });
+    return item;
+}
+
 EditMenu::EditMenu(Pasteboard& pasteboard, std::function<bool()> takesFiles, std::function<void()> pasteFiles)
     : QMenu(u"&Edit"_s), pasteboard_(pasteboard), takesFiles_(std::move(takesFiles)),
       pasteFiles_(std::move(pasteFiles)), undo_(addItem(u"&Undo"_s, QKeySequence::Undo, &QLineEdit::undo)),
@@ -26,17 +38,6 @@ EditMenu::EditMenu(Pasteboard& pasteboard, std::function<bool()> takesFiles, std
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { followFocus(now); });
     connect(QApplication::clipboard(), &QClipboard::dataChanged, this, [this] { update(); });
     update();
-}
-
-QAction* EditMenu::addItem(const QString& title, QKeySequence::StandardKey shortcut,
-                           void (QLineEdit::*operation)()) {
-    QAction* const item = addAction(title);
-    item->setShortcuts(shortcut);
-    connect(item, &QAction::triggered, this, [this, operation] {
-        if (field_)
-            (field_->*operation)();
-    });
-    return item;
 }
 
 void EditMenu::followFocus(QWidget* focused) {

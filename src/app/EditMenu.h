@@ -18,8 +18,8 @@ public:
     EditMenu(Pasteboard& pasteboard, std::function<bool()> takesFiles, std::function<void()> pasteFiles);
 
 private:
-    QAction* addItem(const QString& title, QKeySequence::StandardKey shortcut,
-                     void (QLineEdit::*operation)());
+    template <typename Operation>
+    QAction* addItem(const QString& title, QKeySequence::StandardKey shortcut, Operation operation);
     void followFocus(QWidget* focused);
     void update();
     bool canPasteFiles() const;

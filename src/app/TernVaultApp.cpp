@@ -1,18 +1,22 @@
 #include "app/TernVaultApp.h"
 
 #include "app/ContentView.h"
+#include "app/LegalDocumentsDialog.h"
 #include "app/Route.h"
 #include "async/EscapeReport.h"
 #include "platform/linux/MountedMedia.h"
 
 #include <QApplication>
 #include <QMenuBar>
+#include <QMessageBox>
 
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr QSize aboutIconSize(64, 64);
 
 QString desktopStateFile(const LinuxServices& services) {
     const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
@@ -33,7 +37,8 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
              }),
       mainWindow_(
           desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-          [this] { activation_.activate(); }) {
+          [this] { activation_.activate(); }),
+      tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
         pasteboard_, [this] { return routeOf(model_) == Route::main; }, [this] { pasteFiles(); });
@@ -50,6 +55,8 @@ void TernVaultApp::connectCommands() {
     onTrigger(commands_.pasteFiles, [this] { pasteFiles(); });
     onTrigger(commands_.addFiles, [this] { model_.transfers.pickAndEnqueueFiles(); });
     onTrigger(commands_.settings, [this] { showSettings(); });
+    onTrigger(commands_.legal, [this] { showLegalDocuments(); });
+    onTrigger(commands_.about, [this] { showAbout(); });
     onTrigger(commands_.quit, [] { QApplication::quit(); });
     onTrigger(commands_.closeWindow, [] {
         if (QWidget* const window = QApplication::activeWindow())
@@ -73,7 +80,15 @@ void TernVaultApp::open(const std::vector<QUrl>& urls) {
         tasks_.spawn(model_.handleIncomingFileURLs({url}));
 }
 
+void TernVaultApp::performAction(const QString& name) {
+    if (name == u"paste")
+        commands_.pasteFiles.trigger();
+    else if (name == u"add-files")
+        commands_.addFiles.trigger();
+}
+
 ApplicationService::Handlers TernVaultApp::requests() {
+    // The window comes first: it shows what becomes of the request.
     return {[this] { showMainWindow(); },
             [this](const std::vector<QUrl>& urls) {
                 showMainWindow();
@@ -81,10 +96,7 @@ ApplicationService::Handlers TernVaultApp::requests() {
             },
             [this](const QString& name) {
                 showMainWindow();
-                if (name == u"paste")
-                    commands_.pasteFiles.trigger();
-                else if (name == u"add-files")
-                    commands_.addFiles.trigger();
+                performAction(name);
             }};
 }
 
@@ -100,6 +112,25 @@ void TernVaultApp::showSettings() {
     settings_->show();
     settings_->raise();
     settings_->activateWindow();
+}
+
+void TernVaultApp::showLegalDocuments() {
+    auto* const dialog = new LegalDocumentsDialog(mainWindow_);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+}
+
+void TernVaultApp::showAbout() {
+    auto* const box = new QMessageBox(
+        QMessageBox::NoIcon, u"About Tern Vault"_s,
+        u"<h3>Tern Vault %1</h3><p>Makes a disk of a Linux PC on the home network usable as a drive.</p>"
+        u"<p>Free software under the GNU General Public License, version 3 or later. It comes without any "
+        u"warranty.</p>"_s.arg(QApplication::applicationVersion()),
+        QMessageBox::Close, &mainWindow_);
+    box->setIconPixmap(QApplication::windowIcon().pixmap(aboutIconSize));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    box->show();
 }
 
 } // namespace ternvault

@@ -7,6 +7,7 @@
 #include "app/MainWindow.h"
 #include "app/Notices.h"
 #include "app/SettingsWindow.h"
+#include "app/TrayIcon.h"
 #include "async/TaskScope.h"
 #include "model/AppModel.h"
 #include "platform/linux/ClipboardPasteboard.h"
@@ -33,6 +34,8 @@ public:
     void showMainWindow();
     /// Hands each of the files to the model, in a task of its own.
     void open(const std::vector<QUrl>& urls);
+    /// Does what the desktop entry's action of this name says; nothing for any other name.
+    void performAction(const QString& name);
     /// What the desktop may ask for.
     ApplicationService::Handlers requests();
 
@@ -40,6 +43,8 @@ private:
     void connectCommands();
     void pasteFiles();
     void showSettings();
+    void showLegalDocuments();
+    void showAbout();
 
     // In the order in which each uses what stands above it.
     Notices& notices_;
@@ -56,6 +61,7 @@ private:
     Commands commands_;
     MainWindow mainWindow_;
     std::unique_ptr<SettingsWindow> settings_;
+    TrayIcon tray_;
 };
 
 } // namespace ternvault

@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxServices.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMessageBox>
 
 #include <chrono>
@@ -21,12 +22,14 @@ using namespace std::chrono_literals;
 constexpr int failure = 1;
 constexpr int usageError = 2;
 
-constexpr auto help = R"(Usage: ternvault [FILE...]
+constexpr auto help = R"(Usage: ternvault [--paste | --add-files] [FILE...]
 
 Opens Tern Vault, or brings the window of the running one back, and copies the files onto the volume.
 
-  --help     print this
-  --version  print the version
+  --paste      copy the files on the clipboard, too
+  --add-files  ask which files to copy
+  --help       print this
+  --version    print the version
 
 The other program, ternvault-cli, does the same work in terminals and scripts.
 )";
@@ -47,6 +50,7 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
         if (!commandLine.isBusStart)
             app.showMainWindow();
         app.open(commandLine.urls);
+        app.performAction(commandLine.action);
         status = QApplication::exec();
         service.release();
     }
@@ -59,7 +63,7 @@ int start(QApplication& application, const CommandLine& commandLine, const QVari
     if (const std::optional<QString> problem = LinuxServices::environmentProblem())
         return refuse(*problem, usageError);
     ApplicationService service;
-    switch (service.claim(commandLine.urls, startupTokens)) {
+    switch (service.claim(commandLine, startupTokens)) {
     case ApplicationService::Start::handedOver:
         return 0;
     case ApplicationService::Start::unanswered:
@@ -87,6 +91,7 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationDisplayName(u"Tern Vault"_s);
     QApplication::setApplicationVersion(QStringLiteral(TERNVAULT_VERSION));
     QApplication::setDesktopFileName(u"space.larkspur.ternvault"_s);
+    QApplication::setWindowIcon(QIcon(u":/ternvault/icon.svg"_s));
     QApplication::setQuitOnLastWindowClosed(false);
     // Without Qt's own options.
     return start(application, parseCommandLine({argv + 1, argv + argc}), startupTokens);
