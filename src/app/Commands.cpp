@@ -2,6 +2,7 @@
 
 #include <QMenu>
 #include <QMenuBar>
+#include <QShortcut>
 
 namespace ternvault {
 
@@ -32,6 +33,8 @@ void Commands::fill(QMenuBar& bar, QMenu* edit) {
     bar.addMenu(u"&Transfer"_s)->addActions({&pasteFiles, &addFiles});
     bar.addMenu(u"&Window"_s)->addActions({&minimise, &showWindow});
     bar.addMenu(u"&Help"_s)->addActions({&legal, &about});
+    // As the desktops have it; Qt leaves it out.
+    new QShortcut(Qt::Key_F10, &bar, [&bar] { bar.setActiveAction(bar.actions().first()); });
 }
 
 void Commands::fillTrayMenu(QMenu& menu) {

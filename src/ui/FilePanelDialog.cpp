@@ -127,9 +127,9 @@ void FilePanelDialog::arrange(const FilePanelTexts& texts) {
 }
 
 void FilePanelDialog::prepareList() {
+    files_.setIconProvider(&icons_);
     files_.setReadOnly(true);
     files_.setResolveSymlinks(false);
-    files_.setOption(QFileSystemModel::DontUseCustomDirectoryIcons);
     list_->setModel(&files_);
     list_->setRootIsDecorated(false);
     list_->setItemsExpandable(false);
@@ -154,15 +154,18 @@ void FilePanelDialog::prepareList() {
 void FilePanelDialog::fillPlaces(const std::vector<std::filesystem::path>& media) {
     QStringList known;
     const auto add = [this, &known](const QString& title, const QString& folder) {
-        if (folder.isEmpty() || known.contains(folder))
+        if (known.contains(folder))
             return;
         known << folder;
         auto* const item = new QListWidgetItem(title, places_);
         item->setData(Qt::UserRole, folder);
         item->setToolTip(folder);
     };
-    for (const auto& [title, location] : standardPlaces)
-        add(title, QStandardPaths::writableLocation(location));
+    for (const auto& [title, location] : standardPlaces) {
+        const QString folder = QStandardPaths::writableLocation(location);
+        if (QFileInfo::exists(folder))
+            add(title, folder);
+    }
     for (const std::filesystem::path& root : media)
         add(QFile::decodeName(root.filename().c_str()), QFile::decodeName(root.c_str()));
     add(u"Computer"_s, QDir::rootPath());

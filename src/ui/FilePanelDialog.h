@@ -3,6 +3,7 @@
 #include "platform/FilePanel.h"
 
 #include <QDialog>
+#include <QFileIconProvider>
 #include <QFileSystemModel>
 
 #include <filesystem>
@@ -51,6 +52,7 @@ private:
     QModelIndexList selectedRows() const;
 
     QSettings& state_;
+    QFileIconProvider icons_;
     QFileSystemModel files_;
     /// Folders to go back to, the latest one last.
     QStringList history_;
