@@ -52,7 +52,7 @@ std::optional<bool> preferenceOf(const QVariant& value) {
 } // namespace
 
 PortalAppearance::PortalAppearance() : isPaletteDark_(ternvault::isDark(QGuiApplication::palette())) {
-    if (!sessionHasBus())
+    if (!sessionHasBus() || !QDBusConnection::sessionBus().isConnected())
         return;
     QDBusConnection::sessionBus().connect(service, path, interface, u"SettingChanged"_s, this,
                                           SLOT(onSettingChanged(QString, QString, QDBusVariant)));
