@@ -84,7 +84,7 @@ TEST_F(Shell, PastesTextIntoFieldsAndFilesElsewhere) {
     auto* const field = new QLineEdit(u"old"_s, &window);
     auto* const button = new QPushButton(&window);
     window.show();
-    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     QAction& paste = *item(menu, u"&Paste"_s);
 
     struct Row {
