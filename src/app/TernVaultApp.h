@@ -41,6 +41,7 @@ public:
 
 private:
     void connectCommands();
+    void activateOnceMapped();
     void pasteFiles();
     void showSettings();
     void showLegalDocuments();

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace ternvault {
 
@@ -28,7 +29,8 @@ namespace {
 
 constexpr QSize initialSize(760, 480);
 constexpr int placesWidth = 160;
-constexpr int nameWidth = 320;
+/// Of size, type and date; the name has the rest.
+constexpr std::array<std::pair<int, int>, 3> columnWidths{{{1, 80}, {2, 110}, {3, 140}}};
 constexpr int spacing = 8;
 
 const auto folderKey = u"filePanel/folder"_s;
@@ -142,7 +144,10 @@ void FilePanelDialog::prepareList() {
     list_->sortByColumn(0, Qt::AscendingOrder);
     list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    list_->setColumnWidth(0, nameWidth);
+    list_->header()->setStretchLastSection(false);
+    list_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    for (const auto& [column, width] : columnWidths)
+        list_->setColumnWidth(column, width);
     connect(list_, &QTreeView::doubleClicked, this, [this](const QModelIndex& item) {
         if (files_.isDir(item))
             enter(item);
