@@ -38,7 +38,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
              }),
       mainWindow_(
           desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-          [this] { activateOnceMapped(); }),
+          [this] { comeForwardOnceMapped(); }),
       tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
@@ -77,8 +77,11 @@ void TernVaultApp::showMainWindow() {
 }
 
 /// The window manager hears of a window only after it was told to appear.
-void TernVaultApp::activateOnceMapped() {
-    QTimer::singleShot(0, &mainWindow_, [this] { activation_.activate(); });
+void TernVaultApp::comeForwardOnceMapped() {
+    QTimer::singleShot(0, &mainWindow_, [this] {
+        activation_.activate();
+        notices_.attach(mainWindow_);
+    });
 }
 
 void TernVaultApp::open(const std::vector<QUrl>& urls) {

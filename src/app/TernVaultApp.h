@@ -41,7 +41,7 @@ public:
 
 private:
     void connectCommands();
-    void activateOnceMapped();
+    void comeForwardOnceMapped();
     void pasteFiles();
     void showSettings();
     void showLegalDocuments();
