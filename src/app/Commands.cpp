@@ -38,7 +38,17 @@ void Commands::fill(QMenuBar& bar, QMenu* edit) {
 }
 
 void Commands::fillTrayMenu(QMenu& menu) {
-    menu.addActions({&showWindow, &pasteFiles, &addFiles});
+    const auto add = [this, &menu](const QString& title, QAction* command) {
+        QObject::connect(menu.addAction(title), &QAction::triggered, &showWindow, [this, command] {
+            // It tells what becomes of the command.
+            showWindow.trigger();
+            if (command != nullptr)
+                command->trigger();
+        });
+    };
+    add(u"&Open Tern Vault"_s, nullptr);
+    add(pasteFiles.text(), &pasteFiles);
+    add(addFiles.text(), &addFiles);
     menu.addSeparator();
     menu.addAction(&quit);
 }

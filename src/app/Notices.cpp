@@ -7,18 +7,26 @@ namespace ternvault {
 using namespace Qt::StringLiterals;
 
 void Notices::show(const QString& problem) {
-    const bool isOpen = box_ && box_->isVisible();
-    if (!isOpen)
-        problems_.clear();
-    if (problems_.contains(problem))
-        return;
-    problems_ << problem;
     std::fputs(("ternvault: " + problem.toUtf8() + '\n').constData(), stderr);
-    if (!box_)
-        box_ =
-            std::make_unique<QMessageBox>(QMessageBox::Warning, u"Tern Vault"_s, QString(), QMessageBox::Ok);
-    box_->setTextFormat(Qt::PlainText);
-    box_->setModal(false);
+    if (!problems_.contains(problem))
+        problems_ << problem;
+    if (window_ && window_->isVisible())
+        present();
+}
+
+void Notices::attach(QWidget& window) {
+    window_ = &window;
+    if (!problems_.isEmpty())
+        present();
+}
+
+void Notices::present() {
+    if (!box_) {
+        box_ = new QMessageBox(QMessageBox::Warning, u"Tern Vault"_s, QString(), QMessageBox::Ok, window_);
+        box_->setTextFormat(Qt::PlainText);
+        box_->setModal(false);
+        QObject::connect(box_, &QDialog::finished, box_, [this] { problems_.clear(); });
+    }
     box_->setText(problems_.join(u"\n\n"_s));
     box_->show();
 }

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QTimer>
 
 namespace ternvault {
 
@@ -37,7 +38,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
              }),
       mainWindow_(
           desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-          [this] { activation_.activate(); }),
+          [this] { comeForwardOnceMapped(); }),
       tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
@@ -73,6 +74,14 @@ void TernVaultApp::showMainWindow() {
         activation_.activate();
     else
         mainWindow_.show();
+}
+
+/// The window manager hears of a window only after it was told to appear.
+void TernVaultApp::comeForwardOnceMapped() {
+    QTimer::singleShot(0, &mainWindow_, [this] {
+        activation_.activate();
+        notices_.attach(mainWindow_);
+    });
 }
 
 void TernVaultApp::open(const std::vector<QUrl>& urls) {

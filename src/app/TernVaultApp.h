@@ -41,6 +41,7 @@ public:
 
 private:
     void connectCommands();
+    void comeForwardOnceMapped();
     void pasteFiles();
     void showSettings();
     void showLegalDocuments();

@@ -37,7 +37,7 @@ TrayIcon::TrayIcon(Commands& commands, std::function<void()> clicked) : clicked_
 /// before a tray of today's kind is on the bus, or it is clear that none comes; Qt follows one of the older
 /// kind by itself.
 void TrayIcon::awaitTray() {
-    if (sessionHasBus()) {
+    if (sessionHasBus() && QDBusConnection::sessionBus().isConnected()) {
         QDBusConnection bus = QDBusConnection::sessionBus();
         auto* const arrivals = new QDBusServiceWatcher(watcherService, bus,
                                                        QDBusServiceWatcher::WatchForRegistration, &context_);

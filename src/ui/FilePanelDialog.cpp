@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -20,6 +19,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace ternvault {
 
@@ -29,7 +29,8 @@ namespace {
 
 constexpr QSize initialSize(760, 480);
 constexpr int placesWidth = 160;
-constexpr int nameWidth = 320;
+/// Of size, type and date; the name has the rest.
+constexpr std::array<std::pair<int, int>, 3> columnWidths{{{1, 80}, {2, 110}, {3, 140}}};
 constexpr int spacing = 8;
 
 const auto folderKey = u"filePanel/folder"_s;
@@ -59,6 +60,12 @@ QToolButton* makeToolButton(const QString& title, QStyle::StandardPixmap icon, c
     button->setAccessibleName(title);
     button->setFocusPolicy(Qt::TabFocus);
     return button;
+}
+
+/// Elsewhere in the dialog, Return presses the default button.
+void onReturn(QWidget& control, const std::function<void()>& action) {
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
+        new QShortcut(key, &control, &control, action, Qt::WidgetShortcut);
 }
 
 /// In the text of a button, an ampersand would mark a mnemonic.
@@ -120,7 +127,6 @@ void FilePanelDialog::arrange(const FilePanelTexts& texts) {
 
     connect(back_, &QToolButton::clicked, this, [this] { goBack(); });
     connect(up_, &QToolButton::clicked, this, [this] { goUp(); });
-    connect(path_, &QLineEdit::returnPressed, this, [this] { followPathField(); });
     connect(hidden_, &QToolButton::toggled, this, [this](bool on) { showHidden(on); });
     connect(confirm_, &QPushButton::clicked, this, &QDialog::accept);
     connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);
@@ -138,7 +144,10 @@ void FilePanelDialog::prepareList() {
     list_->sortByColumn(0, Qt::AscendingOrder);
     list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    list_->setColumnWidth(0, nameWidth);
+    list_->header()->setStretchLastSection(false);
+    list_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    for (const auto& [column, width] : columnWidths)
+        list_->setColumnWidth(column, width);
     connect(list_, &QTreeView::doubleClicked, this, [this](const QModelIndex& item) {
         if (files_.isDir(item))
             enter(item);
@@ -174,13 +183,10 @@ void FilePanelDialog::fillPlaces(const std::vector<std::filesystem::path>& media
         list_->setFocus();
     };
     connect(places_, &QListWidget::itemClicked, this, go);
-    new QShortcut(
-        Qt::Key_Return, places_, this,
-        [this, go] {
-            if (places_->currentItem() != nullptr)
-                go(places_->currentItem());
-        },
-        Qt::WidgetShortcut);
+    onReturn(*places_, [this, go] {
+        if (places_->currentItem() != nullptr)
+            go(places_->currentItem());
+    });
 }
 
 void FilePanelDialog::addShortcuts() {
@@ -191,6 +197,7 @@ void FilePanelDialog::addShortcuts() {
         path_->setFocus();
         path_->selectAll();
     });
+    onReturn(*path_, [this] { followPathField(); });
     // In the list alone: in the path field these keys edit.
     new QShortcut(
         Qt::Key_Backspace, list_, this, [this] { goUp(); }, Qt::WidgetShortcut);
@@ -286,14 +293,6 @@ std::vector<std::filesystem::path> FilePanelDialog::selection() const {
 
 void FilePanelDialog::renderSelection() {
     confirm_->setEnabled(list_->selectionModel()->hasSelection());
-}
-
-void FilePanelDialog::keyPressEvent(QKeyEvent* event) {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    // There it means to go to what was typed.
-    if (isReturn && path_->hasFocus())
-        return;
-    QDialog::keyPressEvent(event);
 }
 
 void FilePanelDialog::done(int result) {

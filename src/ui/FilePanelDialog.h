@@ -32,7 +32,6 @@ public:
     std::vector<std::filesystem::path> selection() const;
 
 private:
-    void keyPressEvent(QKeyEvent* event) override;
     void done(int result) override;
 
     void arrange(const FilePanelTexts& texts);

@@ -52,8 +52,10 @@ std::optional<bool> preferenceOf(const QVariant& value) {
 } // namespace
 
 PortalAppearance::PortalAppearance() : isPaletteDark_(ternvault::isDark(QGuiApplication::palette())) {
-    if (!sessionHasBus())
+    if (!sessionHasBus() || !QDBusConnection::sessionBus().isConnected())
         return;
+    // Qt looks the slot's types up by name.
+    qRegisterMetaType<QDBusVariant>();
     QDBusConnection::sessionBus().connect(service, path, interface, u"SettingChanged"_s, this,
                                           SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     ask();
