@@ -40,9 +40,10 @@ int refuse(const QString& problem, int status) {
     return status;
 }
 
-int run(QApplication& application, ApplicationService& service, const CommandLine& commandLine) {
+int run(QApplication& application, ApplicationService& service, const CommandLine& commandLine,
+        const SecretServiceStore& secretService) {
     Notices notices;
-    LinuxServices services([&notices](const QString& problem) { notices.show(problem); });
+    LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
     int status = 0;
     {
         TernVaultApp app(application, services, notices);
@@ -59,7 +60,8 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
     return status;
 }
 
-int start(QApplication& application, const CommandLine& commandLine, const QVariantMap& startupTokens) {
+int start(QApplication& application, const CommandLine& commandLine, const QVariantMap& startupTokens,
+          const SecretServiceStore& secretService) {
     if (const std::optional<QString> problem = LinuxServices::environmentProblem())
         return refuse(*problem, usageError);
     ApplicationService service;
@@ -71,7 +73,7 @@ int start(QApplication& application, const CommandLine& commandLine, const QVari
     case ApplicationService::Start::first:
         break;
     }
-    return run(application, service, commandLine);
+    return run(application, service, commandLine, secretService);
 }
 
 } // namespace
@@ -86,6 +88,9 @@ int main(int argc, char* argv[]) {
         std::fputs(early.wantsHelp ? help : "ternvault " TERNVAULT_VERSION "\n", stdout);
         return 0;
     }
+    // The service and the toolkit take equally long, and wait for each other nowhere.
+    SecretServiceStore secretService;
+    secretService.prepare();
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"ternvault"_s);
     QApplication::setApplicationDisplayName(u"Tern Vault"_s);
@@ -94,5 +99,5 @@ int main(int argc, char* argv[]) {
     QApplication::setWindowIcon(QIcon(u":/ternvault/icon.svg"_s));
     QApplication::setQuitOnLastWindowClosed(false);
     // Without Qt's own options.
-    return start(application, parseCommandLine({argv + 1, argv + argc}), startupTokens);
+    return start(application, parseCommandLine({argv + 1, argv + argc}), startupTokens, secretService);
 }

@@ -84,10 +84,6 @@ QLineEdit {
 }
 QLineEdit:focus { border: 2px solid @tint; padding: 3px 6px; }
 
-QCheckBox { spacing: 8px; }
-QCheckBox::indicator { width: 14px; height: 14px; border: 1px solid @secondary; border-radius: 4px; background: @field; }
-QCheckBox::indicator:checked { background: @accent; border-color: @accent; image: url(:/ternvault/symbols/check.svg); }
-
 QRadioButton[segment="true"] {
     border: 1px solid transparent; border-radius: 6px; padding: 4px 22px; spacing: 0px; min-height: 18px;
 }

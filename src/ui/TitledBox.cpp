@@ -45,8 +45,8 @@ void TitledBox::paintEvent(QPaintEvent*) {
     if (!title_.isEmpty()) {
         painter.setFont(titleFont());
         painter.setPen(palette().color(QPalette::WindowText));
-        painter.drawText(QRect(2, 0, width() - 2, titleHeight() - titleGap), Qt::AlignLeading | Qt::AlignVCenter,
-                         title_);
+        painter.drawText(QRect(2, 0, width() - 2, titleHeight() - titleGap),
+                         Qt::AlignLeading | Qt::AlignVCenter, title_);
     }
     painter.setPen(colour(ColourRole::border, palette()));
     painter.setBrush(colour(ColourRole::surface, palette()));

@@ -16,7 +16,7 @@ class SecretServiceStore final : public SecretBackend {
 public:
     explicit SecretServiceStore(std::chrono::milliseconds deadline = std::chrono::milliseconds(1000));
 
-    /// Begins to open the session that the first call needs, and returns at once.
+    /// Begins to open the session that the first call needs, and returns at once. Copies share it.
     void prepare();
 
     SecretAnswer find(const SecretKey& key) override;
@@ -24,7 +24,7 @@ public:
     bool remove(const SecretKey& key) override;
 
 private:
-    const std::chrono::milliseconds deadline_;
+    std::chrono::milliseconds deadline_;
     /// Shared with calls that were given up.
     std::shared_ptr<SecretServiceSession> session_;
 };
