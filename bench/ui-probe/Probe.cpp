@@ -1,12 +1,12 @@
 // Writes down when a program first painted and for how long its main loop was away. Qt loads it where
 // QT_QPA_GENERIC_PLUGINS names it; TERNVAULT_PROBE is the file that it appends to, a line for each event:
 //   paint SECONDS           the first paint is on its way to the screen
-//   gap SECONDS DURATION    the main loop was busy without a pause, from then on
+//   gap SECONDS DURATION    from then on the main loop served no timer for so long
 // SECONDS are the monotonic clock's.
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QGenericPlugin>
+#include <QTimer>
 
 #include <chrono>
 #include <cstdio>
@@ -15,8 +15,10 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
+/// Between two beats of the heart that shows that the main loop is there.
+constexpr std::chrono::milliseconds beat(5);
 /// Seconds. Shorter ones interest nobody.
-constexpr double shortestGap = 0.005;
+constexpr double shortestGap = 0.012;
 
 double now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -26,9 +28,9 @@ class Probe final : public QObject {
 public:
     Probe() : file_(std::fopen(qEnvironmentVariable("TERNVAULT_PROBE").toLocal8Bit().constData(), "a")) {
         QCoreApplication::instance()->installEventFilter(this);
-        const auto* const dispatcher = QAbstractEventDispatcher::instance();
-        connect(dispatcher, &QAbstractEventDispatcher::awake, this, [this] { awake_ = now(); });
-        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &Probe::reportGap);
+        heart_.setTimerType(Qt::PreciseTimer);
+        heart_.callOnTimeout([this] { reportGap(); });
+        heart_.start(beat);
     }
     ~Probe() override {
         if (file_ != nullptr)
@@ -45,10 +47,11 @@ private:
     }
 
     void reportGap() {
-        const double length = now() - awake_;
-        if (awake_ > 0 && length >= shortestGap)
-            write("gap %.6f %.6f\n", awake_, length);
-        awake_ = 0;
+        const double at = now();
+        const double length = at - last_;
+        if (length >= shortestGap)
+            write("gap %.6f %.6f\n", last_, length);
+        last_ = at;
     }
 
     template <typename... Numbers>
@@ -61,8 +64,8 @@ private:
 
     std::FILE* file_;
     bool hasPainted_ = false;
-    /// When the loop last woke up; 0 while it waits.
-    double awake_ = 0;
+    QTimer heart_;
+    double last_ = now();
 };
 
 class ProbePlugin final : public QGenericPlugin {
