@@ -44,7 +44,8 @@ public:
     // NOLINTBEGIN(readability-identifier-naming): names of the interface
     Q_SLOT void Activate(const QVariantMap& platformData);
     Q_SLOT void Open(const QStringList& uris, const QVariantMap& platformData);
-    Q_SLOT void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
+    Q_SLOT void ActivateAction(const QString& name, const QVariantList& parameter,
+                               const QVariantMap& platformData);
     // NOLINTEND(readability-identifier-naming)
 
 private:
