@@ -41,11 +41,11 @@ public:
     /// From now on another start is a first one. The main loop does not run any more.
     void release();
 
-public Q_SLOTS:
     // NOLINTBEGIN(readability-identifier-naming): names of the interface
-    void Activate(const QVariantMap& platformData);
-    void Open(const QStringList& uris, const QVariantMap& platformData);
-    void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
+    Q_SLOT void Activate(const QVariantMap& platformData);
+    Q_SLOT void Open(const QStringList& uris, const QVariantMap& platformData);
+    Q_SLOT void ActivateAction(const QString& name, const QVariantList& parameter,
+                               const QVariantMap& platformData);
     // NOLINTEND(readability-identifier-naming)
 
 private:

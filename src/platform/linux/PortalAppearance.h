@@ -21,10 +21,8 @@ public:
 
     bool isDark() const override { return preference_.value_or(isPaletteDark_); }
 
-private Q_SLOTS:
-    void onSettingChanged(const QString& space, const QString& key, const QDBusVariant& value);
-
 private:
+    Q_SLOT void onSettingChanged(const QString& space, const QString& key, const QDBusVariant& value);
     void ask();
     void take(const QVariant& value);
 
