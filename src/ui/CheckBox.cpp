@@ -41,8 +41,8 @@ QSize CheckBox::sizeHint() const {
 }
 
 QSize CheckBox::minimumSizeHint() const {
-    const int narrowest = fontMetrics().averageCharWidth() * 20;
-    return {std::min(sizeHint().width(), narrowest), indicatorHeight() + 2 * margin};
+    const int longestWord = textSize(1).width();
+    return {indicatorWidth() + spacing + longestWord + 2 * margin, indicatorHeight() + 2 * margin};
 }
 
 int CheckBox::heightForWidth(int width) const {
@@ -60,12 +60,14 @@ void CheckBox::paintEvent(QPaintEvent*) {
 
     const QRect area = rect().adjusted(indicatorWidth() + spacing + margin,
                                        std::max(margin, firstLine - fontMetrics().height() / 2), -margin, 0);
-    painter.setPen(palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
+    painter.setPen(
+        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
     painter.drawText(area, wrapped, text());
     if (hasFocus()) {
         QStyleOptionFocusRect frame;
         frame.initFrom(this);
-        frame.rect = QRect(area.topLeft(), textSize(area.width())).adjusted(-margin, -margin + 1, margin, margin - 1);
+        frame.rect =
+            QRect(area.topLeft(), textSize(area.width())).adjusted(-margin, -margin + 1, margin, margin - 1);
         painter.drawPrimitive(QStyle::PE_FrameFocusRect, frame);
     }
 }

@@ -3,16 +3,18 @@
 #include "model/AppModel.h"
 #include "platform/Activation.h"
 #include "ui/Announce.h"
-#include "ui/TitledBox.h"
 #include "ui/ClampedText.h"
 #include "ui/Controls.h"
 #include "ui/DropZone.h"
+#include "ui/TitledBox.h"
 
 #include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+
+#include <algorithm>
 
 namespace ternvault {
 
@@ -50,7 +52,9 @@ bool offersClearing(const TransferManager& transfers) {
 double progressOf(const TransferManager& transfers) {
     if (transfers.totalCount < 1)
         return 0;
-    return static_cast<double>(transfers.completedCount) / static_cast<double>(transfers.totalCount);
+    // A copy that a cancel left in flight may end after the counters were cleared.
+    const std::int64_t completed = std::min<std::int64_t>(transfers.completedCount, transfers.totalCount);
+    return static_cast<double>(completed) / static_cast<double>(transfers.totalCount);
 }
 
 ClampedText* makeClampedText(int lines, const TextLook& look) {
@@ -84,7 +88,8 @@ TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& acti
     addDropZoneButtons(tasks);
 
     auto* const box = new TitledBox(title, spacing, padding);
-    for (QWidget* const element : std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
+    for (QWidget* const element :
+         std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
         box->column().addWidget(element);
     box->column().addLayout(makeBottomRow());
     auto* const whole = new QVBoxLayout(this);
