@@ -37,8 +37,8 @@ QSize CheckBox::sizeHint() const {
 }
 
 QSize CheckBox::minimumSizeHint() const {
-    const int narrowest = fontMetrics().averageCharWidth() * 20;
-    return {std::min(sizeHint().width(), narrowest), indicatorSize + 2 * margin};
+    const int longestWord = textSize(1).width();
+    return {indicatorSize + spacing + longestWord + 2 * margin, indicatorSize + 2 * margin};
 }
 
 int CheckBox::heightForWidth(int width) const {

@@ -7,6 +7,8 @@
 
 namespace ternvault {
 
+using namespace Qt::StringLiterals;
+
 ClampedText::ClampedText(int maxLines) : maxLines_(maxLines) {
     setTextFormat(Qt::PlainText);
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
@@ -18,7 +20,7 @@ bool ClampedText::show(const QString& text) {
     if (text == this->text())
         return false;
     setText(text);
-    setToolTip(isShortened() ? text : QString());
+    showAllInToolTip();
     updateGeometry();
     return true;
 }
@@ -71,7 +73,12 @@ void ClampedText::paintEvent(QPaintEvent*) {
 
 void ClampedText::resizeEvent(QResizeEvent* event) {
     QLabel::resizeEvent(event);
-    setToolTip(isShortened() ? text() : QString());
+    showAllInToolTip();
+}
+
+/// Tool tips take what looks like mark-up for mark-up.
+void ClampedText::showAllInToolTip() {
+    setToolTip(isShortened() ? u"<p>"_s + text().toHtmlEscaped() + u"</p>"_s : QString());
 }
 
 } // namespace ternvault

@@ -23,6 +23,7 @@ private:
     /// The lines as they are drawn at this width, the last one shortened where there are more.
     QStringList lines(int width) const;
     bool isShortened() const;
+    void showAllInToolTip();
 
     int maxLines_;
 };

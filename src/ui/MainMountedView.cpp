@@ -95,6 +95,7 @@ MainMountedView::MainMountedView(AppModel& model, TaskScope& tasks, const Platfo
     setAcceptDrops(true);
     // For the paste command; with the keyboard alone the drop zone is the place to be.
     setFocusPolicy(Qt::ClickFocus);
+    setAccessibleName(title);
 
     column().addLayout(makeHeader());
     column().addWidget(makeServerBox());

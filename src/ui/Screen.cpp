@@ -1,5 +1,7 @@
 #include "ui/Screen.h"
 
+#include <QScrollBar>
+
 namespace ternvault {
 
 Screen::Screen(int spacing, int padding) {
@@ -17,7 +19,7 @@ Screen::Screen(int spacing, int padding) {
 }
 
 QSize Screen::minimumSizeHint() const {
-    return {widget()->minimumSizeHint().width(), 0};
+    return {widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width(), 0};
 }
 
 QSize Screen::sizeHint() const {

@@ -14,6 +14,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 
+#include <algorithm>
+
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
@@ -50,7 +52,9 @@ bool offersClearing(const TransferManager& transfers) {
 double progressOf(const TransferManager& transfers) {
     if (transfers.totalCount < 1)
         return 0;
-    return static_cast<double>(transfers.completedCount) / static_cast<double>(transfers.totalCount);
+    // A copy that a cancel left in flight may end after the counters were cleared.
+    const std::int64_t completed = std::min<std::int64_t>(transfers.completedCount, transfers.totalCount);
+    return static_cast<double>(completed) / static_cast<double>(transfers.totalCount);
 }
 
 ClampedText* makeClampedText(int lines, const TextLook& look) {

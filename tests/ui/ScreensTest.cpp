@@ -1,0 +1,192 @@
+#include "ui/UiFixture.h"
+
+#include <QCheckBox>
+#include <QListView>
+#include <QRadioButton>
+
+namespace ternvault {
+namespace {
+
+using namespace Qt::StringLiterals;
+using Text = Published<QString>;
+
+struct Screens : test::UiFixture {
+    /// Typing writes through, a change of the model shows, and news of other things leave the cursor alone.
+    void checkBinding(const QString& name, Text AppModel::*field) {
+        SCOPED_TRACE(name.toStdString());
+        QLineEdit& edit = find<QLineEdit>(name);
+        edit.setFocus();
+        edit.selectAll();
+        QTest::keyClicks(&edit, u" a&b"_s);
+        EXPECT_EQ(*(model.*field), u" a&b"_s);
+        edit.setSelection(1, 2);
+        model.status = *model.status + u"!"_s;
+        settle();
+        EXPECT_EQ(std::pair(edit.selectionStart(), edit.selectedText()), std::pair(1, u"a&"_s));
+        model.*field = u"from elsewhere"_s;
+        settle();
+        EXPECT_EQ(edit.text(), u"from elsewhere"_s);
+    }
+};
+
+TEST_F(Screens, BindFieldsBothWays) {
+    showSetup();
+    checkBinding(u"Server IP"_s, &AppModel::serverIP);
+    checkBinding(u"Username"_s, &AppModel::smbUser);
+    checkBinding(u"Password"_s, &AppModel::smbPassword);
+    showMain();
+    checkBinding(u"IP address"_s, &AppModel::serverIP);
+    checkBinding(u"Port"_s, &AppModel::agentPort);
+    checkBinding(u"SMB username"_s, &AppModel::smbUser);
+    checkBinding(u"SMB password"_s, &AppModel::smbPassword);
+    showSettings();
+    checkBinding(u"Server IP"_s, &AppModel::serverIP);
+    checkBinding(u"Agent port"_s, &AppModel::agentPort);
+    checkBinding(u"Agent token"_s, &AppModel::agentToken);
+    checkBinding(u"SMB username"_s, &AppModel::smbUser);
+    checkBinding(u"SMB password"_s, &AppModel::smbPassword);
+    checkBinding(u"Preferred share name"_s, &AppModel::selectedShare);
+    for (const char* name : {"Agent token", "SMB password"})
+        EXPECT_EQ(find<QLineEdit>(QLatin1String(name)).echoMode(), QLineEdit::Password);
+}
+
+TEST_F(Screens, AcceptOnlyWithBothBoxesTicked) {
+    showLegal();
+    QPushButton& accept = button(u"Accept & Continue"_s);
+    const QList<QCheckBox*> boxes = all<QCheckBox>();
+    for (QPushButton* const link : {&button(u"Open Privacy Policy"_s), &button(u"Open Terms & Conditions"_s)})
+        link->click();
+    EXPECT_EQ(fake.workspace.browsed,
+              (std::vector{QUrl(u"https://x/privacy"_s), QUrl(u"https://x/terms"_s)}));
+    // The boxes after each click on one of them; Return is pressed each time.
+    struct Step {
+        int clicked;
+        bool privacy, terms;
+    };
+    for (const Step& step : {Step{0, true, false}, {0, false, false}, {1, false, true}, {0, true, true}}) {
+        EXPECT_FALSE(model.legalAccepted);
+        QTest::mouseClick(boxes[step.clicked], Qt::LeftButton);
+        EXPECT_EQ(std::pair(*model.acceptedPrivacy, *model.acceptedTerms),
+                  std::pair(step.privacy, step.terms));
+        settle();
+        EXPECT_EQ(accept.isEnabled(), step.privacy && step.terms);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    }
+    EXPECT_TRUE(model.legalAccepted);
+    EXPECT_TRUE(accept.isDefault());
+}
+
+TEST_F(Screens, ConnectFromAnyFieldOnceAllAreFilled) {
+    struct Case {
+        const char *server, *user, *password;
+        bool isBusy, canConnect;
+    };
+    showSetup();
+    for (const Case& entry : {Case{"a", "b", "secret", false, true},
+                              {" ", " ", " ", false, true},
+                              {"", "b", "secret", false, false},
+                              {"a", "", "secret", false, false},
+                              {"a", "b", "", false, false},
+                              {"a", "b", "secret", true, false}}) {
+        for (const auto& [key, modifier] :
+             {std::pair(Qt::Key_Return, Qt::NoModifier), {Qt::Key_Enter, Qt::KeypadModifier}}) {
+            SCOPED_TRACE(testing::Message()
+                         << entry.server << '/' << entry.user << '/' << entry.password << ' ' << key);
+            model.serverIP = QString::fromLatin1(entry.server);
+            model.smbUser = QString::fromLatin1(entry.user);
+            model.smbPassword = QString::fromLatin1(entry.password);
+            model.isBusy = entry.isBusy;
+            model.setupError = std::nullopt;
+            settle();
+            EXPECT_EQ(button(u"Create & Connect"_s).isEnabled(), entry.canConnect);
+            QLineEdit& field = find<QLineEdit>(u"Username"_s);
+            field.setFocus();
+            QTest::keyClick(&field, key, modifier);
+            settle();
+            EXPECT_EQ(model.setupError->has_value(), entry.canConnect)
+                << "the flow ends with an error, without a token";
+        }
+    }
+}
+
+TEST_F(Screens, SetUpTextsFollowTheMode) {
+    showSetup();
+    const auto texts = [this] {
+        QStringList shown{find<QLineEdit>(u"Username"_s).placeholderText()};
+        for (const QLabel* const label : all<QLabel>())
+            shown << label->text();
+        for (QPushButton* const action : all<QPushButton>())
+            shown << test::nameOf(*action);
+        return shown;
+    };
+    const QStringList creating = texts();
+    EXPECT_TRUE(creating.contains(u"Create & Connect"_s) && creating.contains(u"new username"_s));
+    QTest::mouseClick(&find<QRadioButton>(u"Login"_s), Qt::LeftButton);
+    EXPECT_EQ(model.authMode.get(), AuthMode::login);
+    settle();
+    const QStringList loggingIn = texts();
+    EXPECT_TRUE(loggingIn.contains(u"Login & Connect"_s) && loggingIn.contains(u"existing username"_s));
+    qsizetype differences = 0;
+    for (qsizetype index = 0; index < creating.size(); ++index)
+        differences += creating[index] == loggingIn.value(index) ? 0 : 1;
+    EXPECT_EQ(differences, 3) << "and the explanation";
+    model.authMode = AuthMode::create;
+    settle();
+    EXPECT_EQ(texts(), creating);
+    EXPECT_TRUE(find<QRadioButton>(u"Create"_s).isChecked());
+    EXPECT_EQ(find<QLineEdit>(u"Username"_s).text(), u"anna"_s);
+}
+
+TEST_F(Screens, ShowErrorsWithoutLeavingAGap) {
+    const QString error = u"<b>No</b> & never"_s;
+    const auto check = [&](std::optional<QString> message, Published<std::optional<QString>>& field) {
+        QPushButton& action = *all<QPushButton>().last();
+        const int before = action.y();
+        field = message;
+        settle();
+        const QLabel& line = find<QLabel>(error);
+        EXPECT_EQ(action.y(), before + line.height() + screen->findChild<QVBoxLayout*>()->spacing());
+        EXPECT_LT(line.y(), action.y());
+        field = std::nullopt;
+        settle();
+        EXPECT_EQ(action.y(), before);
+    };
+    showLegal();
+    check(error, model.legalError);
+    showSetup();
+    check(error, model.setupError);
+}
+
+TEST_F(Screens, SettingsAndMainScreenFollowEachOther) {
+    model.shares = std::vector{test::share(u"A"_s), test::share(u"B"_s)};
+    showMain();
+    const auto selected = [&list = find<QListView>(u"SMB shares"_s)] {
+        const QModelIndexList rows = list.selectionModel()->selectedIndexes();
+        return rows.isEmpty() ? QString() : rows[0].data().toString();
+    };
+    SettingsView settings(model);
+    QLineEdit* const share = settings.findChildren<QLineEdit*>().last();
+    for (const QString& name : {u"B"_s, u"A"_s, u"C"_s}) {
+        share->selectAll();
+        QTest::keyClicks(share, name);
+        settle();
+        EXPECT_EQ(selected(), name == u"C"_s ? QString() : name);
+        EXPECT_EQ(*model.selectedShare, name);
+    }
+    QCheckBox* const here = all<QCheckBox>().first();
+    QCheckBox* const there = settings.findChildren<QCheckBox*>().first();
+    for (QCheckBox* const clicked : {here, there}) {
+        const bool on = !model.autoConnect;
+        clicked->click();
+        settle();
+        EXPECT_TRUE(*model.autoConnect == on && here->isChecked() == on && there->isChecked() == on);
+    }
+    settings.findChildren<QCheckBox*>().last()->click();
+    EXPECT_TRUE(model.showDesktopIcon);
+    model.setupComplete = true;
+    settings.findChildren<QPushButton*>().first()->click();
+    EXPECT_FALSE(model.setupComplete);
+}
+
+} // namespace
+} // namespace ternvault

@@ -1,0 +1,144 @@
+#include "ui/ClampedText.h"
+#include "ui/DropZone.h"
+#include "ui/UiFixture.h"
+
+#include <QProgressBar>
+#include <QTextDocument>
+#include <QWindow>
+
+namespace ternvault {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+struct Panel : test::UiFixture {
+    Panel() { showMain({700, 1000}); }
+    TransferManager& transfers = model.transfers;
+};
+
+TEST_F(Panel, ShowsWhatTheStateCallsFor) {
+    struct Case {
+        bool isTransferring;
+        const char* file;
+        int completed, total, errors;
+        const char* lastError;
+        bool showsProgress, showsError, offersCancel, offersClearing;
+        int percent;
+    };
+    QProgressBar& bar = find<QProgressBar>(u"Transfer progress"_s);
+    for (const Case& entry : {Case{false, "", 0, 0, 0, nullptr, false, false, false, false, 0},
+                              {true, "", 0, 0, 0, nullptr, true, false, true, false, 0},
+                              {true, "f & <b>", 1, 4, 0, "e", true, false, true, false, 25},
+                              {true, "f", 2, 4, 1, nullptr, true, false, true, false, 50},
+                              {true, "f", 3, 4, 1, "e", true, true, true, false, 75},
+                              {false, "f", 4, 4, 0, nullptr, true, false, false, true, 100},
+                              {true, "f", 5, 4, 0, nullptr, true, false, true, false, 100},
+                              {false, "", 3, 4, 1, "e", false, true, false, true, 75},
+                              {false, "", 0, 0, 2, "e", false, true, false, false, 0}}) {
+        SCOPED_TRACE(testing::Message()
+                     << entry.isTransferring << entry.file << entry.completed << entry.errors);
+        transfers.isTransferring = entry.isTransferring;
+        transfers.currentFileName = QString::fromLatin1(entry.file);
+        transfers.completedCount = entry.completed;
+        transfers.totalCount = entry.total;
+        transfers.errorCount = entry.errors;
+        transfers.lastError = entry.lastError ? std::optional(u"it <b>failed</b>"_s) : std::nullopt;
+        settle();
+        EXPECT_EQ(bar.isVisible(), entry.showsProgress);
+        EXPECT_EQ(100 * bar.value() / bar.maximum(), entry.percent);
+        if (entry.showsProgress) {
+            EXPECT_TRUE(find<ClampedText>(QString::fromLatin1(entry.file)).isVisible());
+        }
+        const QList<ClampedText*> texts = all<ClampedText>();
+        EXPECT_EQ(std::any_of(texts.begin(), texts.end(),
+                              [](ClampedText* text) {
+                                  return text->isVisible() && test::nameOf(*text) == u"it <b>failed</b>"_s;
+                              }),
+                  entry.showsError);
+        EXPECT_EQ(button(u"Cancel"_s).isVisible(), entry.offersCancel);
+        EXPECT_EQ(button(u"Clear counters"_s).isVisible(), entry.offersClearing);
+        EXPECT_TRUE(find<QLabel>(transfers.progressLabel()).isVisible());
+    }
+}
+
+TEST_F(Panel, ShowsNamesAsTheyAre) {
+    const QString name = u"<b>Tom</b> & <i>"_s + QString(400, u'x') + u"</i>.txt"_s;
+    transfers.currentFileName = name;
+    settle();
+    ClampedText& text = find<ClampedText>(name);
+    EXPECT_LE(text.height(), 2 * text.fontMetrics().lineSpacing());
+    QTextDocument tip;
+    if (Qt::mightBeRichText(text.toolTip()))
+        tip.setHtml(text.toolTip());
+    else
+        tip.setPlainText(text.toolTip());
+    EXPECT_EQ(tip.toPlainText(), name) << "what is left out is in the tool tip";
+    transfers.currentFileName = u"short & sweet"_s;
+    settle();
+    EXPECT_EQ(text.toolTip(), u""_s);
+}
+
+TEST_F(Panel, AClickOnTheZoneOnlyActivates) {
+    DropZone& zone = *all<DropZone>().first();
+    QLabel& headline = *zone.findChildren<QLabel*>().first();
+    QPushButton& paste = button(u"Paste files now"_s);
+    QPushButton& add = button(u"Add Files…"_s);
+    const auto click = [this](QWidget& on, QPoint at) {
+        QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, on.mapTo(&window, at));
+        settle();
+    };
+    click(zone, {8, 8});
+    click(headline, headline.rect().center());
+    EXPECT_EQ(fake.activation.count, 2);
+    EXPECT_FALSE(fake.filePanel.pending);
+    EXPECT_EQ(*transfers.lastError, std::nullopt) << "nothing was pasted";
+    click(add, add.rect().center());
+    EXPECT_TRUE(fake.filePanel.pending);
+    click(paste, paste.rect().center());
+    EXPECT_TRUE(transfers.lastError->has_value()) << "there was nothing to paste";
+    EXPECT_EQ(fake.activation.count, 2);
+
+    transfers.totalCount = 2;
+    settle();
+    button(u"Clear counters"_s).click();
+    EXPECT_EQ(transfers.totalCount, 0);
+    transfers.isTransferring = true;
+    settle();
+    button(u"Cancel"_s).click();
+    EXPECT_FALSE(transfers.isTransferring);
+}
+
+TEST_F(Panel, ZoneTintsWhileFilesHover) {
+    DropZone& zone = *all<DropZone>().first();
+    QList<QImage> looks;
+    for (const bool isTargeted : {false, true, false}) {
+        model.isDropTargeted = isTargeted;
+        settle();
+        looks << zone.grab().toImage();
+    }
+    EXPECT_NE(looks[0], looks[1]);
+    EXPECT_EQ(looks[0], looks[2]);
+}
+
+TEST_F(Panel, TenThousandJobsLeaveNothingBehind) {
+    fake.processes.executables = {u"/usr/bin/rsync"_s};
+    fake.files.entries = {{"/Volumes/MOSSBOX1", true}};
+    const auto copy = [this](int batch) {
+        std::vector<std::filesystem::path> files;
+        for (int index = 0; index < 100; ++index) {
+            files.push_back("/s/" + std::to_string(100 * batch + index));
+            fake.files.entries[files.back()] = false;
+        }
+        transfers.enqueue(files, "/Volumes/MOSSBOX1");
+        settle();
+    };
+    copy(0);
+    const qsizetype objects = all<QObject>().size();
+    for (int batch = 1; batch < 100; ++batch)
+        copy(batch);
+    EXPECT_EQ(transfers.completedCount, 10000);
+    EXPECT_EQ(all<QObject>().size(), objects);
+}
+
+} // namespace
+} // namespace ternvault
