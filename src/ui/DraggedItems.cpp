@@ -1,8 +1,9 @@
 #include "ui/DraggedItems.h"
 
+#include "base/FileUrl.h"
+
 #include <QMimeData>
 
-#include <algorithm>
 #include <utility>
 
 namespace ternvault {
@@ -10,12 +11,12 @@ namespace ternvault {
 namespace {
 
 /// A drag has all of its content with it.
-class DraggedURL final : public ItemProvider {
+class DraggedFile final : public ItemProvider {
 public:
-    explicit DraggedURL(QUrl url) : url_(std::move(url)) {}
+    explicit DraggedFile(QUrl url) : url_(std::move(url)) {}
 
-    void load(const QString&, Completion completion) override {
-        completion(url_.isLocalFile() ? Item(url_) : Item());
+    void load(const QString& typeIdentifier, Completion completion) override {
+        completion(typeIdentifier == u"public.file-url" ? Item(url_) : Item());
     }
 
 private:
@@ -24,16 +25,17 @@ private:
 
 } // namespace
 
-bool holdsFileURLs(const QMimeData& dragged) {
-    const QList<QUrl> urls = dragged.urls();
-    return std::any_of(urls.begin(), urls.end(), [](const QUrl& url) { return url.isLocalFile(); });
-}
-
 std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& dragged) {
     std::vector<std::unique_ptr<ItemProvider>> items;
-    for (const QUrl& url : dragged.urls())
-        items.push_back(std::make_unique<DraggedURL>(url));
+    for (const QUrl& url : dragged.urls()) {
+        if (localPath(url))
+            items.push_back(std::make_unique<DraggedFile>(url));
+    }
     return items;
+}
+
+bool holdsFileURLs(const QMimeData& dragged) {
+    return !itemProviders(dragged).empty();
 }
 
 } // namespace ternvault

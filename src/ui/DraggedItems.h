@@ -9,8 +9,8 @@ class QMimeData;
 
 namespace ternvault {
 
-bool holdsFileURLs(const QMimeData& dragged);
-/// The items of a drag, one for each URL.
+/// The files that a drag carries, one provider for each. They own what they deliver, so that the drag may go.
 std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& dragged);
+bool holdsFileURLs(const QMimeData& dragged);
 
 } // namespace ternvault

@@ -1,7 +1,6 @@
 #include "base/FileUrl.h"
 #include "intake/DroppedFiles.h"
 #include "intake/PasteboardFiles.h"
-#include "platform/linux/DropItems.h"
 #include "platform/linux/QtMainLoop.h"
 #include "platform/linux/SelectionPasteboard.h"
 #include "support/FakePlatform.h"
@@ -123,26 +122,6 @@ TEST(Drop, LoadsOfManyThreadsAreHandedOverOnceOnTheMainThread) {
     QCoreApplication::processEvents();
     EXPECT_EQ(files.size(), 50u);
     EXPECT_EQ(handOvers, 1);
-}
-
-TEST(Drop, OfADragDeliversItsFilesAfterTheDragIsGone) {
-    std::vector<std::unique_ptr<ItemProvider>> items;
-    {
-        QMimeData drag;
-        EXPECT_FALSE(holdsFiles(drag));
-        drag.setText(u"file:///s/a"_s);
-        drag.setUrls({QUrl(u"http://pc/a"_s)});
-        EXPECT_FALSE(holdsFiles(drag));
-        drag.setUrls({QUrl(u"http://pc/a"_s), QUrl::fromLocalFile(u"/s/ü 1%#"_s)});
-        EXPECT_TRUE(holdsFiles(drag));
-        items = dropItems(drag);
-    }
-    ASSERT_EQ(items.size(), 1u);
-    test::VirtualTime time;
-    Paths paths;
-    handleDrop(items, time, [&](const std::vector<QUrl>& urls) { paths = pathsOf(urls); });
-    time.run();
-    EXPECT_EQ(paths, Paths{"/s/ü 1%#"});
 }
 
 } // namespace
