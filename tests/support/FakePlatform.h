@@ -2,18 +2,13 @@
 
 #include "platform/Platform.h"
 
-#include <QStringList>
-
+#include <algorithm>
 #include <deque>
-#include <filesystem>
-#include <functional>
 #include <map>
 #include <ostream>
 #include <set>
 #include <string>
 #include <system_error>
-#include <utility>
-#include <vector>
 
 inline void PrintTo(const QString& text, std::ostream* out) {
     *out << '"' << text.toStdString() << '"';
@@ -50,13 +45,10 @@ public:
         const std::chrono::milliseconds end = now_ + duration;
         run();
         for (;;) {
-            auto next = timers_.end();
-            for (auto timer = timers_.begin(); timer != timers_.end(); ++timer) {
-                if (timer->second.due <= end &&
-                    (next == timers_.end() || timer->second.due < next->second.due))
-                    next = timer;
-            }
-            if (next == timers_.end())
+            const auto next = std::min_element(timers_.begin(), timers_.end(), [](auto& one, auto& other) {
+                return one.second.due < other.second.due;
+            });
+            if (next == timers_.end() || next->second.due > end)
                 break;
             now_ = next->second.due;
             const std::function<void()> action = next->second.action;

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace ternvault::test {
 
 /// A model over faked ports; `start` runs its start sequence on whatever was stored before.

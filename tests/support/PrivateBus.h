@@ -4,8 +4,6 @@
 
 #include <QProcess>
 
-#include <filesystem>
-
 namespace ternvault::test {
 
 /// A session bus of the test's own, which this process and its children use from then on.

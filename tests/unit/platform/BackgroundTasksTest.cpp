@@ -4,9 +4,7 @@
 
 #include <future>
 #include <sys/resource.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace ternvault {
 

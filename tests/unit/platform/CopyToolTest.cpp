@@ -1,8 +1,6 @@
 #include "platform/linux/programs/CopyTool.h"
 #include "support/TemporaryFolder.h"
 
-#include <QStringList>
-
 #include <gtest/gtest.h>
 
 #include <array>

@@ -11,14 +11,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString child = QStringLiteral(TERNVAULT_TEST_CHILD);
+const QString shell = u"/bin/sh"_s;
 
 } // namespace
 
 TEST(ProcessLauncher, CapturesBothFloodedStreamsInFullOnAnyThread) {
     LinuxProcessLauncher launcher{ProgramTable()};
     ProcessResult result;
-    std::thread([&] { result = launcher.run(child, {u"flood"_s, u"100"_s}); }).join();
+    std::thread([&] {
+        result = launcher.run(shell, {u"-c"_s, u"head -c 100M /dev/zero | tr '\\0' e >&2 & "
+                                               "head -c 100M /dev/zero | tr '\\0' o; wait"_s});
+    }).join();
     EXPECT_TRUE(result.succeeded());
     EXPECT_EQ(result.standardOutput.count('o'), 100 << 20);
     EXPECT_EQ(result.standardError.count('e'), 100 << 20);
@@ -33,10 +36,9 @@ TEST(ProcessLauncher, TellsExitStatusSignalAndStartFailureApart) {
         int exitStatus;
         bool starts;
     } cases[] = {
-        {child, {u"exit"_s, u"0"_s}, 0, true},
-        {child, {u"exit"_s, u"127"_s}, 127, true},
-        {child, {u"signal"_s, QString::number(SIGKILL)}, SIGKILL, true},
-        {child, {u"signal"_s, QString::number(SIGTERM)}, SIGTERM, true},
+        {shell, {u"-c"_s, u"exit 0"_s}, 0, true},
+        {shell, {u"-c"_s, u"exit 127"_s}, 127, true},
+        {shell, {u"-c"_s, u"kill -KILL $$"_s}, SIGKILL, true},
         {u"/nonexistent/program"_s, {}, 0, false},
         {u"/etc/passwd"_s, {}, 0, false},
         {u"/"_s, {}, 0, false},
@@ -55,22 +57,22 @@ TEST(ProcessLauncher, TellsExitStatusSignalAndStartFailureApart) {
 TEST(ProcessLauncher, DoesNotWaitForADaemonThatKeepsTheStreams) {
     LinuxProcessLauncher launcher{ProgramTable()};
     const auto begin = std::chrono::steady_clock::now();
-    const ProcessResult result = launcher.run(child, {u"leave-daemon"_s});
+    const ProcessResult result = launcher.run(shell, {u"-c"_s, u"sleep 60 & echo started $!"_s});
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
     ASSERT_TRUE(result.standardOutput.startsWith("started ")) << result.standardOutput.toStdString();
-    ::kill(result.standardOutput.mid(8).toInt(), SIGKILL);
+    ::kill(result.standardOutput.mid(8).trimmed().toInt(), SIGKILL);
 }
 
 TEST(ProcessLauncher, TakesWhatTheTableHasInPlaceOfAProgram) {
     ProgramTable table;
-    table.substitute(u"/usr/bin/open"_s, child);
+    table.substitute(u"/usr/bin/open"_s, shell);
     table.substitute(u"/usr/bin/osascript"_s, StandIn([](const QStringList& arguments) {
                          return ProcessResult{{}, 7, arguments.join(u'|').toUtf8(), {}};
                      }));
     LinuxProcessLauncher launcher(table);
     EXPECT_TRUE(launcher.isExecutable(u"/usr/bin/osascript"_s));
     EXPECT_TRUE(launcher.isExecutable(u"/usr/bin/open"_s));
-    EXPECT_EQ(launcher.run(u"/usr/bin/open"_s, {u"exit"_s, u"3"_s}).exitStatus, 3);
+    EXPECT_EQ(launcher.run(u"/usr/bin/open"_s, {u"-c"_s, u"exit 3"_s}).exitStatus, 3);
     const ProcessResult result = launcher.run(u"/usr/bin/osascript"_s, {u"-e"_s, u"x y"_s});
     EXPECT_EQ(result.exitStatus, 7);
     EXPECT_EQ(result.standardOutput, "-e|x y");

@@ -47,8 +47,7 @@ TEST(PropertyList, EveryTypeAndTextComesBackAsItWas) {
         QDateTime({2026, 8, 5}, {14, 3, 27}, QTimeZone::utc()),
         QVariantList{},
         QVariantMap{},
-        QVariantMap{{awkwardText(), QVariantList{QVariantMap{{u""_s, u"\x01"_s}}, true, qlonglong{1}, 1.0}}},
-    };
+        QVariantMap{{awkwardText(), QVariantList{QVariantMap{{u""_s, u"\x01"_s}}, true, qlonglong{1}, 1.0}}}};
     for (const QVariant& value : values) {
         const QByteArray xml = writePropertyList(value);
         const auto decoded = readPropertyList(xml);
@@ -79,23 +78,21 @@ TEST(PropertyList, ReadsWhatOthersWriteAndNamesTheLineOfAnError) {
 
     const QByteArray tooDeep =
         QByteArray("<array>").repeated(100000) + QByteArray("</array>").repeated(100000);
-    const QByteArray broken[] = {
-        "",
-        "not XML",
-        "<plist/>",
-        "<html><string/></html>",
-        document("<string>x"),
-        document("<string/><string/>"),
-        document("<integer>1.5</integer>"),
-        document("<real>much</real>"),
-        document("<data>*</data>"),
-        document("<date>today</date>"),
-        document("<uid>1</uid>"),
-        document("<dict><key>k</key></dict>"),
-        document("<dict><string>k</string></dict>"),
-        document("<string>a<b/></string>"),
-        document(tooDeep.constData()),
-    };
+    const QByteArray broken[] = {"",
+                                 "not XML",
+                                 "<plist/>",
+                                 "<html><string/></html>",
+                                 document("<string>x"),
+                                 document("<string/><string/>"),
+                                 document("<integer>1.5</integer>"),
+                                 document("<real>much</real>"),
+                                 document("<data>*</data>"),
+                                 document("<date>today</date>"),
+                                 document("<uid>1</uid>"),
+                                 document("<dict><key>k</key></dict>"),
+                                 document("<dict><string>k</string></dict>"),
+                                 document("<string>a<b/></string>"),
+                                 document(tooDeep.constData())};
     for (const QByteArray& xml : broken) {
         const auto result = readPropertyList(xml);
         ASSERT_TRUE(std::holds_alternative<PropertyListError>(result)) << xml.left(100).toStdString();

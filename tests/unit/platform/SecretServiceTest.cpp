@@ -1,9 +1,7 @@
 #include "platform/linux/SecretServiceStore.h"
 #include "support/PrivateBus.h"
-#include "support/TemporaryFolder.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -39,11 +37,13 @@ protected:
         keyring.write("keyring password");
         keyring.waitForBytesWritten(startMilliseconds);
         keyring.closeWriteChannel();
-        QProcess wait;
-        wait.start(u"gdbus"_s,
-                   {u"wait"_s, u"--session"_s, u"--timeout"_s, u"20"_s, u"org.freedesktop.secrets"_s});
-        wait.waitForFinished(startMilliseconds);
-        ASSERT_EQ(wait.exitCode(), 0) << keyring.readAllStandardError().toStdString();
+        gdbus({u"wait"_s, u"--session"_s, u"--timeout"_s, u"20"_s, u"org.freedesktop.secrets"_s});
+    }
+    static void gdbus(const QStringList& arguments) {
+        QProcess process;
+        process.start(u"gdbus"_s, arguments);
+        process.waitForFinished(startMilliseconds);
+        ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
     }
     QString path() const { return QString::fromStdString(folder.path().native()); }
 
@@ -83,13 +83,10 @@ TEST_F(SecretServiceTest, KeepsOneSecretPerKeyUntilTheCollectionIsLocked) {
     EXPECT_EQ(store.find(other).secret, "legacy");
     EXPECT_TRUE(store.store(key, "kept"));
 
-    QProcess lock;
-    lock.start(u"gdbus"_s,
-               {u"call"_s, u"--session"_s, u"--dest"_s, u"org.freedesktop.secrets"_s, u"--object-path"_s,
-                u"/org/freedesktop/secrets"_s, u"--method"_s, u"org.freedesktop.Secret.Service.Lock"_s,
-                u"['/org/freedesktop/secrets/aliases/default']"_s});
-    lock.waitForFinished(startMilliseconds);
-    ASSERT_EQ(lock.exitCode(), 0) << lock.readAllStandardError().toStdString();
+    ASSERT_NO_FATAL_FAILURE(
+        gdbus({u"call"_s, u"--session"_s, u"--dest"_s, u"org.freedesktop.secrets"_s, u"--object-path"_s,
+               u"/org/freedesktop/secrets"_s, u"--method"_s, u"org.freedesktop.Secret.Service.Lock"_s,
+               u"['/org/freedesktop/secrets/aliases/default']"_s}));
     expectOutOfReachWithin(500);
 }
 
