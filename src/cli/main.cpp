@@ -9,7 +9,7 @@
 #include "cli/Terminal.h"
 #include "model/AppModel.h"
 #include "platform/linux/LinuxServices.h"
-#include "platform/linux/NoFilePanel.h"
+#include "platform/linux/NoUserInterface.h"
 
 #include <QCoreApplication>
 
@@ -87,8 +87,8 @@ int run(const Command& command) {
         trouble = true;
         printError(u"ternvault-cli: "_s + message);
     });
-    NoFilePanel filePanel(services.mainLoop());
-    const Platform platform = services.platform(filePanel);
+    NoUserInterface noUserInterface(services.mainLoop());
+    const Platform platform = services.platform(noUserInterface.services());
     int status = failure;
     {
         AppModel model(platform);

@@ -16,6 +16,7 @@
 
 #include <QLatin1String>
 #include <QString>
+#include <QUrl>
 
 #include <chrono>
 #include <memory>
@@ -104,6 +105,14 @@ public:
     Task<> autoMountIfNeeded();
     void openMountedVolumeInFinder();
     void applyDesktopIconVisibility(bool restartFinder);
+
+    /// Queues the files for the mounted volume, mounting it first when needed, and reports in `status` how
+    /// many were handed in. What is no file of this PC is reported by the queue as missing.
+    Task<> handleIncomingFileURLs(std::vector<QUrl> urls);
+    /// Queues the files on the pasteboard, and brings the application to the front when there are any.
+    Task<> pasteFromClipboard();
+    /// The existing files on the pasteboard. For another thread see intake/PasteboardFiles.h.
+    std::vector<QUrl> fileURLsFromPasteboard() const;
 
     QString preferredShare() const override { return selectedShare; }
 

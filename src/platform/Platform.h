@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Activation.h"
 #include "platform/BackgroundTasks.h"
 #include "platform/Clock.h"
 #include "platform/FileLocations.h"
@@ -7,6 +8,7 @@
 #include "platform/FilePanel.h"
 #include "platform/HttpClient.h"
 #include "platform/MainLoop.h"
+#include "platform/Pasteboard.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/SecretStore.h"
 #include "platform/SecurityScope.h"
@@ -27,6 +29,8 @@ struct Platform {
     FileManager& files;
     FileLocations& locations;
     FilePanel& filePanel;
+    Pasteboard& pasteboard;
+    Activation& activation;
     SecurityScope& securityScope;
     UnifiedLog& log;
     Workspace& workspace;

@@ -1,6 +1,7 @@
 #include "transfer/TransferManager.h"
 
-#include <system_error>
+#include "base/StandardizedPath.h"
+
 #include <utility>
 
 namespace ternvault {
@@ -13,15 +14,6 @@ namespace {
 const QString& idleStatus() {
     static const QString text = u"Idle — use Add Files / Paste / Drop (not Finder)"_s;
     return text;
-}
-
-/// Absolute, dot segments resolved, no slash at the end.
-fs::path standardized(const fs::path& url) {
-    std::error_code error;
-    fs::path path = fs::absolute(url, error).lexically_normal();
-    if (!path.has_filename() && path.has_relative_path())
-        path = path.parent_path();
-    return path;
 }
 
 /// Last path component; "/" for the root.

@@ -197,6 +197,27 @@ public:
     Completion pending;
 };
 
+class FakePasteboard : public Pasteboard {
+public:
+    std::vector<QUrl> fileURLs() const override { return urls; }
+    QVariant propertyList(const QString& type) const override { return propertyLists.value(type); }
+    std::vector<std::optional<QString>> itemTexts(const QString& type) const override {
+        const auto found = texts.find(type);
+        return found == texts.end() ? std::vector<std::optional<QString>>() : found->second;
+    }
+    bool holdsFileURLs() const override { return !urls.empty(); }
+
+    std::vector<QUrl> urls;
+    QVariantMap propertyLists;
+    std::map<QString, std::vector<std::optional<QString>>> texts;
+};
+
+class FakeActivation : public Activation {
+public:
+    void activate() override { ++count; }
+    int count = 0;
+};
+
 class FakeSecurityScope : public SecurityScope {
 public:
     bool begin(const std::filesystem::path& file) override {
@@ -255,13 +276,16 @@ struct FakePlatform {
     FakeFiles files;
     FakeLocations locations;
     FakeFilePanel filePanel;
+    FakePasteboard pasteboard;
+    FakeActivation activation;
     FakeSecurityScope securityScope;
     FakeLog log;
     FakeWorkspace workspace;
     FakeHttp http;
     HttpClient& usedHttp = http;
-    Platform platform{time,      time,      time,          defaults, secrets,   processes, files,
-                      locations, filePanel, securityScope, log,      workspace, usedHttp};
+    Platform platform{time,       time,          time,      defaults,  secrets,
+                      processes,  files,         locations, filePanel, pasteboard,
+                      activation, securityScope, log,       workspace, usedHttp};
 };
 
 } // namespace ternvault::test

@@ -1,5 +1,5 @@
 #include "model/AppModel.h"
-#include "platform/linux/LinuxServices.h"
+#include "platform/linux/NoUserInterface.h"
 #include "support/ModelFixture.h"
 #include "support/RealPC.h"
 
@@ -28,8 +28,8 @@ protected:
 TEST_F(Monitor, MountsAgainWhatWentAwayAndNeverBlocksTheMainLoop) {
     takeEnvironment();
     LinuxServices services([](const QString& message) { ADD_FAILURE() << message.toStdString(); });
-    FakeFilePanel filePanel;
-    AppModel model(services.platform(filePanel));
+    NoUserInterface noUserInterface(services.mainLoop());
+    AppModel model(services.platform(noUserInterface.services()));
     model.serverIP = QString::fromStdString(read("address"));
     model.smbUser = QString::fromStdString(read("user"));
     model.smbPassword = QString::fromStdString(read("password"));

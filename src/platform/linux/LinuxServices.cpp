@@ -106,9 +106,22 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
     reapLeftovers(locations_.volumesRoot(), mountState(locations_));
 }
 
-Platform LinuxServices::platform(FilePanel& filePanel) {
-    return {mainLoop_,  clock_,    background_,    defaults_, secrets_,   processes_, files_,
-            locations_, filePanel, securityScope_, log_,      workspace_, http_};
+Platform LinuxServices::platform(const UserInterface& userInterface) {
+    return {mainLoop_,
+            clock_,
+            background_,
+            defaults_,
+            secrets_,
+            processes_,
+            files_,
+            locations_,
+            userInterface.filePanel,
+            userInterface.pasteboard,
+            userInterface.activation,
+            securityScope_,
+            log_,
+            workspace_,
+            http_};
 }
 
 } // namespace ternvault

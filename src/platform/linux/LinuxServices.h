@@ -24,6 +24,13 @@
 
 namespace ternvault {
 
+/// The services that need a window, or stand-ins for them (NoUserInterface.h). All outlive the model.
+struct UserInterface {
+    FilePanel& filePanel;
+    Pasteboard& pasteboard;
+    Activation& activation;
+};
+
 /// All platform services of one process on Linux, for its composition root. Constructed on the main thread
 /// after the QCoreApplication and before the model. Its construction also takes away what volumes that ended
 /// badly left under the volumes root.
@@ -36,8 +43,8 @@ public:
     /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
     explicit LinuxServices(const std::function<void(const QString& problem)>& report);
 
-    /// The services as the model takes them, with the file panel of the user interface.
-    Platform platform(FilePanel& filePanel);
+    /// The services as the model takes them, with those of the user interface.
+    Platform platform(const UserInterface& userInterface);
     MainLoop& mainLoop() { return mainLoop_; }
 
     /// Call before the end of the process. False: something in the background hangs, so leave through

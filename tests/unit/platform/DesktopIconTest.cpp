@@ -1,5 +1,5 @@
 #include "model/AppModel.h"
-#include "platform/linux/LinuxServices.h"
+#include "platform/linux/NoUserInterface.h"
 #include "platform/linux/programs/DesktopPreference.h"
 #include "platform/linux/programs/DesktopRefresh.h"
 #include "platform/linux/programs/FileFlags.h"
@@ -256,8 +256,8 @@ TEST(DesktopIconPrograms, TakeNoTimeWhereNoDesktopRuns) {
     qputenv("TERNVAULT_VOLUMES_ROOT", text(volumes).toUtf8());
     ASSERT_EQ(LinuxServices::environmentProblem(), std::nullopt);
     LinuxServices services([](const QString& problem) { ADD_FAILURE() << problem.toStdString(); });
-    test::FakeFilePanel filePanel;
-    AppModel model(services.platform(filePanel));
+    NoUserInterface noUserInterface(services.mainLoop());
+    AppModel model(services.platform(noUserInterface.services()));
     EXPECT_EQ(readFile(volumes / ".hidden"), "MOSSBOX1\n");
     for (const bool shown : {true, false}) {
         QElapsedTimer timer;

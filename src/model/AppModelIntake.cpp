@@ -1,0 +1,42 @@
+#include "intake/FileUrls.h"
+#include "intake/PasteboardFiles.h"
+#include "model/AppModel.h"
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+Task<> AppModel::handleIncomingFileURLs(std::vector<QUrl> urls) {
+    if (urls.empty())
+        co_return;
+    const bool mounted = co_await ensureMounted();
+    if (mounted) {
+        if (const std::optional<fs::path> root = transfers.resolveMountRoot(selectedShare)) {
+            transfers.enqueue(queuePaths(urls), *root);
+            status = u"Queued "_s + QString::number(urls.size()) + u" item(s) → "_s +
+                     QString::fromStdString(root->string());
+            co_return;
+        }
+    }
+    status = u"Mount failed — cannot transfer"_s;
+    transfers.lastError = u"Volume not mounted"_s;
+}
+
+Task<> AppModel::pasteFromClipboard() {
+    std::vector<QUrl> urls = fileURLsFromPasteboard();
+    if (urls.empty()) {
+        status = u"Clipboard has no files — copy files in Finder first, then paste HERE in Tern Vault"_s;
+        transfers.lastError = *status;
+        co_return;
+    }
+    platform_.activation.activate();
+    status = u"App paste: "_s + QString::number(urls.size()) + u" item(s) — rsync (not Finder)"_s;
+    co_await handleIncomingFileURLs(std::move(urls));
+}
+
+std::vector<QUrl> AppModel::fileURLsFromPasteboard() const {
+    return ternvault::fileURLsFromPasteboard(platform_.pasteboard, platform_.files);
+}
+
+} // namespace ternvault

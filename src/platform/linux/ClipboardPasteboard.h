@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/linux/SelectionPasteboard.h"
+
+#include <QClipboard>
+#include <QObject>
+
+namespace ternvault {
+
+/// The desktop's clipboard. Main thread, within the life of the QGuiApplication. Reading waits for the
+/// program that copied, up to the 5 s that Qt gives it.
+class ClipboardPasteboard final : public SelectionPasteboard {
+public:
+    explicit ClipboardPasteboard(const QClipboard& clipboard);
+
+private:
+    QByteArray content(const QString& mimeType) const override;
+
+    const QClipboard& clipboard_;
+    /// Ends the connection to the clipboard.
+    QObject context_;
+};
+
+} // namespace ternvault

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QLabel>
+
+namespace ternvault {
+
+/// A text that wraps onto at most a number of lines; what is left out is in its tool tip.
+class ClampedText final : public QLabel {
+public:
+    explicit ClampedText(int maxLines);
+
+    /// Returns whether the text differs from what was shown.
+    bool show(const QString& text);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return {0, fontMetrics().height()}; }
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+
+private:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    /// The lines as they are drawn at this width, the last one shortened where there are more.
+    QStringList lines(int width) const;
+    bool isShortened() const;
+
+    int maxLines_;
+};
+
+} // namespace ternvault

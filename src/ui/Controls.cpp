@@ -1,0 +1,69 @@
+#include "ui/Controls.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QShortcut>
+
+namespace ternvault {
+
+void applyLook(QWidget& widget, const TextLook& look) {
+    widget.setProperty("textStyle", QLatin1String(look.style));
+    widget.setProperty("colourRole", QLatin1String(look.colour));
+}
+
+QLabel* makeText(const QString& text, const TextLook& look) {
+    auto* const label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setText(text);
+    applyLook(*label, look);
+    return label;
+}
+
+QPushButton* makeButton(const QString& title) {
+    auto* const button = new QPushButton(title);
+    button->setAutoDefault(false);
+    return button;
+}
+
+QPushButton* makeProminentButton(const QString& title) {
+    QPushButton* const button = makeButton(title);
+    button->setProperty("prominent", true);
+    return button;
+}
+
+QPushButton* makeLink(const QString& title) {
+    QPushButton* const button = makeButton(title);
+    button->setProperty("link", true);
+    button->setCursor(Qt::PointingHandCursor);
+    return button;
+}
+
+QLineEdit* makeField(const QString& name, const QString& placeholder) {
+    auto* const field = new QLineEdit;
+    field->setAccessibleName(name);
+    field->setPlaceholderText(placeholder);
+    // Files dropped here are for the screen, not for their names to be typed.
+    field->setAcceptDrops(false);
+    return field;
+}
+
+QLineEdit* makeSecureField(const QString& name, const QString& placeholder) {
+    QLineEdit* const field = makeField(name, placeholder);
+    field->setEchoMode(QLineEdit::Password);
+    field->setInputMethodHints(Qt::ImhHiddenText | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
+    return field;
+}
+
+void makeDefault(QPushButton& button, QWidget& window) {
+    button.setDefault(true);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* const shortcut = new QShortcut(key, &window);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        shortcut->setAutoRepeat(false);
+        QObject::connect(shortcut, &QShortcut::activated, &button, &QPushButton::click);
+    }
+}
+
+} // namespace ternvault

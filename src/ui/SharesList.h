@@ -1,0 +1,33 @@
+#pragma once
+
+#include "agent/AgentRecords.h"
+
+#include <QListView>
+
+#include <functional>
+#include <vector>
+
+namespace ternvault {
+
+class SharesModel;
+
+/// The PC's shares, one of them chosen.
+class SharesList final : public QListView {
+public:
+    /// `choose` is told the name of the share that the user chose; empty when the choice was cleared.
+    explicit SharesList(std::function<void(const QString& name)> choose);
+
+    void show(const std::vector<ServerShare>& shares, const QString& selectedShare);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+private:
+    void reportSelection();
+
+    SharesModel* shares_;
+    std::function<void(const QString&)> choose_;
+    bool isRendering_ = false;
+};
+
+} // namespace ternvault

@@ -1,0 +1,62 @@
+#include "ui/SharesModel.h"
+
+#include <QLocale>
+
+#include <algorithm>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString byteCount(std::int64_t bytes) {
+    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+}
+
+QString sizes(const ServerShare& share) {
+    return byteCount(share.free_bytes) + u" free of "_s + byteCount(share.total_bytes);
+}
+
+} // namespace
+
+void SharesModel::show(const std::vector<ServerShare>& shares, const QString& selectedShare) {
+    if (shares != shares_) {
+        beginResetModel();
+        shares_ = shares;
+        endResetModel();
+    }
+    if (selectedShare != selectedShare_) {
+        selectedShare_ = selectedShare;
+        if (!shares_.empty())
+            Q_EMIT dataChanged(index(0), index(static_cast<int>(shares_.size()) - 1), {IsSelected});
+    }
+}
+
+QModelIndex SharesModel::find(const QString& name) const {
+    const auto found = std::find_if(shares_.begin(), shares_.end(),
+                                    [&name](const ServerShare& share) { return share.name == name; });
+    return found == shares_.end() ? QModelIndex() : index(static_cast<int>(found - shares_.begin()));
+}
+
+int SharesModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(shares_.size());
+}
+
+QVariant SharesModel::data(const QModelIndex& index, int role) const {
+    const ServerShare& share = shares_.at(static_cast<std::size_t>(index.row()));
+    switch (role) {
+    case Name:
+        return share.name;
+    case Sizes:
+        return sizes(share);
+    case IsSelected:
+        return share.name == selectedShare_;
+    case Qt::AccessibleTextRole:
+        return QString(share.name + u", "_s + sizes(share));
+    default:
+        return {};
+    }
+}
+
+} // namespace ternvault

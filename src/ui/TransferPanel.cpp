@@ -1,0 +1,139 @@
+#include "ui/TransferPanel.h"
+
+#include "model/AppModel.h"
+#include "platform/Activation.h"
+#include "ui/Announce.h"
+#include "ui/TitledBox.h"
+#include "ui/ClampedText.h"
+#include "ui/Controls.h"
+#include "ui/DropZone.h"
+
+#include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int spacing = 10;
+constexpr int padding = 4;
+constexpr int statusLines = 3;
+constexpr int fileNameLines = 2;
+constexpr int errorLines = 3;
+/// The bar's whole length; fine enough for any window.
+constexpr int progressSteps = 10000;
+
+const auto title = u"Transfers (this app only — not Finder)"_s;
+const auto progressName = u"Transfer progress"_s;
+const auto addTitle = u"&Add Files…"_s;
+const auto pasteTitle = u"Paste files &now"_s;
+const auto cancelTitle = u"&Cancel"_s;
+const auto clearTitle = u"Clear co&unters"_s;
+
+bool showsProgress(const TransferManager& transfers) {
+    return transfers.isTransferring || !transfers.currentFileName->isEmpty();
+}
+
+bool showsError(const TransferManager& transfers) {
+    return transfers.errorCount >= 1 && transfers.lastError->has_value();
+}
+
+bool offersClearing(const TransferManager& transfers) {
+    return transfers.totalCount > 0 && !transfers.isTransferring;
+}
+
+double progressOf(const TransferManager& transfers) {
+    if (transfers.totalCount < 1)
+        return 0;
+    return static_cast<double>(transfers.completedCount) / static_cast<double>(transfers.totalCount);
+}
+
+ClampedText* makeClampedText(int lines, const TextLook& look) {
+    auto* const text = new ClampedText(lines);
+    applyLook(*text, look);
+    return text;
+}
+
+/// The same width for all digits, so that the line does not tremble while it counts.
+QFont withMonospacedDigits(const QFont& font) {
+    const QFontMetrics metrics(font);
+    for (char16_t digit = u'1'; digit <= u'9'; ++digit) {
+        if (metrics.horizontalAdvance(digit) != metrics.horizontalAdvance(u'0'))
+            return QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    }
+    return font;
+}
+
+} // namespace
+
+TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation)
+    : model_(model), status_(makeClampedText(statusLines, calloutLook)),
+      currentFile_(makeClampedText(fileNameLines, captionLook)), progress_(new QProgressBar),
+      error_(makeClampedText(errorLines, captionErrorLook)),
+      dropZone_(new DropZone([&activation] { activation.activate(); })), cancel_(makeButton(cancelTitle)),
+      counters_(makeText(QString(), captionLook)), clearCounters_(makeButton(clearTitle)) {
+    status_->setAccessibleDescription(u"Transfer status"_s);
+    progress_->setAccessibleName(progressName);
+    progress_->setRange(0, progressSteps);
+    progress_->setTextVisible(false);
+    addDropZoneButtons(tasks);
+
+    auto* const box = new TitledBox(title, spacing, padding);
+    for (QWidget* const element : std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
+        box->column().addWidget(element);
+    box->column().addLayout(makeBottomRow());
+    auto* const whole = new QVBoxLayout(this);
+    whole->setContentsMargins({});
+    whole->addWidget(box);
+}
+
+void TransferPanel::addDropZoneButtons(TaskScope& tasks) {
+    QPushButton* const add = makeProminentButton(addTitle);
+    QPushButton* const paste = makeButton(pasteTitle);
+    connect(add, &QPushButton::clicked, this, [this] { model_.transfers.pickAndEnqueueFiles(); });
+    connect(paste, &QPushButton::clicked, this, [this, &tasks] { tasks.spawn(model_.pasteFromClipboard()); });
+    connect(cancel_, &QPushButton::clicked, this, [this] { model_.transfers.cancel(); });
+    for (QPushButton* const button : {add, paste, cancel_})
+        dropZone_->buttons().addWidget(button);
+}
+
+QHBoxLayout* TransferPanel::makeBottomRow() {
+    applyLook(*clearCounters_, captionLook);
+    connect(clearCounters_, &QPushButton::clicked, this, [this] { model_.transfers.resetCounters(); });
+    counters_->setWordWrap(false);
+    counters_->setFont(withMonospacedDigits(font()));
+    auto* const row = new QHBoxLayout;
+    row->addWidget(counters_);
+    row->addStretch();
+    row->addWidget(clearCounters_);
+    return row;
+}
+
+void TransferPanel::render() {
+    const TransferManager& transfers = model_.transfers;
+    if (status_->show(transfers.statusLine))
+        announce(*status_);
+    renderProgress();
+    error_->setVisible(showsError(transfers));
+    if (showsError(transfers) && error_->show(**transfers.lastError))
+        announce(*error_);
+    dropZone_->showTargeted(model_.isDropTargeted);
+    cancel_->setVisible(transfers.isTransferring);
+    counters_->setText(transfers.progressLabel());
+    clearCounters_->setVisible(offersClearing(transfers));
+}
+
+void TransferPanel::renderProgress() {
+    const TransferManager& transfers = model_.transfers;
+    currentFile_->setVisible(showsProgress(transfers));
+    progress_->setVisible(showsProgress(transfers));
+    currentFile_->show(transfers.currentFileName);
+    progress_->setValue(static_cast<int>(progressOf(transfers) * progressSteps));
+}
+
+} // namespace ternvault

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QHBoxLayout;
+
+namespace ternvault {
+
+class AppModel;
+class Activation;
+class TitledBox;
+class ClampedText;
+class DropZone;
+class TaskScope;
+
+/// The state of the copy queue, and three ways into it. The screen that holds it renders it.
+class TransferPanel final : public QWidget {
+public:
+    TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation);
+
+    void render();
+
+private:
+    void addDropZoneButtons(TaskScope& tasks);
+    QHBoxLayout* makeBottomRow();
+    void renderProgress();
+
+    AppModel& model_;
+    ClampedText* status_;
+    ClampedText* currentFile_;
+    QProgressBar* progress_;
+    ClampedText* error_;
+    DropZone* dropZone_;
+    QPushButton* cancel_;
+    QLabel* counters_;
+    QPushButton* clearCounters_;
+};
+
+} // namespace ternvault
