@@ -1,11 +1,13 @@
 """The windows of Tern Vault as its user meets them: the steps of the road through them, each of which checks what it
 must show. Operated as a screen reader does it."""
+import os
 import pathlib
 import subprocess
 
 from accessibility import (PATIENCE, Missed, Program, picture_of, press_keys, show_appearance, switch_on, wait_for,
                            window_id)
 
+TOOLS = pathlib.Path(__file__).resolve().parent
 PRIVACY = "I have read and agree to the Privacy Policy"
 TERMS = ("I have read and agree to the Terms & Conditions (including Apple platform terms that apply to my Mac)")
 COPYING = 4 * PATIENCE  # seconds for a copy, and for the attempts of one that fails
@@ -119,6 +121,22 @@ class TernVault(Program):
         except subprocess.TimeoutExpired as error:
             raise Missed("the application did not quit") from error
         check(status == 0, f"quits with {status}")
+
+
+class PrivatePc:
+    """The private PC around this process, with its agent."""
+
+    def __init__(self, agent):
+        self.directory = pathlib.Path(os.environ["TERNVAULT_PC"])
+        self.share = self.directory / "share"
+        self.control("agent", "start", agent)
+        self.address, self.token, self.password = map(self._told, ("address", "token", "password"))
+
+    def control(self, *arguments):
+        subprocess.run([TOOLS / "private-pc", *arguments], check=True)
+
+    def _told(self, name):
+        return (self.directory / name).read_text(encoding="utf-8").rstrip("\n")
 
 
 class FilePanel:

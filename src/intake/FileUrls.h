@@ -15,12 +15,6 @@ inline const QString fileURLType = QStringLiteral("public.file-url");
 /// The URL that a text is, by the letter of the standard; nothing when it is none.
 std::optional<QUrl> parseURL(const QString& text);
 
-/// URL of a path as the user writes it, nothing escaped.
-QUrl fileURL(const QString& path);
-
-/// The path of a file of this PC, byte for byte; nothing for another PC's file and for any other kind of URL.
-std::optional<std::filesystem::path> localPath(const QUrl& url);
-
 /// The paths for the queue. A URL that is no file of this PC becomes its own text, so that the queue reports
 /// it as missing under its last component.
 std::vector<std::filesystem::path> queuePaths(const std::vector<QUrl>& urls);

@@ -1,5 +1,6 @@
 #include "intake/PasteboardFiles.h"
 
+#include "base/FileUrl.h"
 #include "base/StandardizedPath.h"
 #include "base/Utf8.h"
 #include "intake/FileUrls.h"

@@ -52,7 +52,7 @@ public:
     virtual ~HttpClient() = default;
 
     /// Largest body that is taken from an answer.
-    static constexpr qint64 largestBody = 8 * 1024 * 1024;
+    static constexpr qint64 largestBody = qint64(8) * 1024 * 1024;
 
     /// Never blocks. `done` is called once, on a later turn. Main thread.
     virtual void send(const HttpRequest& request, std::function<void(HttpOutcome)> done) = 0;

@@ -23,7 +23,7 @@ public:
     virtual QVariant propertyList(const QString& type) const = 0;
     /// For each item its text of a type such as "public.file-url", where it has one.
     virtual std::vector<std::optional<QString>> itemTexts(const QString& type) const = 0;
-    /// Whether there is any file URL at all; cheaper than reading them.
+    /// Whether there is any file URL at all, existing or not.
     virtual bool holdsFileURLs() const = 0;
 
     /// Something else is on the pasteboard now.

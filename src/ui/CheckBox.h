@@ -18,8 +18,7 @@ private:
     void paintEvent(QPaintEvent* event) override;
     bool hitButton(const QPoint& position) const override { return rect().contains(position); }
 
-    int indicatorWidth() const;
-    int indicatorHeight() const;
+    void paintIndicator(QPainter& painter, int top) const;
     QSize textSize(int availableWidth) const;
 };
 

@@ -63,8 +63,8 @@ void ClampedText::paintEvent(QPaintEvent*) {
     painter.setPen(palette().color(foregroundRole()));
     int top = 0;
     for (const QString& line : lines(width())) {
-        painter.drawText(QRect(0, top, width(), fontMetrics().lineSpacing()), Qt::AlignLeading | Qt::AlignVCenter,
-                         line);
+        painter.drawText(QRect(0, top, width(), fontMetrics().lineSpacing()),
+                         Qt::AlignLeading | Qt::AlignVCenter, line);
         top += fontMetrics().lineSpacing();
     }
 }

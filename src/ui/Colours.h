@@ -5,7 +5,8 @@
 
 namespace ternvault {
 
-/// What a colour says. Each has a value for light and one for dark; both keep a contrast of 4.5 to 1 for text.
+/// What a colour says. Each has a value for light and one for dark; both keep a contrast of 4.5 to 1 for
+/// text.
 enum class ColourRole {
     text,
     /// Explanations and hints.

@@ -41,7 +41,8 @@ QPushButton* makeLink(const QString& title);
 QLineEdit* makeField(const QString& name, const QString& placeholder);
 QLineEdit* makeSecureField(const QString& name, const QString& placeholder);
 
-/// Makes Return and Enter press `button`, wherever in `window` the focus is, and says so to assistive technology.
+/// Makes Return and Enter press `button`, wherever in `window` the focus is, and says so to assistive
+/// technology.
 void makeDefault(QPushButton& button, QWidget& window);
 
 } // namespace ternvault

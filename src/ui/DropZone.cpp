@@ -29,8 +29,9 @@ constexpr float fillOpacity = 0.06F;
 constexpr float targetedFillOpacity = 0.12F;
 
 const auto headline = u"Drop files here  ·  or click then ⌘V"_s;
-const auto explanation = u"⌘V in a TernVault Finder window is redirected into this app (allow Accessibility once). "
-                         u"Dragging in Finder can still fail — use Add Files here."_s;
+const auto explanation =
+    u"⌘V in a TernVault Finder window is redirected into this app (allow Accessibility once). "
+    u"Dragging in Finder can still fail — use Add Files here."_s;
 
 QLabel* makeCentredText(const QString& text, const TextLook& look) {
     QLabel* const label = makeText(text, look);
@@ -70,8 +71,8 @@ void DropZone::showTargeted(bool isTargeted) {
 
 void DropZone::paintEvent(QPaintEvent*) {
     const QColor ink = colour(isTargeted_ ? ColourRole::accent : ColourRole::secondary, palette());
-    QPen dashes(isTargeted_ ? ink : withOpacity(ink, outlineOpacity), lineWidth, Qt::CustomDashLine, Qt::FlatCap,
-                Qt::MiterJoin);
+    QPen dashes(isTargeted_ ? ink : withOpacity(ink, outlineOpacity), lineWidth, Qt::CustomDashLine,
+                Qt::FlatCap, Qt::MiterJoin);
     dashes.setDashPattern({qreal(dashLength) / lineWidth, qreal(dashLength) / lineWidth});
     dashes.setMiterLimit(miterLimit);
 

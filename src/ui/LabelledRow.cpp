@@ -9,6 +9,10 @@ namespace {
 
 constexpr int labelGap = 12;
 
+bool isFixed(const QWidget& control) {
+    return control.minimumWidth() == control.maximumWidth();
+}
+
 } // namespace
 
 void addLabelledRows(QVBoxLayout& column, const std::vector<LabelledRow>& rows) {
@@ -21,7 +25,7 @@ void addLabelledRows(QVBoxLayout& column, const std::vector<LabelledRow>& rows) 
         label->setBuddy(row.control);
         const int line = grid->rowCount();
         grid->addWidget(label, line, 0);
-        grid->addWidget(row.control, line, 1);
+        grid->addWidget(row.control, line, 1, isFixed(*row.control) ? Qt::AlignLeading : Qt::Alignment());
     }
     column.addLayout(grid);
 }

@@ -2,10 +2,10 @@
 
 #include "model/AppModel.h"
 #include "ui/Bindings.h"
-#include "ui/TitledBox.h"
 #include "ui/CheckBox.h"
 #include "ui/Controls.h"
 #include "ui/ErrorText.h"
+#include "ui/TitledBox.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -22,18 +22,21 @@ constexpr int boxSpacing = 12;
 constexpr int boxPadding = 4;
 
 const auto title = u"Tern Vault"_s;
-const auto introduction = u"Before you continue, please review and accept the Terms & Conditions and Privacy Policy. "
-                          u"This is required to use the app."_s;
+const auto introduction =
+    u"Before you continue, please review and accept the Terms & Conditions and Privacy Policy. "
+    u"This is required to use the app."_s;
 const auto legalTitle = u"Legal"_s;
 const auto privacyLink = u"Open &Privacy Policy"_s;
 const auto termsLink = u"Open Terms && &Conditions"_s;
 const auto whereElse = u"Full documents also ship inside the app (Help → Legal) and at %1/apps/TernVault."_s;
 const auto privacyConsent = u"I have &read and agree to the Privacy Policy"_s;
-const auto termsConsent = u"I have read and &agree to the Terms && Conditions (including Apple platform terms that "
-                          u"apply to my Mac)"_s;
+const auto termsConsent =
+    u"I have read and &agree to the Terms && Conditions (including Apple platform terms that "
+    u"apply to my Mac)"_s;
 const auto acceptTitle = u"Accept && Contin&ue"_s;
-const auto promise = u"Tern Vault connects only to the Linux server address you enter. Your files stay on that server. "
-                     u"See the Privacy Policy for details."_s;
+const auto promise =
+    u"Tern Vault connects only to the Linux server address you enter. Your files stay on that server. "
+    u"See the Privacy Policy for details."_s;
 
 bool canAccept(const AppModel& model) {
     return model.acceptedPrivacy && model.acceptedTerms;
@@ -63,9 +66,11 @@ LegalAcceptanceView::LegalAcceptanceView(AppModel& model, const QUrl& privacyURL
     render();
 }
 
-QWidget* LegalAcceptanceView::makeLegalBox(const QUrl& privacyURL, const QUrl& termsURL, Workspace& workspace) {
+QWidget* LegalAcceptanceView::makeLegalBox(const QUrl& privacyURL, const QUrl& termsURL,
+                                           Workspace& workspace) {
     auto* const box = new TitledBox(legalTitle, boxSpacing, boxPadding);
-    for (const auto& [linkTitle, url] : {std::pair(privacyLink, privacyURL), std::pair(termsLink, termsURL)}) {
+    for (const auto& [linkTitle, url] :
+         {std::pair(privacyLink, privacyURL), std::pair(termsLink, termsURL)}) {
         QPushButton* const link = makeLink(linkTitle);
         connect(link, &QPushButton::clicked, this, [&workspace, url = url] { workspace.openURL(url); });
         box->column().addWidget(link, 0, Qt::AlignLeading);

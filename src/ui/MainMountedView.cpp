@@ -6,7 +6,6 @@
 #include "ui/AccessibleRole.h"
 #include "ui/Announce.h"
 #include "ui/Bindings.h"
-#include "ui/TitledBox.h"
 #include "ui/CheckBox.h"
 #include "ui/ClampedText.h"
 #include "ui/Colours.h"
@@ -14,6 +13,7 @@
 #include "ui/DraggedItems.h"
 #include "ui/MountBadge.h"
 #include "ui/SharesList.h"
+#include "ui/TitledBox.h"
 #include "ui/TransferPanel.h"
 
 #include <QDragEnterEvent>
@@ -55,8 +55,9 @@ const auto autoConnectTitle = u"Auto-connect at &login"_s;
 const auto openTitle = u"&Open in Finder"_s;
 const auto ejectTitle = u"E&ject"_s;
 const auto mountTitle = u"&Mount as Tern Vault"_s;
-const auto hint = u"No Desktop icon by default — use Open in Finder. Transfers run in this app (rsync). Allow "
-                  u"Accessibility once so ⌘V in a Tern Vault Finder window is redirected here too."_s;
+const auto hint =
+    u"No Desktop icon by default — use Open in Finder. Transfers run in this app (rsync). Allow "
+    u"Accessibility once so ⌘V in a Tern Vault Finder window is redirected here too."_s;
 
 bool canRefresh(const AppModel& model) {
     return !model.isBusy && !model.serverIP->isEmpty();
@@ -81,10 +82,11 @@ bool hasListing(const AppModel& model) {
 MainMountedView::MainMountedView(AppModel& model, TaskScope& tasks, const Platform& platform)
     : Screen(spacing, padding), model_(model), tasks_(tasks), platform_(platform),
       status_(new ClampedText(statusLines)), badge_(new MountBadge),
-      server_(makeField(serverPlaceholder, serverPlaceholder)), port_(makeField(portPlaceholder, portPlaceholder)),
-      user_(makeField(userPlaceholder, userPlaceholder)),
-      password_(makeSecureField(passwordPlaceholder, passwordPlaceholder)), refresh_(makeButton(refreshTitle)),
-      noDrives_(makeText(noDrives, explanationLook)), sharesTitle_(makeText(sharesTitle, captionLook)),
+      server_(makeField(serverPlaceholder, serverPlaceholder)),
+      port_(makeField(portPlaceholder, portPlaceholder)), user_(makeField(userPlaceholder, userPlaceholder)),
+      password_(makeSecureField(passwordPlaceholder, passwordPlaceholder)),
+      refresh_(makeButton(refreshTitle)), noDrives_(makeText(noDrives, explanationLook)),
+      sharesTitle_(makeText(sharesTitle, captionLook)),
       shares_(new SharesList([&model](const QString& name) { model.selectedShare = name; })),
       transferPanel_(new TransferPanel(model, tasks, platform.activation)),
       autoConnect_(new CheckBox(autoConnectTitle)), open_(makeProminentButton(openTitle)),

@@ -47,7 +47,8 @@ void MountBadge::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     paintSymbol(painter, QRectF(0, 0, height(), height()), look.symbol, ink);
     painter.setPen(ink);
-    painter.drawText(rect().adjusted(height() + gap, 0, 0, 0), Qt::AlignLeading | Qt::AlignVCenter, look.label);
+    painter.drawText(rect().adjusted(height() + gap, 0, 0, 0), Qt::AlignLeading | Qt::AlignVCenter,
+                     look.label);
 }
 
 } // namespace ternvault

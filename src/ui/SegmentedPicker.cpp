@@ -10,7 +10,8 @@
 
 namespace ternvault {
 
-SegmentedPicker::SegmentedPicker(const QString& name, const QStringList& segments, std::function<void(int)> picked)
+SegmentedPicker::SegmentedPicker(const QString& name, const QStringList& segments,
+                                 std::function<void(int)> picked)
     : group_(new QButtonGroup(this)) {
     setProperty("segments", true);
     setAccessibleName(name);

@@ -3,10 +3,10 @@
 #include "agent/LegalVersion.h"
 #include "model/AppModel.h"
 #include "ui/Bindings.h"
-#include "ui/TitledBox.h"
 #include "ui/CheckBox.h"
 #include "ui/Controls.h"
 #include "ui/LabelledRow.h"
+#include "ui/TitledBox.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -37,8 +37,9 @@ const auto autoConnectTitle = u"&Auto-connect Tern Vault when Mac starts"_s;
 
 const auto desktopTitle = u"Desktop"_s;
 const auto desktopIconTitle = u"Show &drive icon on Desktop"_s;
-const auto desktopHint = u"Off by default. Use Open in Finder on the main window to browse /Volumes/MOSSBOX1 without a "
-                         u"Desktop icon."_s;
+const auto desktopHint =
+    u"Off by default. Use Open in Finder on the main window to browse /Volumes/MOSSBOX1 without a "
+    u"Desktop icon."_s;
 
 const auto setupTitle = u"Account"_s;
 const auto resetTitle = u"&Reset setup (show Create / Login again)"_s;

@@ -2,11 +2,11 @@
 
 #include "model/AppModel.h"
 #include "ui/Bindings.h"
-#include "ui/TitledBox.h"
 #include "ui/Controls.h"
 #include "ui/ErrorText.h"
 #include "ui/LabelledRow.h"
 #include "ui/SegmentedPicker.h"
+#include "ui/TitledBox.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -22,7 +22,7 @@ constexpr int padding = 28;
 constexpr int headerSpacing = 6;
 constexpr int boxSpacing = 10;
 constexpr int boxPadding = 4;
-constexpr int widestField = 220;
+constexpr int fieldWidth = 220;
 
 const auto title = u"Tern Vault"_s;
 const auto modeName = u"Mode"_s;
@@ -31,8 +31,9 @@ const auto serverPlaceholder = u"Linux PC IP from setup"_s;
 const auto userLabel = u"&Username"_s;
 const auto passwordLabel = u"&Password"_s;
 const auto passwordPlaceholder = u"password"_s;
-const auto hint = u"Use Add Files or ⌘V here. If you paste in Finder on TernVault, allow Accessibility so the app "
-                  u"steals that paste."_s;
+const auto hint =
+    u"Use Add Files or ⌘V here. If you paste in Finder on TernVault, allow Accessibility so the app "
+    u"steals that paste."_s;
 
 /// What depends on the chosen mode.
 struct ModeTexts {
@@ -43,8 +44,8 @@ struct ModeTexts {
 
 ModeTexts textsFor(AuthMode mode) {
     if (mode == AuthMode::create) {
-        return {u"Create a private account on the server. You’ll auto-connect after this."_s, u"new username"_s,
-                u"Create && Co&nnect"_s};
+        return {u"Create a private account on the server. You’ll auto-connect after this."_s,
+                u"new username"_s, u"Create && Co&nnect"_s};
     }
     return {u"Sign in with an existing account. You’ll auto-connect after this."_s, u"existing username"_s,
             u"Login && Co&nnect"_s};
@@ -71,13 +72,14 @@ SegmentedPicker* makeModePicker(AppModel& model) {
 SetupWizardView::SetupWizardView(AppModel& model, TaskScope& tasks)
     : Screen(spacing, padding), model_(model), explanation_(makeText(QString(), explanationLook)),
       mode_(makeModePicker(model)), server_(makeField(u"Server IP"_s, serverPlaceholder)),
-      user_(makeField(u"Username"_s, QString())), password_(makeSecureField(u"Password"_s, passwordPlaceholder)),
-      error_(makeErrorText()), connect_(makeProminentButton(QString())),
-      renderOnChange_(model, [this] { render(); }) {
+      user_(makeField(u"Username"_s, QString())),
+      password_(makeSecureField(u"Password"_s, passwordPlaceholder)), error_(makeErrorText()),
+      connect_(makeProminentButton(QString())), renderOnChange_(model, [this] { render(); }) {
     bind(*server_, model.serverIP);
     bind(*user_, model.smbUser);
     bind(*password_, model.smbPassword);
-    connect(connect_, &QPushButton::clicked, this, [&model, &tasks] { tasks.spawn(model.completeAuthFlow()); });
+    connect(connect_, &QPushButton::clicked, this,
+            [&model, &tasks] { tasks.spawn(model.completeAuthFlow()); });
     makeDefault(*connect_, *this);
 
     column().addWidget(makeHeader());
@@ -103,7 +105,7 @@ QWidget* SetupWizardView::makeHeader() {
 QWidget* SetupWizardView::makeFields() {
     auto* const box = new TitledBox(QString(), boxSpacing, boxPadding);
     for (QLineEdit* const field : {server_, user_, password_})
-        field->setMaximumWidth(widestField);
+        field->setFixedWidth(fieldWidth);
     addLabelledRows(box->column(), {{serverLabel, server_}, {userLabel, user_}, {passwordLabel, password_}});
     return box;
 }

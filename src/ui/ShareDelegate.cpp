@@ -40,7 +40,8 @@ void paintBackground(QPainter& painter, const QStyleOptionViewItem& option, bool
 
 } // namespace
 
-void ShareDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+void ShareDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const {
     const bool isSelected = index.data(SharesModel::IsSelected).toBool();
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
@@ -65,7 +66,8 @@ void ShareDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
 }
 
 QSize ShareDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
-    const int text = QFontMetrics(headline(option.font)).height() + QFontMetrics(caption(option.font)).height() + 2;
+    const int text =
+        QFontMetrics(headline(option.font)).height() + QFontMetrics(caption(option.font)).height() + 2;
     return {0, std::max(text, symbolSize) + 2 * padding};
 }
 

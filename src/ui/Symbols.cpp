@@ -20,6 +20,8 @@ QString file(Symbol symbol) {
         return u":/ternvault/symbols/warning.svg"_s;
     case Symbol::checkCircle:
         return u":/ternvault/symbols/check-circle.svg"_s;
+    case Symbol::check:
+        return u":/ternvault/symbols/check.svg"_s;
     }
     return {};
 }

@@ -50,7 +50,7 @@ constexpr std::array<std::pair<const char*, ColourRole>, 16> namedColours{{
 
 /// `@name` stands for a colour, `@size-name` for a text size.
 constexpr auto styleSheet = R"(
-QLabel[textStyle="title"] { font-family: "Nunito"; font-weight: 700; font-size: @size-titlepx; }
+QLabel[textStyle="title"] { font-family: "@title-family"; font-weight: 700; font-size: @size-titlepx; }
 QLabel[textStyle="headline"] { font-weight: 600; font-size: @size-headlinepx; }
 QLabel[textStyle="callout"] { font-size: @size-calloutpx; }
 QLabel[textStyle="caption"] { font-size: @size-captionpx; }
@@ -73,7 +73,7 @@ QPushButton[prominent="true"]:pressed { background: @accent-pressed; }
 QPushButton[prominent="true"]:focus { border: 2px solid @text; }
 QPushButton[prominent="true"]:disabled { background: @button; color: @disabled; border-color: @border; }
 QPushButton[link="true"] {
-    background: transparent; color: @tint; border: 2px solid transparent; padding: 1px 3px; text-align: left;
+    background: transparent; color: @tint; border: 2px solid transparent; padding: 1px 0; margin-left: -2px; text-align: left;
 }
 QPushButton[link="true"]:hover { text-decoration: underline; }
 QPushButton[link="true"]:focus { border-color: @tint; }
@@ -83,10 +83,6 @@ QLineEdit {
     min-height: 18px; selection-background-color: @accent; selection-color: @on-accent;
 }
 QLineEdit:focus { border: 2px solid @tint; padding: 3px 6px; }
-
-QCheckBox { spacing: 8px; }
-QCheckBox::indicator { width: 14px; height: 14px; border: 1px solid @secondary; border-radius: 4px; background: @field; }
-QCheckBox::indicator:checked { background: @accent; border-color: @accent; image: url(:/ternvault/symbols/check.svg); }
 
 QRadioButton[segment="true"] {
     border: 1px solid transparent; border-radius: 6px; padding: 4px 22px; spacing: 0px; min-height: 18px;
@@ -102,6 +98,14 @@ QProgressBar::chunk { background: @accent; border-radius: 3px; }
 
 QListView { background: @field; border: 1px solid @border; border-radius: 8px; padding: 4px; outline: none; }
 QListView:focus { border-color: @tint; }
+QScrollBar:vertical { background: transparent; width: 10px; margin: 0; }
+QScrollBar:horizontal { background: transparent; height: 10px; margin: 0; }
+QScrollBar::handle { background: @border; border-radius: 3px; margin: 2px; }
+QScrollBar::handle:hover { background: @disabled; }
+QScrollBar::handle:vertical { min-height: 28px; }
+QScrollBar::handle:horizontal { min-width: 28px; }
+QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
+QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 QToolTip { background: @surface; color: @text; border: 1px solid @border; padding: 3px; }
 )";
 
@@ -129,8 +133,15 @@ QPalette palette(bool dark) {
     return result;
 }
 
-QString filledStyleSheet(bool dark, int body) {
+/// The family's name is what the file says.
+QString loadTitleFont() {
+    const int font = QFontDatabase::addApplicationFont(u":/ternvault/fonts/nunito-latin-700-normal.woff2"_s);
+    return QFontDatabase::applicationFontFamilies(font).value(0);
+}
+
+QString filledStyleSheet(const QString& titleFamily, bool dark, int body) {
     QString sheet = QString::fromLatin1(styleSheet);
+    sheet.replace(u"@title-family"_s, titleFamily);
     for (const auto& [name, size] : textSizes)
         sheet.replace(u"@size-"_s + QLatin1String(name), QString::number(size * body / bodySize));
     for (const auto& [name, role] : namedColours)
@@ -144,7 +155,7 @@ Theme::Theme(QApplication& application, Appearance& appearance)
     : application_(application), appearance_(appearance),
       appearanceChanges_(appearance.changed.subscribe([this] { apply(); })) {
     initialiseResources();
-    QFontDatabase::addApplicationFont(u":/ternvault/fonts/nunito-latin-700-normal.woff2"_s);
+    titleFamily_ = loadTitleFont();
     application.setStyle(QStyleFactory::create(u"Fusion"_s));
     apply();
     application.installEventFilter(this);
@@ -164,7 +175,7 @@ void Theme::apply() {
         QApplication::setFont(font);
     const bool dark = appearance_.isDark();
     QApplication::setPalette(palette(dark));
-    const QString sheet = filledStyleSheet(dark, body);
+    const QString sheet = filledStyleSheet(titleFamily_, dark, body);
     if (sheet != application_.styleSheet())
         application_.setStyleSheet(sheet);
 }

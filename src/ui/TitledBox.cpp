@@ -1,11 +1,10 @@
 #include "ui/TitledBox.h"
 
+#include "ui/AccessibleRole.h"
 #include "ui/Colours.h"
 
 #include <QEvent>
 #include <QPainter>
-
-#include <algorithm>
 
 namespace ternvault {
 
@@ -18,7 +17,9 @@ constexpr int titleGap = 5;
 } // namespace
 
 TitledBox::TitledBox(const QString& title, int spacing, int verticalPadding)
-    : QGroupBox(title), column_(new QVBoxLayout(this)), verticalPadding_(verticalPadding) {
+    : title_(title), column_(new QVBoxLayout(this)), verticalPadding_(verticalPadding) {
+    setAccessibleName(title);
+    setAccessibleRole(*this, QAccessible::Grouping);
     column_->setSpacing(spacing);
     setMargins();
 }
@@ -30,27 +31,22 @@ QFont TitledBox::titleFont() const {
 }
 
 int TitledBox::titleHeight() const {
-    return title().isEmpty() ? 0 : QFontMetrics(titleFont()).height() + titleGap;
+    return title_.isEmpty() ? 0 : QFontMetrics(titleFont()).height() + titleGap;
 }
 
 void TitledBox::setMargins() {
-    column_->setContentsMargins(padding, titleHeight() + padding - 2 + verticalPadding_, padding,
-                                padding - 2 + verticalPadding_);
-}
-
-QSize TitledBox::minimumSizeHint() const {
-    const QSize content = layout()->totalMinimumSize();
-    return {std::max(content.width(), QFontMetrics(titleFont()).horizontalAdvance(title())), content.height()};
+    column_->setContentsMargins(padding, titleHeight() + padding + verticalPadding_, padding,
+                                padding + verticalPadding_);
 }
 
 void TitledBox::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    if (!title().isEmpty()) {
+    if (!title_.isEmpty()) {
         painter.setFont(titleFont());
         painter.setPen(palette().color(QPalette::WindowText));
-        painter.drawText(QRect(2, 0, width() - 2, titleHeight() - titleGap), Qt::AlignLeading | Qt::AlignVCenter,
-                         title());
+        painter.drawText(QRect(2, 0, width() - 2, titleHeight() - titleGap),
+                         Qt::AlignLeading | Qt::AlignVCenter, title_);
     }
     painter.setPen(colour(ColourRole::border, palette()));
     painter.setBrush(colour(ColourRole::surface, palette()));
@@ -58,7 +54,7 @@ void TitledBox::paintEvent(QPaintEvent*) {
 }
 
 void TitledBox::changeEvent(QEvent* event) {
-    QGroupBox::changeEvent(event);
+    QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
         setMargins();
 }

@@ -1,17 +1,16 @@
 #pragma once
 
-#include <QGroupBox>
 #include <QVBoxLayout>
+#include <QWidget>
 
 namespace ternvault {
 
 /// A rounded box with its title above it, or without one, and its content in one column.
-class TitledBox final : public QGroupBox {
+class TitledBox final : public QWidget {
 public:
     TitledBox(const QString& title, int spacing, int verticalPadding);
 
     QVBoxLayout& column() { return *column_; }
-    QSize minimumSizeHint() const override;
 
 private:
     void paintEvent(QPaintEvent* event) override;
@@ -20,6 +19,7 @@ private:
     int titleHeight() const;
     void setMargins();
 
+    QString title_;
     QVBoxLayout* column_;
     int verticalPadding_;
 };

@@ -3,10 +3,10 @@
 #include "model/AppModel.h"
 #include "platform/Activation.h"
 #include "ui/Announce.h"
-#include "ui/TitledBox.h"
 #include "ui/ClampedText.h"
 #include "ui/Controls.h"
 #include "ui/DropZone.h"
+#include "ui/TitledBox.h"
 
 #include <QFontDatabase>
 #include <QHBoxLayout>
@@ -84,7 +84,8 @@ TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& acti
     addDropZoneButtons(tasks);
 
     auto* const box = new TitledBox(title, spacing, padding);
-    for (QWidget* const element : std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
+    for (QWidget* const element :
+         std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
         box->column().addWidget(element);
     box->column().addLayout(makeBottomRow());
     auto* const whole = new QVBoxLayout(this);

@@ -98,11 +98,14 @@ std::optional<QString> LinuxServices::environmentProblem() {
            QFile::decodeName(root.c_str());
 }
 
-LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& report)
-    : locations_(volumesRoot()), defaults_(settingsFile(locations_), report),
+LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& report,
+                             const SecretServiceStore& secretService)
+    : locations_(volumesRoot()), defaults_(settingsFile(locations_), report), secretService_(secretService),
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
       files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))) {
+    // The model's first steps ask for a secret.
+    secretService_.prepare();
     reapLeftovers(locations_.volumesRoot(), mountState(locations_));
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/linux/CurlHttpClient.h"
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/FileSecretStore.h"
 #include "platform/linux/JournalLog.h"
@@ -10,6 +9,7 @@
 #include "platform/linux/LinuxProcessLauncher.h"
 #include "platform/linux/LinuxSecretStore.h"
 #include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/LoadedHttpClient.h"
 #include "platform/linux/NoSecurityScope.h"
 #include "platform/linux/QtMainLoop.h"
 #include "platform/linux/SecretServiceStore.h"
@@ -41,11 +41,15 @@ public:
 
     /// `report` is told, on the main thread, of settings or secrets that cannot be kept. The volumes root is
     /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
-    explicit LinuxServices(const std::function<void(const QString& problem)>& report);
+    /// `secretService` may have been prepared before, while the toolkit started.
+    explicit LinuxServices(const std::function<void(const QString& problem)>& report,
+                           const SecretServiceStore& secretService = SecretServiceStore());
 
     /// The services as the model takes them, with those of the user interface.
     Platform platform(const UserInterface& userInterface);
     MainLoop& mainLoop() { return mainLoop_; }
+    /// Where this user's programs remember what is no setting; nothing when the system knows no place.
+    std::optional<std::filesystem::path> state() const { return locations_.state(); }
 
     /// Call before the end of the process. False: something in the background hangs, so leave through
     /// std::_Exit.
@@ -64,7 +68,7 @@ private:
     NoSecurityScope securityScope_;
     JournalLog log_;
     DesktopWorkspace workspace_;
-    CurlHttpClient http_{mainLoop_};
+    LoadedHttpClient http_{mainLoop_};
     /// Last, so first to go: its work uses the others.
     ThreadBackgroundTasks background_;
 };

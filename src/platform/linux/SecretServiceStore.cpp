@@ -8,6 +8,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 namespace ternvault {
@@ -31,9 +32,7 @@ GHashTable* attributes(const SecretKey& key) {
                                    key.account.toUtf8().constData(), nullptr);
 }
 
-/// A session with the service while its default collection is unlocked; nothing otherwise. A session of its
-/// own for every call: the service may have been restarted since the last one.
-SecretService* openUnlocked(GCancellable* cancellable) {
+SecretService* openService(GCancellable* cancellable) {
     // Without one, GLib would start a bus of its own.
     if (!sessionHasBus())
         return nullptr;
@@ -42,33 +41,14 @@ SecretService* openUnlocked(GCancellable* cancellable) {
         return nullptr;
     // Or the end of the bus would end this process.
     g_dbus_connection_set_exit_on_close(bus, FALSE);
-    g_autoptr(SecretService) service = secret_service_open_sync(
-        SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, cancellable, nullptr);
-    if (service == nullptr)
-        return nullptr;
-    g_autoptr(SecretCollection) collection = secret_collection_for_alias_sync(
-        service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, cancellable, nullptr);
-    if (collection == nullptr || secret_collection_get_locked(collection))
-        return nullptr;
-    return g_steal_pointer(&service);
+    return secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, cancellable,
+                                    nullptr);
 }
 
-/// Runs the call on a thread of its own and gives up on it at the deadline, with the value that `Result`
-/// starts with. Such a thread ends when the cancelled call does; it touches nothing but its own copies.
-template <typename Result>
-Result callWithin(std::chrono::milliseconds deadline,
-                  std::function<Result(SecretService*, GCancellable*)> call) {
-    const std::shared_ptr<GCancellable> cancellable(g_cancellable_new(), g_object_unref);
-    std::packaged_task<Result()> task([cancellable, call = std::move(call)] {
-        g_autoptr(SecretService) service = openUnlocked(cancellable.get());
-        return service != nullptr ? call(service, cancellable.get()) : Result{};
-    });
-    std::future<Result> answer = task.get_future();
-    std::thread(std::move(task)).detach();
-    if (answer.wait_for(deadline) == std::future_status::ready)
-        return answer.get();
-    g_cancellable_cancel(cancellable.get());
-    return Result{};
+bool isUnlocked(SecretService* service, GCancellable* cancellable) {
+    g_autoptr(SecretCollection) collection = secret_collection_for_alias_sync(
+        service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, cancellable, nullptr);
+    return collection != nullptr && secret_collection_get_locked(collection) == FALSE;
 }
 
 SecretAnswer answerFrom(GList* items) {
@@ -82,10 +62,85 @@ SecretAnswer answerFrom(GList* items) {
     return {SecretAnswer::State::found, QByteArray(bytes, static_cast<qsizetype>(size))};
 }
 
+bool isAnswer(const SecretAnswer& answer) {
+    return answer.state != SecretAnswer::State::unavailable;
+}
+
+bool isAnswer(bool done) {
+    return done;
+}
+
 } // namespace
 
+/// One session with the service for all calls, because agreeing on its key takes some 20 ms. The service may be
+/// restarted and then knows it no more, so what fails in a kept session is tried again in a new one.
+class SecretServiceSession {
+public:
+    SecretServiceSession() = default;
+    SecretServiceSession(const SecretServiceSession&) = delete;
+    SecretServiceSession& operator=(const SecretServiceSession&) = delete;
+    ~SecretServiceSession() { g_clear_object(&service_); }
+
+    void open() {
+        const std::lock_guard lock(mutex_);
+        if (service_ == nullptr)
+            service_ = openService(nullptr);
+    }
+
+    template <typename Result>
+    Result perform(const std::function<Result(SecretService*, GCancellable*)>& call, GCancellable* cancellable) {
+        const std::lock_guard lock(mutex_);
+        if (service_ != nullptr) {
+            const Result answer = performIfUnlocked(call, cancellable);
+            if (isAnswer(answer))
+                return answer;
+            g_clear_object(&service_);
+        }
+        service_ = openService(cancellable);
+        return service_ != nullptr ? performIfUnlocked(call, cancellable) : Result{};
+    }
+
+private:
+    template <typename Result>
+    Result performIfUnlocked(const std::function<Result(SecretService*, GCancellable*)>& call,
+                             GCancellable* cancellable) {
+        return isUnlocked(service_, cancellable) ? call(service_, cancellable) : Result{};
+    }
+
+    std::mutex mutex_;
+    SecretService* service_ = nullptr;
+};
+
+namespace {
+
+/// Runs the call on a thread of its own and gives up on it at the deadline, with the value that `Result`
+/// starts with. Such a thread ends when the cancelled call does; it touches nothing but what it shares in owning.
+template <typename Result>
+Result callWithin(std::chrono::milliseconds deadline, const std::shared_ptr<SecretServiceSession>& session,
+                  std::function<Result(SecretService*, GCancellable*)> call) {
+    const std::shared_ptr<GCancellable> cancellable(g_cancellable_new(), g_object_unref);
+    std::packaged_task<Result()> task([cancellable, session, call = std::move(call)] {
+        return session->perform(call, cancellable.get());
+    });
+    std::future<Result> answer = task.get_future();
+    std::thread(std::move(task)).detach();
+    if (answer.wait_for(deadline) == std::future_status::ready)
+        return answer.get();
+    g_cancellable_cancel(cancellable.get());
+    return Result{};
+}
+
+} // namespace
+
+SecretServiceStore::SecretServiceStore(std::chrono::milliseconds deadline)
+    : deadline_(deadline), session_(std::make_shared<SecretServiceSession>()) {}
+
+void SecretServiceStore::prepare() {
+    std::thread([session = session_] { session->open(); }).detach();
+}
+
 SecretAnswer SecretServiceStore::find(const SecretKey& key) {
-    return callWithin<SecretAnswer>(deadline_, [key](SecretService* service, GCancellable* cancellable) {
+    return callWithin<SecretAnswer>(deadline_, session_, [key](SecretService* service, GCancellable* cancellable) {
         g_autoptr(GHashTable) query = attributes(key);
         g_autoptr(GError) error = nullptr;
         GList* const items = secret_service_search_sync(service, schema(), query, SECRET_SEARCH_LOAD_SECRETS,
@@ -97,7 +152,7 @@ SecretAnswer SecretServiceStore::find(const SecretKey& key) {
 }
 
 bool SecretServiceStore::store(const SecretKey& key, const QByteArray& secret) {
-    return callWithin<bool>(deadline_, [key, secret](SecretService* service, GCancellable* cancellable) {
+    return callWithin<bool>(deadline_, session_, [key, secret](SecretService* service, GCancellable* cancellable) {
         g_autoptr(GHashTable) item = attributes(key);
         g_autoptr(SecretValue) value = secret_value_new(secret.constData(), secret.size(), "text/plain");
         return secret_service_store_sync(service, schema(), item, SECRET_COLLECTION_DEFAULT, "Tern Vault",
@@ -106,7 +161,7 @@ bool SecretServiceStore::store(const SecretKey& key, const QByteArray& secret) {
 }
 
 bool SecretServiceStore::remove(const SecretKey& key) {
-    return callWithin<bool>(deadline_, [key](SecretService* service, GCancellable* cancellable) {
+    return callWithin<bool>(deadline_, session_, [key](SecretService* service, GCancellable* cancellable) {
         g_autoptr(GHashTable) query = attributes(key);
         g_autoptr(GError) error = nullptr;
         secret_service_clear_sync(service, schema(), query, cancellable, &error);

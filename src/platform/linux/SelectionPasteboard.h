@@ -6,19 +6,20 @@
 
 namespace ternvault {
 
-/// The file URLs of a `text/uri-list`, as tolerant as file managers are careless: blanks and signs that are
-/// not escaped, names that are no UTF-8, any kind of line end.
+/// The files of a `text/uri-list`; what else is in it (comments, places on the network, other PCs) is left
+/// out. Tolerates signs that are not escaped and any kind of line end. Any thread.
 std::vector<QUrl> filesInUriList(const QByteArray& uriList);
 
 /// A pasteboard over what file managers put into a selection; how the bytes are fetched is left to the
-/// derived class. A cut selection counts like a copied one: its files are copied and stay where they are.
+/// derived class. A cut selection counts like a copied one, because its files are copied and stay where they
+/// are; so KDE's mark of a cut, `application/x-kde-cutselection`, need not be read.
 class SelectionPasteboard : public Pasteboard {
 public:
     /// From `text/uri-list`.
     std::vector<QUrl> fileURLs() const final;
     /// File names from `x-special/gnome-copied-files`.
     QVariant propertyList(const QString& type) const final;
-    /// The entries of `text/uri-list` as they are written.
+    /// The same URLs as `fileURLs`, well-formed however the file manager wrote them.
     std::vector<std::optional<QString>> itemTexts(const QString& type) const final;
     bool holdsFileURLs() const final;
 

@@ -1,0 +1,87 @@
+#include "app/ApplicationService.h"
+
+#include "app/StartupToken.h"
+#include "platform/linux/SessionBus.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QUrl>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto serviceName = u"space.larkspur.ternvault"_s;
+const auto objectPath = u"/space/larkspur/ternvault"_s;
+const auto interface = u"org.freedesktop.Application"_s;
+
+QDBusMessage methodCall(const QString& method) {
+    return QDBusMessage::createMethodCall(serviceName, objectPath, interface, method);
+}
+
+QDBusMessage request(const CommandLine& commandLine) {
+    if (!commandLine.action.isEmpty())
+        return methodCall(u"ActivateAction"_s) << commandLine.action << QVariantList();
+    if (commandLine.urls.empty())
+        return methodCall(u"Activate"_s);
+    QStringList uris;
+    for (const QUrl& url : commandLine.urls)
+        uris << url.toString(QUrl::FullyEncoded);
+    return methodCall(u"Open"_s) << uris;
+}
+
+} // namespace
+
+ApplicationService::Start ApplicationService::claim(const CommandLine& commandLine,
+                                                    const QVariantMap& startupTokens) {
+    if (!sessionHasBus())
+        return Start::first;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return Start::first;
+    // Before the name, so that whoever sees the name finds the object.
+    bus.registerObject(objectPath, this, QDBusConnection::ExportAllSlots);
+    while (!bus.registerService(serviceName)) {
+        QDBusMessage message = request(commandLine) << startupTokens;
+        // Or the bus would start one more process where the other has just ended.
+        message.setAutoStartService(false);
+        const QDBusMessage answer = bus.call(message);
+        if (answer.type() == QDBusMessage::ReplyMessage)
+            return Start::handedOver;
+        if (!bus.isConnected())
+            return Start::first;
+        // Where the other ended instead of answering, this one takes its place.
+        if (bus.interface()->isServiceRegistered(serviceName))
+            return Start::unanswered;
+    }
+    return Start::first;
+}
+
+void ApplicationService::release() {
+    handlers_ = {};
+    QDBusConnection::sessionBus().unregisterService(serviceName);
+}
+
+void ApplicationService::Activate(const QVariantMap& platformData) {
+    useStartupTokens(platformData);
+    handlers_.activate();
+}
+
+void ApplicationService::Open(const QStringList& uris, const QVariantMap& platformData) {
+    useStartupTokens(platformData);
+    std::vector<QUrl> urls;
+    for (const QString& uri : uris)
+        urls.emplace_back(uri, QUrl::StrictMode);
+    handlers_.open(urls);
+}
+
+void ApplicationService::ActivateAction(const QString& name, const QVariantList&,
+                                        const QVariantMap& platformData) {
+    useStartupTokens(platformData);
+    handlers_.performAction(name);
+}
+
+} // namespace ternvault

@@ -1,0 +1,34 @@
+#include "app/StartupToken.h"
+
+#include "platform/linux/X11Windows.h"
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto x11Key = u"desktop-startup-id"_s;
+const auto waylandKey = u"activation-token"_s;
+constexpr auto x11Variable = "DESKTOP_STARTUP_ID";
+/// Qt takes it from there at the next activation.
+constexpr auto waylandVariable = "XDG_ACTIVATION_TOKEN";
+
+} // namespace
+
+QVariantMap startupTokensOfThisProcess() {
+    QVariantMap tokens;
+    if (qEnvironmentVariableIsSet(x11Variable))
+        tokens[x11Key] = qEnvironmentVariable(x11Variable);
+    if (qEnvironmentVariableIsSet(waylandVariable))
+        tokens[waylandKey] = qEnvironmentVariable(waylandVariable);
+    return tokens;
+}
+
+void useStartupTokens(const QVariantMap& platformData) {
+    if (const QString token = platformData.value(waylandKey).toString(); !token.isEmpty())
+        qputenv(waylandVariable, token.toUtf8());
+    x11::endStartup(platformData.value(x11Key).toString().toUtf8());
+}
+
+} // namespace ternvault

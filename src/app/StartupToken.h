@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QVariantMap>
+
+namespace ternvault {
+
+/// What the desktop gives a start, or a request to the running application, so that its window may come to
+/// the front, as org.freedesktop.Application's platform data.
+QVariantMap startupTokensOfThisProcess();
+
+/// Makes use of the tokens of a request from outside, after whose call the window is to be activated.
+void useStartupTokens(const QVariantMap& platformData);
+
+} // namespace ternvault

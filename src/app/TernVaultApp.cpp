@@ -1,0 +1,145 @@
+#include "app/TernVaultApp.h"
+
+#include "app/ContentView.h"
+#include "app/LegalDocumentsDialog.h"
+#include "app/Route.h"
+#include "async/EscapeReport.h"
+#include "platform/linux/MountedMedia.h"
+
+#include <QApplication>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QTimer>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize aboutIconSize(64, 64);
+
+QString desktopStateFile(const LinuxServices& services) {
+    const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
+    return QString::fromStdString(folder / "desktop.ini");
+}
+
+} // namespace
+
+TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices)
+    : notices_(notices), theme_(application, appearance_),
+      desktopState_(desktopStateFile(services), QSettings::IniFormat),
+      filePanel_(desktopState_, mountedMedia), pasteboard_(*QApplication::clipboard()),
+      platform_(services.platform({filePanel_, pasteboard_, activation_})), model_(platform_),
+      tasks_(platform_.mainLoop,
+             [this, report = reportEscapes(platform_.log)](const std::exception_ptr& escaped) {
+                 report(escaped);
+                 notices_.show(u"An internal error; the system's log tells more."_s);
+             }),
+      mainWindow_(
+          desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
+          [this] { comeForwardOnceMapped(); }),
+      tray_(commands_, [this] { showMainWindow(); }) {
+    activation_.setWindow(mainWindow_);
+    auto* const edit = new EditMenu(
+        pasteboard_, [this] { return routeOf(model_) == Route::main; }, [this] { pasteFiles(); });
+    edit->setParent(mainWindow_.menuBar(), edit->windowFlags());
+    commands_.fill(*mainWindow_.menuBar(), edit);
+    connectCommands();
+}
+
+void TernVaultApp::connectCommands() {
+    const auto onTrigger = [this](QAction& item, auto action) {
+        QObject::connect(&item, &QAction::triggered, &mainWindow_, action);
+    };
+    onTrigger(commands_.showWindow, [this] { showMainWindow(); });
+    onTrigger(commands_.pasteFiles, [this] { pasteFiles(); });
+    onTrigger(commands_.addFiles, [this] { model_.transfers.pickAndEnqueueFiles(); });
+    onTrigger(commands_.settings, [this] { showSettings(); });
+    onTrigger(commands_.legal, [this] { showLegalDocuments(); });
+    onTrigger(commands_.about, [this] { showAbout(); });
+    onTrigger(commands_.quit, [] { QApplication::quit(); });
+    onTrigger(commands_.closeWindow, [] {
+        if (QWidget* const window = QApplication::activeWindow())
+            window->close();
+    });
+    onTrigger(commands_.minimise, [] {
+        if (QWidget* const window = QApplication::activeWindow())
+            window->showMinimized();
+    });
+}
+
+void TernVaultApp::showMainWindow() {
+    if (mainWindow_.isVisible())
+        activation_.activate();
+    else
+        mainWindow_.show();
+}
+
+/// The window manager hears of a window only after it was told to appear.
+void TernVaultApp::comeForwardOnceMapped() {
+    QTimer::singleShot(0, &mainWindow_, [this] {
+        activation_.activate();
+        notices_.attach(mainWindow_);
+    });
+}
+
+void TernVaultApp::open(const std::vector<QUrl>& urls) {
+    for (const QUrl& url : urls)
+        tasks_.spawn(model_.handleIncomingFileURLs({url}));
+}
+
+void TernVaultApp::performAction(const QString& name) {
+    if (name == u"paste")
+        commands_.pasteFiles.trigger();
+    else if (name == u"add-files")
+        commands_.addFiles.trigger();
+}
+
+ApplicationService::Handlers TernVaultApp::requests() {
+    // The window comes first: it shows what becomes of the request.
+    return {[this] { showMainWindow(); },
+            [this](const std::vector<QUrl>& urls) {
+                showMainWindow();
+                open(urls);
+            },
+            [this](const QString& name) {
+                showMainWindow();
+                performAction(name);
+            }};
+}
+
+void TernVaultApp::pasteFiles() {
+    tasks_.spawn(model_.pasteFromClipboard());
+}
+
+void TernVaultApp::showSettings() {
+    if (!settings_) {
+        settings_ = std::make_unique<SettingsWindow>(model_);
+        commands_.addShortcutsTo(*settings_);
+    }
+    settings_->show();
+    settings_->raise();
+    settings_->activateWindow();
+}
+
+void TernVaultApp::showLegalDocuments() {
+    auto* const dialog = new LegalDocumentsDialog(mainWindow_);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+}
+
+void TernVaultApp::showAbout() {
+    auto* const box = new QMessageBox(
+        QMessageBox::NoIcon, u"About Tern Vault"_s,
+        u"<h3>Tern Vault %1</h3><p>Makes a disk of a Linux PC on the home network usable as a drive.</p>"
+        u"<p>Free software under the GNU General Public License, version 3 or later. It comes without any "
+        u"warranty.</p>"_s.arg(QApplication::applicationVersion()),
+        QMessageBox::Close, &mainWindow_);
+    box->setIconPixmap(QApplication::windowIcon().pixmap(aboutIconSize));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    box->show();
+}
+
+} // namespace ternvault

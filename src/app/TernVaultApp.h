@@ -1,0 +1,68 @@
+#pragma once
+
+#include "app/ApplicationActivation.h"
+#include "app/ApplicationService.h"
+#include "app/Commands.h"
+#include "app/EditMenu.h"
+#include "app/MainWindow.h"
+#include "app/Notices.h"
+#include "app/SettingsWindow.h"
+#include "app/TrayIcon.h"
+#include "async/TaskScope.h"
+#include "model/AppModel.h"
+#include "platform/linux/ClipboardPasteboard.h"
+#include "platform/linux/LinuxServices.h"
+#include "platform/linux/PortalAppearance.h"
+#include "ui/FileChooser.h"
+#include "ui/Theme.h"
+
+#include <QSettings>
+
+#include <memory>
+
+class QApplication;
+
+namespace ternvault {
+
+/// The application: owns the model and the windows, and connects both to the desktop. What it is given
+/// outlives it. Main thread.
+class TernVaultApp final {
+public:
+    TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices);
+
+    /// Opens the main window, or brings it back.
+    void showMainWindow();
+    /// Hands each of the files to the model, in a task of its own.
+    void open(const std::vector<QUrl>& urls);
+    /// Does what the desktop entry's action of this name says; nothing for any other name.
+    void performAction(const QString& name);
+    /// What the desktop may ask for.
+    ApplicationService::Handlers requests();
+
+private:
+    void connectCommands();
+    void comeForwardOnceMapped();
+    void pasteFiles();
+    void showSettings();
+    void showLegalDocuments();
+    void showAbout();
+
+    // In the order in which each uses what stands above it.
+    Notices& notices_;
+    PortalAppearance appearance_;
+    Theme theme_;
+    /// Window placement and the like: nothing that the user set.
+    QSettings desktopState_;
+    FileChooser filePanel_;
+    ClipboardPasteboard pasteboard_;
+    ApplicationActivation activation_;
+    Platform platform_;
+    AppModel model_;
+    TaskScope tasks_;
+    Commands commands_;
+    MainWindow mainWindow_;
+    std::unique_ptr<SettingsWindow> settings_;
+    TrayIcon tray_;
+};
+
+} // namespace ternvault

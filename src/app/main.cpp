@@ -1,0 +1,103 @@
+#include "app/ApplicationService.h"
+#include "app/CommandLine.h"
+#include "app/Notices.h"
+#include "app/StartupToken.h"
+#include "app/TernVaultApp.h"
+#include "platform/linux/LinuxServices.h"
+
+#include <QApplication>
+#include <QIcon>
+#include <QMessageBox>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace ternvault {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+constexpr int failure = 1;
+constexpr int usageError = 2;
+
+constexpr auto help = R"(Usage: ternvault [--paste | --add-files] [FILE...]
+
+Opens Tern Vault, or brings the window of the running one back, and copies the files onto the volume.
+
+  --paste      copy the files on the clipboard, too
+  --add-files  ask which files to copy
+  --help       print this
+  --version    print the version
+
+The other program, ternvault-cli, does the same work in terminals and scripts.
+)";
+
+int refuse(const QString& problem, int status) {
+    std::fputs(("ternvault: " + problem.toUtf8() + '\n').constData(), stderr);
+    QMessageBox::critical(nullptr, u"Tern Vault"_s, problem);
+    return status;
+}
+
+int run(QApplication& application, ApplicationService& service, const CommandLine& commandLine,
+        const SecretServiceStore& secretService) {
+    Notices notices;
+    LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
+    int status = 0;
+    {
+        TernVaultApp app(application, services, notices);
+        service.setHandlers(app.requests());
+        if (!commandLine.isBusStart)
+            app.showMainWindow();
+        app.open(commandLine.urls);
+        app.performAction(commandLine.action);
+        status = QApplication::exec();
+        service.release();
+    }
+    if (!services.finishBackgroundWork(1s))
+        std::_Exit(status);
+    return status;
+}
+
+int start(QApplication& application, const CommandLine& commandLine, const QVariantMap& startupTokens,
+          const SecretServiceStore& secretService) {
+    if (const std::optional<QString> problem = LinuxServices::environmentProblem())
+        return refuse(*problem, usageError);
+    ApplicationService service;
+    switch (service.claim(commandLine, startupTokens)) {
+    case ApplicationService::Start::handedOver:
+        return 0;
+    case ApplicationService::Start::unanswered:
+        return refuse(u"Tern Vault is running already, but does not answer."_s, failure);
+    case ApplicationService::Start::first:
+        break;
+    }
+    return run(application, service, commandLine, secretService);
+}
+
+} // namespace
+} // namespace ternvault
+
+int main(int argc, char* argv[]) {
+    using namespace ternvault;
+    // Qt takes them out of the environment.
+    const QVariantMap startupTokens = startupTokensOfThisProcess();
+    const CommandLine early = parseCommandLine({argv + 1, argv + argc});
+    if (early.wantsHelp || early.wantsVersion) {
+        std::fputs(early.wantsHelp ? help : "ternvault " TERNVAULT_VERSION "\n", stdout);
+        return 0;
+    }
+    // The service and the toolkit take equally long, and wait for each other nowhere.
+    SecretServiceStore secretService;
+    secretService.prepare();
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(u"ternvault"_s);
+    QApplication::setApplicationDisplayName(u"Tern Vault"_s);
+    QApplication::setApplicationVersion(QStringLiteral(TERNVAULT_VERSION));
+    QApplication::setDesktopFileName(u"space.larkspur.ternvault"_s);
+    QApplication::setWindowIcon(QIcon(u":/ternvault/icon.svg"_s));
+    QApplication::setQuitOnLastWindowClosed(false);
+    // Without Qt's own options.
+    return start(application, parseCommandLine({argv + 1, argv + argc}), startupTokens, secretService);
+}

@@ -1,0 +1,35 @@
+#include "ui/FileChooser.h"
+
+#include <QTimer>
+
+#include <utility>
+
+namespace ternvault {
+
+FileChooser::FileChooser(QSettings& state, FilePanelDialog::MountedMedia media)
+    : state_(state), media_(std::move(media)) {}
+
+FileChooser::~FileChooser() {
+    delete dialog_;
+}
+
+void FileChooser::show(const FilePanelTexts& texts, Completion completion) {
+    if (dialog_) {
+        QTimer::singleShot(0, dialog_, [completion = std::move(completion)] { completion(std::nullopt); });
+    } else {
+        dialog_ = new FilePanelDialog(texts, state_, media_());
+        QObject::connect(dialog_, &QDialog::finished, dialog_,
+                         [dialog = dialog_.data(), completion = std::move(completion)](int result) {
+                             dialog->deleteLater();
+                             if (result == QDialog::Accepted)
+                                 completion(dialog->selection());
+                             else
+                                 completion(std::nullopt);
+                         });
+    }
+    dialog_->show();
+    dialog_->raise();
+    dialog_->activateWindow();
+}
+
+} // namespace ternvault

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "platform/FilePanel.h"
+
+#include <QDialog>
+#include <QFileIconProvider>
+#include <QFileSystemModel>
+
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QPushButton;
+class QSettings;
+class QToolButton;
+class QTreeView;
+
+namespace ternvault {
+
+/// Shows one folder at a time and lets the user choose files and folders in it, several at once.
+class FilePanelDialog final : public QDialog {
+public:
+    using MountedMedia = std::function<std::vector<std::filesystem::path>()>;
+
+    FilePanelDialog(const FilePanelTexts& texts, QSettings& state,
+                    const std::vector<std::filesystem::path>& media);
+
+    /// In the order of the list.
+    std::vector<std::filesystem::path> selection() const;
+
+private:
+    void done(int result) override;
+
+    void arrange(const FilePanelTexts& texts);
+    void prepareList();
+    void fillPlaces(const std::vector<std::filesystem::path>& media);
+    void addShortcuts();
+    void restore();
+
+    void goTo(const QString& folder);
+    void showFolder(const QString& folder);
+    void goUp();
+    void goBack();
+    void enter(const QModelIndex& item);
+    void followPathField();
+    void showHidden(bool on);
+    void renderSelection();
+    QModelIndexList selectedRows() const;
+
+    QSettings& state_;
+    QFileIconProvider icons_;
+    QFileSystemModel files_;
+    /// Folders to go back to, the latest one last.
+    QStringList history_;
+    QListWidget* places_;
+    QToolButton* back_;
+    QToolButton* up_;
+    QLineEdit* path_;
+    QTreeView* list_;
+    QToolButton* hidden_;
+    QPushButton* confirm_;
+    QPushButton* cancel_;
+};
+
+} // namespace ternvault

@@ -1,0 +1,135 @@
+#include "support/TemporaryFolder.h"
+#include "ui/FileChooser.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTest>
+#include <QToolButton>
+#include <QTreeView>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+namespace ternvault::test {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+namespace {
+
+const FilePanelTexts texts{u"Copy & go"_s, u"Choose"_s};
+
+template <typename Widget>
+Widget& named(const QWidget& window, const QString& name) {
+    for (Widget* const widget : window.findChildren<Widget*>())
+        if (widget->accessibleName() == name || widget->property("text") == name)
+            return *widget;
+    throw std::runtime_error("no such control");
+}
+
+class FilePanelTest : public testing::Test {
+protected:
+    FilePanelTest() {
+        fs::create_directories(folder / "sub/inner");
+        writeFile(folder / "a.txt", "a");
+        writeFile(folder / ".hidden", "h");
+        state.setValue(u"filePanel/folder"_s, path(""));
+        panel.show(texts, [this](auto chosen) {
+            ++completions;
+            result = std::move(chosen);
+        });
+        for (QWidget* const window : QApplication::topLevelWidgets())
+            if (auto* const shown = qobject_cast<QDialog*>(window))
+                dialog = shown;
+        EXPECT_TRUE(QTest::qWaitForWindowActive(dialog));
+        list = dialog->findChild<QTreeView*>();
+        confirm = &named<QPushButton>(*dialog, u"Copy && go"_s);
+    }
+    QString path(const fs::path& name) const {
+        return QString::fromStdString((folder.path() / name).lexically_normal())
+            .remove(QRegularExpression(u"/$"_s));
+    }
+    std::set<QString> names() const {
+        std::set<QString> shown;
+        for (int row = 0; row < list->model()->rowCount(list->rootIndex()); ++row)
+            shown.insert(list->model()->index(row, 0, list->rootIndex()).data().toString());
+        return shown;
+    }
+    bool waitFor(const std::set<QString>& expected) const {
+        return QTest::qWaitFor([&] { return names() == expected; });
+    }
+    void click(const QString& name, Qt::KeyboardModifiers modifiers = {}) const {
+        for (int row = 0; row < list->model()->rowCount(list->rootIndex()); ++row) {
+            const QModelIndex index = list->model()->index(row, 0, list->rootIndex());
+            if (index.data() == name)
+                QTest::mouseClick(list->viewport(), Qt::LeftButton, modifiers,
+                                  list->visualRect(index).center());
+        }
+    }
+
+    TemporaryFolder folder;
+    TemporaryFolder stateFolder;
+    QSettings state{QString::fromStdString(stateFolder / "desktop.ini"), QSettings::IniFormat};
+    FileChooser panel{state, [] { return std::vector<fs::path>(); }};
+    int completions = 0;
+    std::optional<std::vector<fs::path>> result;
+    QPointer<QDialog> dialog;
+    QTreeView* list = nullptr;
+    QPushButton* confirm = nullptr;
+};
+
+} // namespace
+
+TEST_F(FilePanelTest, ChoosesFilesAndFoldersTogether) {
+    ASSERT_TRUE(waitFor({u"a.txt"_s, u"sub"_s}));
+    EXPECT_FALSE(confirm->isEnabled()) << "nothing is chosen yet";
+    QTest::keyClick(list, Qt::Key_H, Qt::ControlModifier);
+    EXPECT_TRUE(waitFor({u".hidden"_s, u"a.txt"_s, u"sub"_s}));
+    click(u"sub"_s);
+    click(u"a.txt"_s, Qt::ControlModifier);
+    EXPECT_TRUE(confirm->isEnabled());
+    QTest::keyClick(list, Qt::Key_Return);
+    ASSERT_TRUE(result.has_value());
+    EXPECT_EQ(std::set<fs::path>(result->begin(), result->end()),
+              (std::set<fs::path>{folder / "sub", folder / "a.txt"}));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return dialog.isNull(); }));
+    EXPECT_EQ(completions, 1);
+    EXPECT_TRUE(state.value(u"filePanel/showHidden"_s).toBool());
+}
+
+TEST_F(FilePanelTest, GoesThroughFoldersWithTheKeyboard) {
+    ASSERT_TRUE(waitFor({u"a.txt"_s, u"sub"_s}));
+    QLineEdit& place = named<QLineEdit>(*dialog, u"Folder"_s);
+    click(u"sub"_s);
+    QTest::keyClick(list, Qt::Key_Right);
+    EXPECT_EQ(place.text(), path("sub"));
+    EXPECT_FALSE(confirm->isEnabled()) << "what was chosen is out of sight";
+    EXPECT_TRUE(waitFor({u"inner"_s}));
+    QTest::keyClick(list, Qt::Key_Backspace);
+    EXPECT_EQ(place.text(), path(""));
+    named<QToolButton>(*dialog, u"Back"_s).click();
+    EXPECT_EQ(place.text(), path("sub"));
+
+    place.setFocus();
+    place.setText(path("nothing"));
+    QTest::keyClick(&place, Qt::Key_Return);
+    EXPECT_EQ(place.text(), path("nothing")) << "what was typed stays to be mended";
+    place.setText(path("a.txt"));
+    QTest::keyClick(&place, Qt::Key_Return);
+    EXPECT_TRUE(confirm->isEnabled()) << "a file that was typed is chosen";
+    ASSERT_EQ(completions, 0) << "and not yet taken";
+
+    bool second = false;
+    panel.show(texts, [&second](auto chosen) { second = !chosen.has_value(); });
+    EXPECT_TRUE(QTest::qWaitFor([&second] { return second; })) << "one panel at a time";
+    QTest::keyClick(dialog, Qt::Key_Escape);
+    EXPECT_EQ(completions, 1);
+    EXPECT_FALSE(result.has_value());
+}
+
+} // namespace ternvault::test

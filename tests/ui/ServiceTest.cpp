@@ -1,0 +1,104 @@
+#include "app/ApplicationService.h"
+#include "platform/linux/PortalAppearance.h"
+#include "support/PrivateBus.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QProcess>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace ternvault::test {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What a start of the program asked the one that runs for.
+struct Asked {
+    std::vector<std::string> urls;
+    QString action;
+    int activations = 0;
+};
+
+/// The desktop's portal, as far as it tells the colour scheme.
+class Portal final : public QDBusVirtualObject {
+public:
+    explicit Portal(uint scheme)
+        : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"portal"_s)) {
+        scheme_ = scheme;
+        bus_.registerVirtualObject(u"/org/freedesktop/portal/desktop"_s, this);
+        bus_.registerService(u"org.freedesktop.portal.Desktop"_s);
+    }
+    ~Portal() override { QDBusConnection::disconnectFromBus(u"portal"_s); }
+    void change(const QString& space, uint scheme) {
+        QDBusMessage signal = QDBusMessage::createSignal(
+            u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.portal.Settings"_s, u"SettingChanged"_s);
+        bus_.send(signal << space << u"color-scheme"_s << QVariant::fromValue(QDBusVariant(scheme)));
+    }
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& question, const QDBusConnection& bus) override {
+        const QVariant inner = QVariant::fromValue(QDBusVariant(scheme_));
+        return bus.send(question.createReply(QVariant::fromValue(QDBusVariant(inner))));
+    }
+
+private:
+    QDBusConnection bus_;
+    uint scheme_ = 0;
+};
+
+} // namespace
+
+TEST(ApplicationService, TakesOverWhatASecondStartIsFor) {
+    const TemporaryFolder folder;
+    PrivateBus bus(folder.path());
+    ASSERT_TRUE(bus.start());
+    ApplicationService service;
+    ASSERT_EQ(service.claim({}, {}), ApplicationService::Start::first);
+    Asked asked;
+    service.setHandlers({[&asked] { ++asked.activations; },
+                         [&asked](const std::vector<QUrl>& urls) {
+                             for (const QUrl& url : urls)
+                                 asked.urls.push_back(url.toEncoded().toStdString());
+                         },
+                         [&asked](const QString& name) { asked.action = name; }});
+    const auto startAgain = [&folder](const QStringList& arguments) {
+        QProcess program;
+        program.setWorkingDirectory(QString::fromStdString(folder.path()));
+        program.start(QStringLiteral(TERNVAULT), arguments);
+        return QTest::qWaitFor([&program] { return program.state() == QProcess::NotRunning; }, 30'000) &&
+               program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0;
+    };
+    EXPECT_TRUE(startAgain({u"--auto-mount"_s}));
+    EXPECT_EQ(asked.activations, 1);
+    EXPECT_TRUE(startAgain({u"--add-files"_s}));
+    EXPECT_EQ(asked.action, u"add-files"_s);
+    EXPECT_TRUE(startAgain({u"a b#.txt"_s, u"--"_s, u"-x"_s, u"file:///c%20d"_s}));
+    const std::string here = "file://" + folder.path().native();
+    EXPECT_EQ(asked.urls, (std::vector<std::string>{here + "/a%20b%23.txt", here + "/-x", "file:///c%20d"}));
+    EXPECT_EQ(asked.activations, 1);
+}
+
+TEST(PortalAppearance, FollowsTheDesktopsChoice) {
+    const TemporaryFolder folder;
+    PrivateBus bus(folder.path());
+    ASSERT_TRUE(bus.start());
+    Portal portal(1);
+    PortalAppearance appearance;
+    EXPECT_FALSE(appearance.isDark()) << "it waits for nothing";
+    const auto becomes = [&appearance](bool dark) {
+        return QTest::qWaitFor([&] { return appearance.isDark() == dark; });
+    };
+    int changes = 0;
+    const Subscription subscription = appearance.changed.subscribe([&changes] { ++changes; });
+    EXPECT_TRUE(becomes(true));
+    portal.change(u"org.example.other"_s, 2);
+    portal.change(u"org.freedesktop.appearance"_s, 1);
+    portal.change(u"org.freedesktop.appearance"_s, 0);
+    EXPECT_TRUE(becomes(false)) << "no preference: as the platform's palette is";
+    EXPECT_EQ(changes, 2);
+}
+
+} // namespace ternvault::test

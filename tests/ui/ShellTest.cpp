@@ -1,0 +1,165 @@
+#include "app/ContentView.h"
+#include "app/EditMenu.h"
+#include "app/MainWindow.h"
+#include "support/ModelFixture.h"
+#include "support/TemporaryFolder.h"
+#include "ui/LegalAcceptanceView.h"
+#include "ui/MainMountedView.h"
+#include "ui/SetupWizardView.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QPushButton>
+#include <QSettings>
+#include <QTest>
+
+namespace ternvault::test {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void turn() {
+    for (int i = 0; i < 3; ++i)
+        QCoreApplication::processEvents();
+}
+
+QAction* item(const QMenu& menu, const QString& title) {
+    for (QAction* const action : menu.actions())
+        if (action->text() == title)
+            return action;
+    return nullptr;
+}
+
+/// Class names of the screens that exist below `content`.
+std::vector<std::string> screens(const QWidget& content) {
+    std::vector<std::string> result;
+    for (const QObject* const child : content.children()) {
+        if (dynamic_cast<const LegalAcceptanceView*>(child) != nullptr)
+            result.emplace_back("legal");
+        if (dynamic_cast<const SetupWizardView*>(child) != nullptr)
+            result.emplace_back("setup");
+        if (dynamic_cast<const MainMountedView*>(child) != nullptr)
+            result.emplace_back("main");
+    }
+    return result;
+}
+
+} // namespace
+
+class Shell : public ModelFixture {};
+
+TEST_F(Shell, ShowsExactlyTheScreenThatTheFlagsAskForAndFollowsThem) {
+    AppModel& model = start();
+    TaskScope tasks(fake.time, [](const std::exception_ptr&) { ADD_FAILURE(); });
+    ContentView content(model, tasks, fake.platform);
+    content.show();
+
+    struct Row {
+        bool legalAccepted, setupComplete;
+        const char* screen;
+    };
+    for (const Row& row : {Row{false, false, "legal"}, Row{false, true, "legal"}, Row{true, true, "main"},
+                           Row{true, false, "setup"}, Row{true, true, "main"}, Row{false, false, "legal"}}) {
+        const auto before = screens(content);
+        model.legalAccepted = row.legalAccepted;
+        model.setupComplete = row.setupComplete;
+        EXPECT_EQ(screens(content), before) << "changes of one turn are one change";
+        turn();
+        EXPECT_EQ(screens(content), std::vector<std::string>{row.screen});
+        EXPECT_TRUE(content.isAncestorOf(QApplication::focusWidget())) << row.screen;
+    }
+    const QWidget* const screen = content.findChild<LegalAcceptanceView*>();
+    model.status = u"something else"_s;
+    turn();
+    EXPECT_EQ(content.findChild<LegalAcceptanceView*>(), screen) << "a screen stays while its route does";
+}
+
+TEST_F(Shell, PastesTextIntoFieldsAndFilesElsewhere) {
+    bool takesFiles = true;
+    int pasted = 0;
+    EditMenu menu(
+        fake.pasteboard, [&takesFiles] { return takesFiles; }, [&pasted] { ++pasted; });
+    QWidget window;
+    auto* const field = new QLineEdit(u"old"_s, &window);
+    auto* const button = new QPushButton(&window);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QAction& paste = *item(menu, u"&Paste"_s);
+
+    struct Row {
+        QWidget* focus;
+        const char* text;
+        bool holdsFiles, takesFiles, expected;
+    };
+    for (const Row& row : {Row{field, "", false, true, false}, Row{field, "new", false, true, true},
+                           Row{field, "", true, true, false}, Row{button, "new", false, true, false},
+                           Row{button, "", true, true, true}, Row{button, "", true, false, false}}) {
+        QApplication::clipboard()->setText(QString::fromLatin1(row.text));
+        fake.pasteboard.urls.clear();
+        if (row.holdsFiles)
+            fake.pasteboard.urls = {QUrl(u"file:///a"_s)};
+        takesFiles = row.takesFiles;
+        row.focus->setFocus();
+        fake.pasteboard.changed.emit();
+        EXPECT_EQ(paste.isEnabled(), row.expected) << row.text << row.holdsFiles << row.takesFiles;
+    }
+
+    takesFiles = true;
+    paste.trigger();
+    EXPECT_EQ(pasted, 0) << "nothing was pasted where the item is disabled";
+    fake.pasteboard.changed.emit();
+    paste.trigger();
+    EXPECT_EQ(pasted, 1);
+    EXPECT_FALSE(item(menu, u"&Copy"_s)->isEnabled());
+
+    QApplication::clipboard()->setText(u"new"_s);
+    field->setFocus();
+    item(menu, u"Select &All"_s)->trigger();
+    EXPECT_TRUE(item(menu, u"&Copy"_s)->isEnabled());
+    paste.trigger();
+    EXPECT_EQ(field->text(), u"new"_s);
+    EXPECT_EQ(pasted, 1);
+    item(menu, u"&Undo"_s)->trigger();
+    EXPECT_EQ(field->text(), u"old"_s);
+    field->setEchoMode(QLineEdit::Password);
+    field->selectAll();
+    EXPECT_FALSE(item(menu, u"Cu&t"_s)->isEnabled()) << "a masked field gives nothing away";
+}
+
+TEST(MainWindow, KeepsItsPlaceAndHasContentOnlyWhileItIsShown) {
+    const TemporaryFolder folder;
+    const QString file = QString::fromStdString(folder / "desktop.ini");
+    int appearances = 0;
+    QPointer<QWidget> content;
+    const auto makeContent = [&content] {
+        auto made = std::make_unique<QWidget>();
+        content = made.get();
+        return made;
+    };
+    const auto appeared = [&appearances] { ++appearances; };
+    const QRect place(60, 40, 700, 690);
+    {
+        QSettings settings(file, QSettings::IniFormat);
+        MainWindow window(settings, makeContent, appeared);
+        EXPECT_FALSE(content);
+        window.show();
+        EXPECT_TRUE(content);
+        EXPECT_GE(window.minimumSizeHint().height(), 620);
+        window.setGeometry(place);
+        window.close();
+        turn();
+        EXPECT_FALSE(content) << "what was on the screen is gone with it";
+        window.show();
+        turn();
+        EXPECT_TRUE(content);
+        EXPECT_EQ(appearances, 2);
+        EXPECT_EQ(window.geometry(), place);
+    }
+    QSettings settings(file, QSettings::IniFormat);
+    MainWindow next(settings, makeContent, appeared);
+    next.show();
+    EXPECT_EQ(next.geometry(), place);
+}
+
+} // namespace ternvault::test

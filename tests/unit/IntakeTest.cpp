@@ -1,0 +1,164 @@
+#include "intake/DroppedFiles.h"
+#include "intake/PasteboardFiles.h"
+#include "support/ModelFixture.h"
+
+namespace ternvault {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+const QString fileNames = u"NSFilenamesPboardType"_s;
+const QString itemText = u"public.file-url"_s;
+const QString noFiles =
+    u"Clipboard has no files — copy files in Finder first, then paste HERE in Tern Vault"_s;
+
+struct Intake : test::ModelFixture {
+    Intake() {
+        for (const char* file :
+             {"/s/a", "/s/b b", "/s/c", "/s/100%", "/s/b b%20%", "/s/lost+found", "/s/n\xff"})
+            fake.files.entries[file] = false;
+    }
+    /// The URLs found, as text.
+    QStringList found() {
+        QStringList texts;
+        for (const QUrl& url : fileURLsFromPasteboard(fake.pasteboard, fake.files))
+            texts.push_back(QString::fromLatin1(url.toEncoded()));
+        return texts;
+    }
+    void copy(std::initializer_list<const char*> urls) {
+        fake.pasteboard.urls.clear();
+        for (const char* url : urls)
+            fake.pasteboard.urls.emplace_back(QString::fromLatin1(url));
+    }
+};
+
+TEST_F(Intake, ReadsThreeSourcesInOrderAndEachExistingFileOnce) {
+    copy({"file:///s/gone", "file:///s/x/../c", "file:///s/c/", "file://elsewhere/s/a"});
+    fake.pasteboard.propertyLists[fileNames] =
+        QStringList{u"//s/b b"_s, u"/s/c"_s, u"/s/100%"_s, u""_s, u"s/a"_s};
+    fake.pasteboard.texts[itemText] = {std::nullopt, u"file:///s/./c"_s, u"file:///s/a"_s,
+                                       u"file:///s/b%20b"_s};
+    int looks = 0;
+    fake.files.onFound = [&looks] { ++looks; };
+    EXPECT_EQ(found(), (QStringList{u"file:///s/x/../c"_s, u"file:////s/b%20b"_s, u"file:///s/100%25"_s,
+                                    u"file:///s/a"_s}));
+    EXPECT_EQ(looks, 4);
+
+    copy({});
+    fake.pasteboard.texts.clear();
+    fake.pasteboard.propertyLists[fileNames] = QVariantList{u"/s/a"_s, 7};
+    EXPECT_EQ(found(), QStringList()) << "a list that is not of texts alone";
+}
+
+TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
+    const struct {
+        QString text;
+        const char* url;
+    } rows[] = {
+        {u"file:///s/b b"_s, "file:///s/b%20b"},
+        {u"file:///s/b%20b"_s, "file:///s/b%20b"},
+        {u"file:///s/100%"_s, "file:///s/100%25"},
+        {u"file:///s/b b%20%"_s, "file:///s/b%20b%2520%25"},
+        {u"file:///s/{}/../b%20b"_s, "file:///s/%7B%7D/../b%20b"},
+        {u"file:///s/n%FF"_s, "file:///s/n%FF"},
+        {u"/s/a"_s, "/s/a"},
+        {u"http://pc/s/a"_s, nullptr},
+        {u"s/a"_s, nullptr},
+        {u"/s/b b"_s, nullptr},
+        {u"file:/s/b b"_s, nullptr},
+        {u"file:"_s, nullptr},
+        {u""_s, nullptr},
+    };
+    for (const auto& row : rows) {
+        fake.pasteboard.texts[itemText] = {row.text};
+        EXPECT_EQ(found().join(u' '), QString::fromLatin1(row.url)) << row.text.toStdString();
+    }
+}
+
+TEST_F(Intake, WithoutFilesOrWithoutAVolumeNothingIsQueued) {
+    letProgramsFail("refused");
+    AppModel& model = startWithAccount();
+    perform(model.pasteFromClipboard());
+    EXPECT_EQ(*model.status, noFiles);
+    EXPECT_EQ(*model.transfers.lastError, noFiles);
+    EXPECT_EQ(fake.activation.count, 0);
+    perform(model.handleIncomingFileURLs({}));
+    EXPECT_EQ(*model.status, noFiles);
+    EXPECT_EQ(mounts(), 0u);
+
+    copy({"file:///s/a", "file:///s/c"});
+    perform(model.pasteFromClipboard());
+    EXPECT_EQ(*model.status, u"Mount failed — cannot transfer"_s);
+    EXPECT_EQ(*model.transfers.lastError, u"Volume not mounted"_s);
+    EXPECT_EQ(model.transfers.totalCount, 0);
+}
+
+TEST_F(Intake, APasteComesToTheFrontThenMountsThenQueues) {
+    copy({"file:///s/a", "file:///s/lost+found"});
+    letMountsSucceed();
+    AppModel& model = startWithAccount();
+    QStringList statuses;
+    const Subscription subscription = model.objectWillChange.subscribe([&] {
+        if (statuses.isEmpty() || statuses.back() != *model.status)
+            statuses.push_back(*model.status);
+        EXPECT_TRUE(fake.activation.count == 1 || !model.status->startsWith(u"App paste"_s));
+    });
+    perform(model.pasteFromClipboard());
+    EXPECT_EQ(mounts(), 1u);
+    EXPECT_TRUE(statuses.contains(u"App paste: 2 item(s) — rsync (not Finder)"_s));
+    EXPECT_EQ(*model.status, u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s);
+    EXPECT_EQ(model.transfers.totalCount, 1);
+}
+
+TEST_F(Intake, WhatIsNoFileOfThisPCIsCountedAndReportedAsMissing) {
+    fake.files.entries["/Volumes/MOSSBOX1"] = true;
+    AppModel& model = start();
+    const std::vector<QUrl> urls{QUrl(u"https://pc/s/a"_s), QUrl(u"file:///s/n%FF"_s)};
+    perform(model.handleIncomingFileURLs(urls));
+    EXPECT_EQ(*model.status, u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s);
+    EXPECT_EQ(model.transfers.totalCount, 1);
+    EXPECT_EQ(fake.log.messages.at(0), u"space.larkspur.ternvault/transfer: Missing: a"_s);
+}
+
+/// Completes when the test says so.
+struct HeldItem : ItemProvider {
+    explicit HeldItem(std::vector<Completion>& completions) : held(completions) {}
+    void load(const QString& type, Completion completion) override {
+        EXPECT_EQ(type, itemText);
+        held.push_back(std::move(completion));
+    }
+    std::vector<Completion>& held;
+};
+
+TEST_F(Intake, ADropHandsOverOnceInTheOrderOfCompletion) {
+    const ItemProvider::Item items[] = {
+        QByteArray("file:///s/a"),   QUrl(u"file:///s/c"_s), QByteArray("file:///s/\xff"),
+        QByteArray("file:///s/b b"), std::monostate(),       QUrl(u"file:///s/gone"_s)};
+    std::vector<ItemProvider::Completion> held;
+    std::vector<std::unique_ptr<ItemProvider>> providers;
+    for (std::size_t i = 0; i < std::size(items); ++i)
+        providers.push_back(std::make_unique<HeldItem>(held));
+    std::vector<std::vector<QUrl>> handedOver;
+    const auto handOver = [&](std::vector<QUrl> urls) { handedOver.push_back(std::move(urls)); };
+
+    EXPECT_TRUE(handleDrop(providers, fake.time, handOver));
+    providers.clear();
+    for (std::size_t i = std::size(items); i-- > 0;) {
+        fake.time.run();
+        EXPECT_TRUE(handedOver.empty());
+        held[i](items[i]);
+    }
+    EXPECT_TRUE(handedOver.empty()) << "only on a later turn";
+    fake.time.run();
+    const std::vector<QUrl> expected{QUrl(u"file:///s/gone"_s), QUrl(u"file:///s/c"_s),
+                                     QUrl(u"file:///s/a"_s)};
+    ASSERT_EQ(handedOver.size(), 1u);
+    EXPECT_EQ(handedOver[0], expected);
+
+    EXPECT_TRUE(handleDrop({}, fake.time, handOver));
+    fake.time.run();
+    EXPECT_EQ(handedOver.back(), std::vector<QUrl>());
+}
+
+} // namespace
+} // namespace ternvault
