@@ -80,6 +80,10 @@ class Control:
         return all(present.contains(getattr(Atspi.StateType, state)) for state in states)
 
     @property
+    def parent(self):
+        return Control(self.accessible.get_parent())
+
+    @property
     def enabled(self):
         return self.has("ENABLED", "SENSITIVE")
 
@@ -103,6 +107,9 @@ class Control:
     def first(self, role, name=None, test=lambda control: True):
         return next((control for control in self.walk()
                      if control.role == role and name in (None, control.name) and test(control)), None)
+
+    def first_with(self, state):
+        return next((control for control in self.walk() if control.has(state)), None)
 
     def find(self, role, name=None, test=lambda control: True, seconds=PATIENCE):
         return wait_for(lambda: self.first(role, name, test),
@@ -167,11 +174,6 @@ class Program(Control):
                 yield window
                 yield from window.walk()
 
-    def focused(self):
-        return self.first_with("FOCUSED")
-
-    def first_with(self, state):
-        return next((control for control in self.walk() if control.has(state)), None)
 
 
 # --- Hands --------------------------------------------------------------------------------------------------

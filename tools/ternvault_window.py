@@ -23,6 +23,8 @@ class TernVault(Program):
 
     def __init__(self, *arguments):
         switch_on()
+        volumes = os.environ.setdefault("TERNVAULT_VOLUMES_ROOT", str(pathlib.Path.home() / "volumes"))
+        pathlib.Path(volumes).mkdir(exist_ok=True)
         self.process = subprocess.Popen(["ternvault", *arguments])
         super().__init__(self.process.pid)
 
