@@ -213,6 +213,8 @@ TEST_F(MainScreen, TakesDropsAnywhere) {
     QMimeData files;
     files.setUrls(
         {QUrl::fromLocalFile(u"/s/b"_s), QUrl::fromLocalFile(u"/s/a"_s), QUrl::fromLocalFile(u"/s/c"_s)});
+    // As file managers do; a field would take it.
+    files.setText(u"/s/b"_s);
     const QImage plain = window.grab().toImage();
     QImage tinted;
     for (QWidget* const child : all<QWidget>()) {
