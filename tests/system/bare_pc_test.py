@@ -253,8 +253,10 @@ echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"m
 ''', 0o755)
 
         for name, prepare, arguments, expected, message in (
-                ("broken configuration", samba("[global\n   workgroup = BROKEN\n"), [DISK], 1, "does not understand its configuration"),
-                ("share of another folder", samba("[mossbox1]\n   path = /srv\n"), [DISK], 1, "MOSSBOX1 already, which is of /srv:"),
+                ("broken configuration", samba("[global\n   workgroup = BROKEN\n"), [DISK], 1,
+                 "does not understand its configuration"),
+                ("share of another folder", samba("[mossbox1]\n   path = /srv\n"), [DISK], 1,
+                 "MOSSBOX1 already, which is of /srv:"),
                 ("share that is off", ours("available = no\n   read only = no"), [DISK], 1, "is not available"),
                 ("share for reading", ours("read only = yes"), [DISK], 1, "is read only"),
                 ("a person's group", shell("useradd --user-group mossbox"), [DISK], 1, "mossbox belongs to people"),
@@ -277,7 +279,8 @@ echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"m
                 ("share name", None, ["--share", "a]\nb", DISK], 2, "letters, digits"),
                 ("reserved name", None, ["--share", "Global", DISK], 2, "letters, digits"),
                 ("two folders", None, [DISK, DISK], 2, "one folder"),
-                ("first step fails", shell("printf '#!/bin/sh\nexit 10\n' >/usr/sbin/groupadd"), [DISK], 1, "step 1 failed")):
+                ("first step fails", shell("printf '#!/bin/sh\nexit 10\n' >/usr/sbin/groupadd"), [DISK], 1,
+                 "step 1 failed")):
             with self.subTest(name):
                 pc = BarePc()
                 (prepare or (lambda _: None))(pc)
