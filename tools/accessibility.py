@@ -168,13 +168,6 @@ class Program(Control):
         programs = (desktop.get_child_at_index(index) for index in range(desktop.get_child_count()))
         return next((program for program in programs if program and program.get_process_id() == self.pid), None)
 
-    def walk(self):
-        for window in self.children():
-            with contextlib.suppress(GLib.Error):
-                yield window
-                yield from window.walk()
-
-
 
 # --- Hands --------------------------------------------------------------------------------------------------
 

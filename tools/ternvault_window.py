@@ -149,7 +149,7 @@ class FilePanel:
 
     def choose(self, *paths):
         folder = pathlib.Path(paths[0]).parent
-        self.window.find("text", "Folder").set_text(str(folder))
+        self.window.find("text", "Folder").focus().set_text(str(folder))
         press_keys("Return")
         for path in paths:
             self.window.find("table cell", pathlib.Path(path).name).press()
