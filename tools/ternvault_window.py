@@ -4,8 +4,8 @@ import os
 import pathlib
 import subprocess
 
-from accessibility import (PATIENCE, Missed, Program, box_of_window, picture_of, press_keys, show_appearance, switch_on, wait_for,
-                           window_id, xdotool)
+from accessibility import (PATIENCE, Missed, Program, box_of_window, picture_of, press_keys, show_appearance, switch_on,
+                           wait_for, window_id, xdotool)
 
 TOOLS = pathlib.Path(__file__).resolve().parent
 PRIVACY = "I have read and agree to the Privacy Policy"
