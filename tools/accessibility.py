@@ -80,10 +80,6 @@ class Control:
         return all(present.contains(getattr(Atspi.StateType, state)) for state in states)
 
     @property
-    def parent(self):
-        return Control(self.accessible.get_parent())
-
-    @property
     def enabled(self):
         return self.has("ENABLED", "SENSITIVE")
 
@@ -107,9 +103,6 @@ class Control:
     def first(self, role, name=None, test=lambda control: True):
         return next((control for control in self.walk()
                      if control.role == role and name in (None, control.name) and test(control)), None)
-
-    def first_with(self, state):
-        return next((control for control in self.walk() if control.has(state)), None)
 
     def find(self, role, name=None, test=lambda control: True, seconds=PATIENCE):
         return wait_for(lambda: self.first(role, name, test),
@@ -138,9 +131,14 @@ class Control:
         self.accessible.grab_focus()
         return self.wait(lambda control: control.has("FOCUSED"), "focused")
 
-    def centre(self):
+    def box(self):
+        """Left, top, width and height on the screen."""
         box = self.accessible.get_extents(Atspi.CoordType.SCREEN)
-        return box.x + box.width // 2, box.y + box.height // 2
+        return box.x, box.y, box.width, box.height
+
+    def centre(self):
+        left, top, width, height = self.box()
+        return left + width // 2, top + height // 2
 
     def dump(self):
         return "\n".join(map(str, self.walk()))
@@ -167,13 +165,6 @@ class Program(Control):
         desktop.set_cache_mask(Atspi.Cache.NONE)
         programs = (desktop.get_child_at_index(index) for index in range(desktop.get_child_count()))
         return next((program for program in programs if program and program.get_process_id() == self.pid), None)
-
-    def walk(self):
-        for window in self.children():
-            with contextlib.suppress(GLib.Error):
-                yield window
-                yield from window.walk()
-
 
 
 # --- Hands --------------------------------------------------------------------------------------------------
@@ -215,13 +206,17 @@ def drop_files(paths, target, while_held):
 
 # --- Eyes ---------------------------------------------------------------------------------------------------
 
-class Picture:
-    """What a window shows now."""
+def box_of_window(window):
+    """Left, top, width and height on the screen, without the frame around it."""
+    known = GdkX11.X11Window.foreign_new_for_display(Gdk.Display.get_default(), window)
+    return (*known.get_origin()[1:], *known.get_geometry()[2:])
 
-    def __init__(self, window_id):
-        display = Gdk.Display.get_default()
-        window = GdkX11.X11Window.foreign_new_for_display(display, window_id)
-        self.pixels = Gdk.pixbuf_get_from_window(window, 0, 0, window.get_width(), window.get_height())
+
+class Picture:
+    """What a box of the screen shows now."""
+
+    def __init__(self, box):
+        self.pixels = Gdk.pixbuf_get_from_window(Gdk.get_default_root_window(), *box)
 
     def save(self, path):
         pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
@@ -255,11 +250,11 @@ def show_appearance(dark):
                     "prefer-dark" if dark else "default"], check=True)
 
 
-def picture_of(window, dark):
-    """A picture of the window once it stands still in that appearance."""
+def picture_of(box, dark):
+    """A picture of that box of the screen once it stands still in that appearance."""
     def at_rest():
-        first = Picture(window)
+        first = Picture(box)
         time.sleep(0.1)
-        second = Picture(window)
+        second = Picture(box)
         return second if first.content == second.content and (second.lightness < 0.5) == dark else None
     return wait_for(at_rest, f"the window at rest and {'dark' if dark else 'light'}")

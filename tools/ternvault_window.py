@@ -4,12 +4,13 @@ import os
 import pathlib
 import subprocess
 
-from accessibility import (PATIENCE, Missed, Program, picture_of, press_keys, show_appearance, switch_on, wait_for,
-                           window_id)
+from accessibility import (PATIENCE, Missed, Program, box_of_window, picture_of, press_keys, show_appearance, switch_on,
+                           wait_for, window_id, xdotool)
 
 TOOLS = pathlib.Path(__file__).resolve().parent
 PRIVACY = "I have read and agree to the Privacy Policy"
 TERMS = ("I have read and agree to the Terms & Conditions (including Apple platform terms that apply to my Mac)")
+MARGIN = 12  # pixels
 COPYING = 4 * PATIENCE  # seconds for a copy, and for the attempts of one that fails
 
 
@@ -35,6 +36,15 @@ class TernVault(Program):
     @property
     def settings(self):
         return self.find("frame", "Settings")
+
+    @property
+    def transfers(self):
+        return self.main.find("panel", "Transfers (this app only — not Finder)")
+
+    def enlarge(self, width, height):
+        """The main window."""
+        window = window_id(self.pid, "Tern Vault")
+        xdotool("windowsize", "--sync", window, width, height)
 
     def status(self, kind="Status"):
         return self.main.find("label", test=lambda label: label.description == kind).name
@@ -149,7 +159,7 @@ class FilePanel:
 
     def choose(self, *paths):
         folder = pathlib.Path(paths[0]).parent
-        self.window.find("text", "Folder").set_text(str(folder))
+        self.window.find("text", "Folder").focus().set_text(str(folder))
         press_keys("Return")
         for path in paths:
             self.window.find("table cell", pathlib.Path(path).name).press()
@@ -162,8 +172,13 @@ class Camera:
     def __init__(self, program, folder):
         self.program, self.folder = program, folder
 
-    def take(self, name, title="Tern Vault"):
-        window = window_id(self.program.pid, title)
+    def take(self, name, title="Tern Vault", part=None):
+        """Of the window with that title, or of that control with a little around."""
+        if part:
+            left, top, width, height = part.box()
+            box = (left - MARGIN, top - MARGIN, width + 2 * MARGIN, height + 2 * MARGIN)
+        else:
+            box = box_of_window(window_id(self.program.pid, title))
         for dark in (True, False):  # ends in the light, as it began
             show_appearance(dark)
-            picture_of(window, dark).save(self.folder / f"{name}-{'dark' if dark else 'light'}.png")
+            picture_of(box, dark).save(self.folder / f"{name}-{'dark' if dark else 'light'}.png")

@@ -1,5 +1,6 @@
 #include "app/SettingsWindow.h"
 
+#include "ui/AccessibleRole.h"
 #include "ui/SettingsView.h"
 
 #include <QVBoxLayout>
@@ -15,6 +16,7 @@ constexpr QSize contentSize(480, 520);
 } // namespace
 
 SettingsWindow::SettingsWindow(AppModel& model) {
+    setAccessibleRole(*this, QAccessible::Window);
     setWindowTitle(u"Settings"_s);
     setFixedSize(contentSize);
     auto* const layout = new QVBoxLayout(this);

@@ -46,8 +46,8 @@ QLabel* makeCentredText(const QString& text, const TextLook& look) {
 DropZone::DropZone(std::function<void()> clicked) : clicked_(std::move(clicked)), buttons_(new QHBoxLayout) {
     setMinimumHeight(lowest);
     setFocusPolicy(Qt::StrongFocus);
-    setAccessibleName(headline);
     setAccessibleRole(*this, QAccessible::Grouping);
+    setAccessibleName(headline);
 
     auto* const stack = new QVBoxLayout(this);
     stack->setContentsMargins(padding, padding, padding, padding);

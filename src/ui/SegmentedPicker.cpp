@@ -14,8 +14,8 @@ SegmentedPicker::SegmentedPicker(const QString& name, const QStringList& segment
                                  std::function<void(int)> picked)
     : group_(new QButtonGroup(this)) {
     setProperty("segments", true);
-    setAccessibleName(name);
     setAccessibleRole(*this, QAccessible::Grouping);
+    setAccessibleName(name);
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     auto* const row = new QHBoxLayout(this);
     row->setSpacing(2);

@@ -18,8 +18,8 @@ constexpr int titleGap = 5;
 
 TitledBox::TitledBox(const QString& title, int spacing, int verticalPadding)
     : title_(title), column_(new QVBoxLayout(this)), verticalPadding_(verticalPadding) {
-    setAccessibleName(title);
     setAccessibleRole(*this, QAccessible::Grouping);
+    setAccessibleName(title);
     column_->setSpacing(spacing);
     setMargins();
 }

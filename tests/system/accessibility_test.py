@@ -11,7 +11,7 @@ sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
 
 INTERACTIVE = {"push button", "toggle button", "check box", "radio button", "text", "password text", "list",
-               "list item", "progress bar", "tree", "combo box", "menu item", "panel"}
+               "progress bar", "tree", "combo box", "menu item", "panel"}
 MENUS = {("menu item", name) for name in (
     "File", "Settings…", "Close", "Quit", "Edit", "Undo", "Redo", "Cut", "Copy", "Paste", "Select All", "Transfer",
     "Paste Files into Tern Vault", "Add Files…", "Window", "Minimise", "Tern Vault", "Help", "Legal",
@@ -39,16 +39,16 @@ SETTINGS = {
     ("push button", "Reset setup (show Create / Login again)"), ("panel", "Legal"),
     ("push button", "Privacy Policy"), ("push button", "Terms & Conditions")}
 PANEL = {
-    ("push button", "Back"), ("push button", "Up"), ("text", "Folder"), ("toggle button", "Hidden files"),
+    ("push button", "Back"), ("push button", "Up"), ("text", "Folder"), ("check box", "Hidden files"),
     ("list", "Places"), ("tree", "Files and folders"), ("push button", "Cancel"),
     ("push button", "Copy to Tern Vault")}
 
 
 def expect(window, controls, *besides):
-    """Exactly these; items of lists are the user's own."""
+    """Exactly these."""
     def found():
         return {(control.role, control.name) for control in window.walk()
-                if control.role in INTERACTIVE and control.role != "list item"}
+                if control.role in INTERACTIVE}
     wanted = controls | set(besides)
     ternvault_window.wait_for(lambda: found() == wanted, lambda: f"missing {sorted(wanted - found())}, "
                               f"unexpected {sorted(found() - wanted)} in\n{window.dump()}")

@@ -18,19 +18,16 @@ SETTINGS = ["Server IP", "Agent port", "Agent token", "SMB username", "SMB passw
 MAIN = ["IP address", "Port", "Refresh drives", "SMB username", "SMB password", "SMB shares",
         "Drop files here  ·  or click then ⌘V", "Add Files…", "Paste files now", "Auto-connect at login",
         "Open in Finder", "Eject"]
-PANEL = ["Up", "Folder", "Hidden files", "Places", "Files and folders", "Cancel"]
-IN_LISTS = ("list item", "table cell")  # a list's current item has the focus in its place
+PANEL = ["Back", "Up", "Folder", "Hidden files", "Places", "Files and folders", "Cancel"]
+ITEMS = ("list item", "table cell")  # the current one says that it has the focus, wherever that is
 PASSWORD = "with \"blanks\" & marks: \\ #%?"
 
 
 def focused(window):
     """Name of the control that has the focus."""
-    def look():
-        control = window.first_with("FOCUSED")
-        if control and control.role in IN_LISTS:
-            return control.parent.name
-        return control and control.name
-    return wait_for(look, lambda: f"a control with the focus in\n{window.dump()}")
+    return wait_for(lambda: next((control for control in window.walk()
+                                  if control.has("FOCUSED") and control.role not in ITEMS), None),
+                    lambda: f"a control with the focus in\n{window.dump()}").name
 
 
 def tab_to(window, name):
