@@ -23,6 +23,7 @@ ContentView::ContentView(AppModel& model, TaskScope& tasks, const Platform& plat
     layout->setColumnMinimumWidth(0, least.width());
     layout->setRowMinimumHeight(0, least.height());
     layout->addWidget(screen_.get(), 0, 0);
+    setFocusProxy(screen_.get());
 }
 
 void ContentView::render() {
@@ -34,8 +35,9 @@ void ContentView::render() {
     screen_ = makeScreen(route);
     static_cast<QGridLayout*>(layout())->addWidget(screen_.get(), 0, 0);
     screen_->show();
+    setFocusProxy(screen_.get());
     // The old screen took the focus with it.
-    focusNextChild();
+    setFocus();
 }
 
 std::unique_ptr<QWidget> ContentView::makeScreen(Route route) {

@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QGridLayout>
+#include <QScreen>
 #include <QSettings>
 
 #include <chrono>
@@ -15,6 +16,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr QSize minimumContentSize(640, 620);
+/// Shows all of the main screen, where the display is high enough.
+constexpr QSize firstSize(680, 860);
 /// A window that is dragged moves many times a second.
 constexpr auto saveDelay = 500ms;
 const auto placementKey = u"mainWindow"_s;
@@ -30,6 +33,7 @@ MainWindow::MainWindow(QSettings& placement, ContentFactory makeContent, std::fu
     layout->setColumnMinimumWidth(0, minimumContentSize.width());
     layout->setRowMinimumHeight(0, minimumContentSize.height());
     setCentralWidget(frame);
+    resize(firstSize.boundedTo(screen()->availableSize()));
     restoreGeometry(placement_.value(placementKey).toByteArray());
     saveSoon_.setSingleShot(true);
     saveSoon_.setInterval(saveDelay);
@@ -53,7 +57,7 @@ void MainWindow::appear() {
         content_ = makeContent_();
         static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(content_.get(), 0, 0);
         content_->show();
-        focusNextChild();
+        content_->setFocus();
     }
     appeared_();
 }

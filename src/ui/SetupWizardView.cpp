@@ -90,6 +90,15 @@ SetupWizardView::SetupWizardView(AppModel& model, TaskScope& tasks)
     column().addWidget(makeText(hint, captionLook));
     column().addStretch();
     render();
+    setFocusProxy(firstEmptyField());
+}
+
+QLineEdit* SetupWizardView::firstEmptyField() const {
+    for (QLineEdit* const field : {server_, user_, password_}) {
+        if (field->text().isEmpty())
+            return field;
+    }
+    return server_;
 }
 
 QWidget* SetupWizardView::makeHeader() {

@@ -22,6 +22,8 @@ public:
 private:
     QWidget* makeHeader();
     QWidget* makeFields();
+    /// Where the user goes on typing.
+    QLineEdit* firstEmptyField() const;
     void render();
 
     AppModel& model_;

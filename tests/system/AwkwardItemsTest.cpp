@@ -62,14 +62,20 @@ TEST_F(AwkwardItems, ArriveUnchangedUnderTheirNames) {
         EXPECT_EQ(readFile(served(name)), readFile(source / name)) << name;
 }
 
-TEST_F(AwkwardItems, AFolderOfTenThousandFilesAndASparseFileOfFiveGibibytes) {
+TEST_F(AwkwardItems, AFolderOfTenThousandFiles) {
     fs::create_directory(source / "many");
     for (int i = 0; i < 10'000; ++i)
         writeFile(source / "many" / std::to_string(i), std::to_string(i));
+    const Outcome outcome = copy({source / "many"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(difference(source.path(), served()), "");
+}
+
+TEST_F(AwkwardItems, ASparseFileOfFiveGibibytes) {
     writeFile(source / "sparse", "begin");
     fs::resize_file(source / "sparse", 5'368'709'120);
     std::ofstream(source / "sparse", std::ios::app) << "end";
-    const Outcome outcome = copy({source / "many", source / "sparse"});
+    const Outcome outcome = copy({source / "sparse"});
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(difference(source.path(), served()), "");
 }

@@ -253,8 +253,10 @@ echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"m
 ''', 0o755)
 
         for name, prepare, arguments, expected, message in (
-                ("broken configuration", samba("[global\n   workgroup = BROKEN\n"), [DISK], 1, "does not understand its configuration"),
-                ("share of another folder", samba("[mossbox1]\n   path = /srv\n"), [DISK], 1, "MOSSBOX1 already, which is of /srv:"),
+                ("broken configuration", samba("[global\n   workgroup = BROKEN\n"), [DISK], 1,
+                 "does not understand its configuration"),
+                ("share of another folder", samba("[mossbox1]\n   path = /srv\n"), [DISK], 1,
+                 "MOSSBOX1 already, which is of /srv:"),
                 ("share that is off", ours("available = no\n   read only = no"), [DISK], 1, "is not available"),
                 ("share for reading", ours("read only = yes"), [DISK], 1, "is read only"),
                 ("a person's group", shell("useradd --user-group mossbox"), [DISK], 1, "mossbox belongs to people"),
@@ -263,7 +265,8 @@ echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"m
                 ("empty token", lambda pc: pc.write(TOKEN, "\n", 0o600), [DISK], 1, "holds no token"),
                 ("open token", lambda pc: pc.write(TOKEN, 64 * "f", 0o640), [DISK], 1, "chmod 600"),
                 ("no samba", shell("rm /usr/sbin/smbd"), [DISK], 1, "apt install samba"),
-                ("closed parent", disk("/mnt/closed", "mode=700"), ["/mnt/closed/disk"], 1, "/mnt/closed is closed to others"),
+                ("closed parent", lambda pc: (disk("/mnt/closed", "mode=700")(pc), pc.path("/mnt/closed/disk").mkdir()),
+                 ["/mnt/closed/disk"], 1, "/mnt/closed is closed to others"),
                 ("read-only", disk("/srv/ro", "ro"), ["/srv/ro"], 1, "for reading only"),
                 ("system disk", None, ["/srv"], 1, "belongs to the system"),
                 ("not mounted", lambda pc: pc.path("/srv/x").mkdir(), ["/srv/x"], 1, "--system-disk"),
@@ -276,7 +279,8 @@ echo '{"blockdevices":[{"name":"sda","path":"/dev/sda","type":"disk","size":9,"m
                 ("share name", None, ["--share", "a]\nb", DISK], 2, "letters, digits"),
                 ("reserved name", None, ["--share", "Global", DISK], 2, "letters, digits"),
                 ("two folders", None, [DISK, DISK], 2, "one folder"),
-                ("first step fails", shell("printf '#!/bin/sh\nexit 10\n' >/usr/sbin/groupadd"), [DISK], 1, "step 1 failed")):
+                ("first step fails", shell("printf '#!/bin/sh\nexit 10\n' >/usr/sbin/groupadd"), [DISK], 1,
+                 "step 1 failed")):
             with self.subTest(name):
                 pc = BarePc()
                 (prepare or (lambda _: None))(pc)
