@@ -31,11 +31,17 @@ def focused(window):
                     lambda: f"a control with the focus in\n{window.dump()}")[-1].name
 
 
+def tab(window):
+    left = focused(window)
+    press_keys("Tab")
+    wait_for(lambda: focused(window) != left, lambda: f"Tab leaves \"{left}\" in\n{window.dump()}")
+
+
 def tab_to(window, name):
     for _ in range(20):
         if focused(window) == name:
             return
-        press_keys("Tab")
+        tab(window)
     raise Missed(f"Tab does not reach \"{name}\" in\n{window.dump()}")
 
 
@@ -45,8 +51,7 @@ def expect_stops(window, names):
     stops = []
     while len(stops) < 2 * len(names) and (not stops or focused(window) != names[0]):
         stops.append(focused(window))
-        press_keys("Tab")
-        wait_for(lambda: focused(window) != stops[-1], f"Tab leaves \"{stops[-1]}\"")
+        tab(window)
     ternvault_window.check(stops == names, f"Tab stops at {stops}, not at {names}")
 
 
