@@ -23,7 +23,13 @@ ContentView::ContentView(AppModel& model, TaskScope& tasks, const Platform& plat
     layout->setColumnMinimumWidth(0, least.width());
     layout->setRowMinimumHeight(0, least.height());
     layout->addWidget(screen_.get(), 0, 0);
-    setFocusProxy(screen_.get());
+}
+
+ContentView::~ContentView() = default;
+
+void ContentView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    screen_->takeFocus();
 }
 
 void ContentView::render() {
@@ -35,12 +41,11 @@ void ContentView::render() {
     screen_ = makeScreen(route);
     static_cast<QGridLayout*>(layout())->addWidget(screen_.get(), 0, 0);
     screen_->show();
-    setFocusProxy(screen_.get());
     // The old screen took the focus with it.
-    setFocus();
+    screen_->takeFocus();
 }
 
-std::unique_ptr<QWidget> ContentView::makeScreen(Route route) {
+std::unique_ptr<Screen> ContentView::makeScreen(Route route) {
     switch (route) {
     case Route::legal:
         return std::make_unique<LegalAcceptanceView>(model_, privacyURL(), termsURL(), platform_.workspace);

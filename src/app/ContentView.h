@@ -10,6 +10,7 @@
 
 namespace ternvault {
 
+class Screen;
 class TaskScope;
 
 /// The content of the main window: exactly one screen, chosen from the model's state. A screen lives from
@@ -18,16 +19,18 @@ class ContentView final : public QWidget {
 public:
     /// What the user begins on a screen runs in `tasks`.
     ContentView(AppModel& model, TaskScope& tasks, const Platform& platform);
+    ~ContentView() override;
 
 private:
+    void showEvent(QShowEvent* event) override;
     void render();
-    std::unique_ptr<QWidget> makeScreen(Route route);
+    std::unique_ptr<Screen> makeScreen(Route route);
 
     AppModel& model_;
     TaskScope& tasks_;
     Platform platform_;
     Route route_;
-    std::unique_ptr<QWidget> screen_;
+    std::unique_ptr<Screen> screen_;
     RenderOnChange renderOnChange_;
 };
 

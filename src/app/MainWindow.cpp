@@ -57,7 +57,6 @@ void MainWindow::appear() {
         content_ = makeContent_();
         static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(content_.get(), 0, 0);
         content_->show();
-        content_->setFocus();
     }
     appeared_();
 }

@@ -74,8 +74,6 @@ QWidget* LegalAcceptanceView::makeLegalBox(const QUrl& privacyURL, const QUrl& t
         QPushButton* const link = makeLink(linkTitle);
         connect(link, &QPushButton::clicked, this, [&workspace, url = url] { workspace.openURL(url); });
         box->column().addWidget(link, 0, Qt::AlignLeading);
-        if (focusProxy() == nullptr)
-            setFocusProxy(link);
     }
     box->column().addWidget(makeText(whereElse.arg(privacyURL.host()), captionLook));
     return box;

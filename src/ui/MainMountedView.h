@@ -29,6 +29,9 @@ public:
     MainMountedView(AppModel& model, TaskScope& tasks, const Platform& platform);
     ~MainMountedView() override;
 
+    /// To the screen itself, which takes pastes.
+    void takeFocus() override { setFocus(); }
+
 private:
     QHBoxLayout* makeHeader();
     QWidget* makeServerBox();

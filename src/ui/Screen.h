@@ -10,6 +10,9 @@ class Screen : public QScrollArea {
 public:
     Screen(int spacing, int padding);
 
+    /// Gives the focus to where the user goes on.
+    virtual void takeFocus() { focusNextChild(); }
+
     QSize minimumSizeHint() const override;
     QSize sizeHint() const override;
 

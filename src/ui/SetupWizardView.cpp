@@ -90,15 +90,15 @@ SetupWizardView::SetupWizardView(AppModel& model, TaskScope& tasks)
     column().addWidget(makeText(hint, captionLook));
     column().addStretch();
     render();
-    setFocusProxy(firstEmptyField());
 }
 
-QLineEdit* SetupWizardView::firstEmptyField() const {
-    for (QLineEdit* const field : {server_, user_, password_}) {
+void SetupWizardView::takeFocus() {
+    QLineEdit* target = server_;
+    for (QLineEdit* const field : {password_, user_, server_}) {
         if (field->text().isEmpty())
-            return field;
+            target = field;
     }
-    return server_;
+    target->setFocus();
 }
 
 QWidget* SetupWizardView::makeHeader() {

@@ -19,11 +19,12 @@ public:
     /// The setup runs in `tasks`, which outlive the view: the screen goes before the setup's last steps.
     SetupWizardView(AppModel& model, TaskScope& tasks);
 
+    /// To the first field that is empty.
+    void takeFocus() override;
+
 private:
     QWidget* makeHeader();
     QWidget* makeFields();
-    /// Where the user goes on typing.
-    QLineEdit* firstEmptyField() const;
     void render();
 
     AppModel& model_;
