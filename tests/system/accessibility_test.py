@@ -7,6 +7,7 @@ import subprocess
 import sys
 
 CLONE = pathlib.Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
 sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
 

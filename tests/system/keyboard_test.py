@@ -6,6 +6,7 @@ import pathlib
 import sys
 
 CLONE = pathlib.Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
 sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
 from accessibility import Missed, press_keys, type_text, wait_for  # noqa: E402
@@ -24,17 +25,23 @@ PASSWORD = "with \"blanks\" & marks: \\ #%?"
 
 
 def focused(window):
-    """Name of the control that has the focus."""
-    return wait_for(lambda: next((control for control in window.walk()
-                                  if control.has("FOCUSED") and control.role not in ITEMS), None),
-                    lambda: f"a control with the focus in\n{window.dump()}").name
+    """Name of the control that has the focus; what it is in may say the same of itself."""
+    return wait_for(lambda: [control for control in window.walk()
+                             if control.has("FOCUSED") and control.role not in ITEMS],
+                    lambda: f"a control with the focus in\n{window.dump()}")[-1].name
+
+
+def tab(window):
+    left = focused(window)
+    press_keys("Tab")
+    wait_for(lambda: focused(window) != left, lambda: f"Tab leaves \"{left}\" in\n{window.dump()}")
 
 
 def tab_to(window, name):
     for _ in range(20):
         if focused(window) == name:
             return
-        press_keys("Tab")
+        tab(window)
     raise Missed(f"Tab does not reach \"{name}\" in\n{window.dump()}")
 
 
@@ -44,8 +51,7 @@ def expect_stops(window, names):
     stops = []
     while len(stops) < 2 * len(names) and (not stops or focused(window) != names[0]):
         stops.append(focused(window))
-        press_keys("Tab")
-        wait_for(lambda: focused(window) != stops[-1], f"Tab leaves \"{stops[-1]}\"")
+        tab(window)
     ternvault_window.check(stops == names, f"Tab stops at {stops}, not at {names}")
 
 
