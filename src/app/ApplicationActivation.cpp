@@ -2,15 +2,29 @@
 
 #include "platform/linux/X11Windows.h"
 
+#include <QApplication>
+
 namespace ternvault {
 
 void ApplicationActivation::activate() {
-    if (!window_ || !window_->isVisible())
+    QWidget* const window = topmost();
+    if (window == nullptr)
         return;
-    window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
-    window_->raise();
-    window_->activateWindow();
-    x11::activateWindow(window_->winId());
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    window->raise();
+    window->activateWindow();
+    x11::activateWindow(window->winId());
+}
+
+QWidget* ApplicationActivation::topmost() const {
+    if (window_ && window_->isVisible())
+        return window_;
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        const Qt::WindowType kind = window->windowType();
+        if (window->isVisible() && (kind == Qt::Window || kind == Qt::Dialog))
+            return window;
+    }
+    return nullptr;
 }
 
 } // namespace ternvault

@@ -7,7 +7,8 @@
 
 namespace ternvault {
 
-/// Brings the application's window to the front. A window that is closed stays closed.
+/// Brings the application's window to the front. A window that is closed stays closed;
+/// another one that is open then stands for it.
 class ApplicationActivation final : public Activation {
 public:
     void setWindow(QWidget& window) { window_ = &window; }
@@ -15,6 +16,8 @@ public:
     void activate() override;
 
 private:
+    QWidget* topmost() const;
+
     QPointer<QWidget> window_;
 };
 

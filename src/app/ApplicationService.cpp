@@ -6,13 +6,19 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QUrl>
+
+#include <chrono>
 
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// Longer than anything that holds up a running instance.
+constexpr std::chrono::milliseconds patience(5000);
 
 const auto serviceName = u"space.larkspur.ternvault"_s;
 const auto objectPath = u"/space/larkspur/ternvault"_s;
@@ -44,11 +50,16 @@ ApplicationService::Start ApplicationService::claim(const CommandLine& commandLi
         return Start::first;
     // Before the name, so that whoever sees the name finds the object.
     bus.registerObject(objectPath, this, QDBusConnection::ExportAllSlots);
-    while (!bus.registerService(serviceName)) {
+    for (;;) {
+        const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> name =
+            bus.interface()->registerService(serviceName);
+        // A bus that gives no names knows no other instance either.
+        if (!name.isValid() || name.value() == QDBusConnectionInterface::ServiceRegistered)
+            return Start::first;
         QDBusMessage message = request(commandLine) << startupTokens;
         // Or the bus would start one more process where the other has just ended.
         message.setAutoStartService(false);
-        const QDBusMessage answer = bus.call(message);
+        const QDBusMessage answer = bus.call(message, QDBus::Block, patience.count());
         if (answer.type() == QDBusMessage::ReplyMessage)
             return Start::handedOver;
         if (!bus.isConnected())
@@ -57,7 +68,6 @@ ApplicationService::Start ApplicationService::claim(const CommandLine& commandLi
         if (bus.interface()->isServiceRegistered(serviceName))
             return Start::unanswered;
     }
-    return Start::first;
 }
 
 void ApplicationService::release() {
@@ -74,7 +84,7 @@ void ApplicationService::Open(const QStringList& uris, const QVariantMap& platfo
     useStartupTokens(platformData);
     std::vector<QUrl> urls;
     for (const QString& uri : uris)
-        urls.emplace_back(uri, QUrl::StrictMode);
+        urls.push_back(QUrl::fromEncoded(uri.toUtf8()));
     handlers_.open(urls);
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 QUrl fileURL(const std::string& argument) {
     if (argument.starts_with("file:"))
-        return QUrl::fromEncoded(QByteArray::fromStdString(argument), QUrl::StrictMode);
+        return QUrl::fromEncoded(QByteArray::fromStdString(argument));
     std::error_code ignored;
     const std::filesystem::path path = std::filesystem::absolute(argument, ignored);
     return QUrl::fromEncoded("file://" + QByteArray::fromStdString(path).toPercentEncoding("/"));
@@ -23,6 +23,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     CommandLine result;
     bool areOptionsOver = false;
     for (const std::string& argument : arguments) {
+        if (argument.empty())
+            continue;
         if (areOptionsOver || !argument.starts_with('-'))
             result.urls.push_back(fileURL(argument));
         else if (argument == "--")

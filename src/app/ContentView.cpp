@@ -6,6 +6,7 @@
 #include "ui/SetupWizardView.h"
 
 #include <QGridLayout>
+#include <QShowEvent>
 
 namespace ternvault {
 
@@ -29,7 +30,9 @@ ContentView::~ContentView() = default;
 
 void ContentView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    screen_->takeFocus();
+    // A spontaneous one only ends being minimised.
+    if (!event->spontaneous())
+        screen_->takeFocus();
 }
 
 void ContentView::render() {

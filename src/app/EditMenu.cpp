@@ -22,21 +22,22 @@ QAction* EditMenu::addItem(const QString& title, QKeySequence::StandardKey short
     return item;
 }
 
-EditMenu::EditMenu(Pasteboard& pasteboard, std::function<bool()> takesFiles, std::function<void()> pasteFiles)
+EditMenu::EditMenu(const Pasteboard& pasteboard, std::function<bool()> takesFiles,
+                   std::function<void()> pasteFiles)
     : QMenu(u"&Edit"_s), pasteboard_(pasteboard), takesFiles_(std::move(takesFiles)),
       pasteFiles_(std::move(pasteFiles)), undo_(addItem(u"&Undo"_s, QKeySequence::Undo, &QLineEdit::undo)),
       redo_(addItem(u"&Redo"_s, QKeySequence::Redo, &QLineEdit::redo)),
       cut_(addItem(u"Cu&t"_s, QKeySequence::Cut, &QLineEdit::cut)),
       copy_(addItem(u"&Copy"_s, QKeySequence::Copy, &QLineEdit::copy)), paste_(addAction(u"&Paste"_s)),
-      selectAll_(addItem(u"Select &All"_s, QKeySequence::SelectAll, &QLineEdit::selectAll)),
-      pasteboardChanges_(pasteboard.changed.subscribe([this] { update(); })) {
+      selectAll_(addItem(u"Select &All"_s, QKeySequence::SelectAll, &QLineEdit::selectAll)) {
     insertSeparator(cut_);
     insertSeparator(selectAll_);
     paste_->setShortcuts(QKeySequence::Paste);
     connect(paste_, &QAction::triggered, this, [this] { paste(); });
-    connect(this, &QMenu::aboutToShow, this, [this] { update(); });
-    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { followFocus(now); });
-    connect(QApplication::clipboard(), &QClipboard::dataChanged, this, [this] { update(); });
+    connect(this, &QMenu::aboutToShow, this, [this] { lookAtClipboard(); });
+    connect(this, &QMenu::aboutToHide, this, [this] { update(); });
+    connect(qApp, &QApplication::focusChanged, &context_,
+            [this](QWidget*, QWidget* now) { followFocus(now); });
     update();
 }
 
@@ -63,8 +64,14 @@ void EditMenu::update() {
     redo_->setEnabled(canEdit && field_->isRedoAvailable());
     cut_->setEnabled(canEdit && canCopy);
     copy_->setEnabled(canCopy);
-    paste_->setEnabled(field_ ? canEdit && !QApplication::clipboard()->text().isEmpty() : canPasteFiles());
+    paste_->setEnabled(field_ ? canEdit : takesFiles_());
     selectAll_->setEnabled(field_ && !field_->text().isEmpty());
+}
+
+void EditMenu::lookAtClipboard() {
+    update();
+    if (paste_->isEnabled())
+        paste_->setEnabled(field_ ? !QApplication::clipboard()->text().isEmpty() : canPasteFiles());
 }
 
 bool EditMenu::canPasteFiles() const {

@@ -1,31 +1,35 @@
 #pragma once
 
-#include "base/Signal.h"
 #include "platform/Pasteboard.h"
 
 #include <QLineEdit>
 #include <QMenu>
+#include <QObject>
 #include <QPointer>
 
 #include <functional>
 
 namespace ternvault {
 
-/// The Edit menu. It works on the text field with the focus; where none has it, pasting is for files.
+/// The Edit menu. It works on the text field with the focus; where none has it, pasting is for files. The
+/// clipboard is looked at when the menu opens and when something is pasted, and never otherwise: the program
+/// that copied may hang.
 class EditMenu final : public QMenu {
 public:
     /// `pasteFiles` is called only while `takesFiles` and files are on the pasteboard.
-    EditMenu(Pasteboard& pasteboard, std::function<bool()> takesFiles, std::function<void()> pasteFiles);
+    EditMenu(const Pasteboard& pasteboard, std::function<bool()> takesFiles,
+             std::function<void()> pasteFiles);
 
 private:
     template <typename Operation>
     QAction* addItem(const QString& title, QKeySequence::StandardKey shortcut, Operation operation);
     void followFocus(QWidget* focused);
     void update();
+    void lookAtClipboard();
     bool canPasteFiles() const;
     void paste();
 
-    Pasteboard& pasteboard_;
+    const Pasteboard& pasteboard_;
     std::function<bool()> takesFiles_;
     std::function<void()> pasteFiles_;
     QPointer<QLineEdit> field_;
@@ -35,7 +39,8 @@ private:
     QAction* copy_;
     QAction* paste_;
     QAction* selectAll_;
-    Subscription pasteboardChanges_;
+    /// Last: its end ends the connection to the application before the rest is gone.
+    QObject context_;
 };
 
 } // namespace ternvault

@@ -25,6 +25,8 @@ void Notices::present() {
         box_ = new QMessageBox(QMessageBox::Warning, u"Tern Vault"_s, QString(), QMessageBox::Ok, window_);
         box_->setTextFormat(Qt::PlainText);
         box_->setModal(false);
+        // Or the next key that the user types would dismiss it unread.
+        box_->setAttribute(Qt::WA_ShowWithoutActivating);
         QObject::connect(box_, &QDialog::finished, box_, [this] { problems_.clear(); });
     }
     box_->setText(problems_.join(u"\n\n"_s));

@@ -2,6 +2,8 @@
 
 #include "platform/linux/X11Windows.h"
 
+#include <QGuiApplication>
+
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
@@ -26,7 +28,8 @@ QVariantMap startupTokensOfThisProcess() {
 }
 
 void useStartupTokens(const QVariantMap& platformData) {
-    if (const QString token = platformData.value(waylandKey).toString(); !token.isEmpty())
+    const QString token = platformData.value(waylandKey).toString();
+    if (!token.isEmpty() && QGuiApplication::platformName().startsWith(u"wayland"_s))
         qputenv(waylandVariable, token.toUtf8());
     x11::endStartup(platformData.value(x11Key).toString().toUtf8());
 }

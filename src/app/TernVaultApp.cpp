@@ -71,7 +71,7 @@ void TernVaultApp::connectCommands() {
 
 void TernVaultApp::showMainWindow() {
     if (mainWindow_.isVisible())
-        activation_.activate();
+        comeForwardOnceMapped();
     else
         mainWindow_.show();
 }

@@ -22,8 +22,9 @@ using namespace std::chrono_literals;
 namespace {
 
 const auto watcherService = u"org.kde.StatusNotifierWatcher"_s;
-/// How long a panel may take to come up after login.
-constexpr auto patience = 10s;
+/// How long a panel may take to come up after login: one that is heard of on the bus, and one that is not.
+constexpr auto patience = 60s;
+constexpr auto patienceWithoutBus = 10s;
 
 } // namespace
 
@@ -37,7 +38,8 @@ TrayIcon::TrayIcon(Commands& commands, std::function<void()> clicked) : clicked_
 /// before a tray of today's kind is on the bus, or it is clear that none comes; Qt follows one of the older
 /// kind by itself.
 void TrayIcon::awaitTray() {
-    if (sessionHasBus() && QDBusConnection::sessionBus().isConnected()) {
+    const bool hasBus = sessionHasBus() && QDBusConnection::sessionBus().isConnected();
+    if (hasBus) {
         QDBusConnection bus = QDBusConnection::sessionBus();
         auto* const arrivals = new QDBusServiceWatcher(watcherService, bus,
                                                        QDBusServiceWatcher::WatchForRegistration, &context_);
@@ -50,7 +52,7 @@ void TrayIcon::awaitTray() {
                 show();
         });
     }
-    QTimer::singleShot(patience, &context_, [this] { show(); });
+    QTimer::singleShot(hasBus ? patience : patienceWithoutBus, &context_, [this] { show(); });
 }
 
 void TrayIcon::show() {

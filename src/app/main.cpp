@@ -69,7 +69,9 @@ int start(QApplication& application, const CommandLine& commandLine, const QVari
     case ApplicationService::Start::handedOver:
         return 0;
     case ApplicationService::Start::unanswered:
-        return refuse(u"Tern Vault is running already, but does not answer."_s, failure);
+        return refuse(
+            u"Tern Vault is running already, but does not answer. It does what you asked for as soon as it does."_s,
+            failure);
     case ApplicationService::Start::first:
         break;
     }
@@ -89,8 +91,7 @@ int main(int argc, char* argv[]) {
         return 0;
     }
     // The service and the toolkit take equally long, and wait for each other nowhere.
-    SecretServiceStore secretService;
-    secretService.prepare();
+    const SecretServiceStore secretService = SecretServiceStore::prepared();
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"ternvault"_s);
     QApplication::setApplicationDisplayName(u"Tern Vault"_s);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "base/Signal.h"
-
 #include <QString>
 #include <QUrl>
 #include <QVariant>
@@ -25,9 +23,6 @@ public:
     virtual std::vector<std::optional<QString>> itemTexts(const QString& type) const = 0;
     /// Whether there is any file URL at all, existing or not.
     virtual bool holdsFileURLs() const = 0;
-
-    /// Something else is on the pasteboard now.
-    Signal changed;
 };
 
 } // namespace ternvault

@@ -28,7 +28,7 @@ private:
 std::vector<std::unique_ptr<ItemProvider>> itemProviders(const QMimeData& dragged) {
     std::vector<std::unique_ptr<ItemProvider>> items;
     for (const QUrl& url : dragged.urls()) {
-        if (localPath(url))
+        if (!url.scheme().isEmpty() && localPath(url))
             items.push_back(std::make_unique<DraggedFile>(url));
     }
     return items;

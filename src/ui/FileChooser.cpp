@@ -19,7 +19,9 @@ void FileChooser::show(const FilePanelTexts& texts, Completion completion) {
     } else {
         dialog_ = new FilePanelDialog(texts, state_, media_());
         QObject::connect(dialog_, &QDialog::finished, dialog_,
-                         [dialog = dialog_.data(), completion = std::move(completion)](int result) {
+                         [this, dialog = dialog_.data(), completion = std::move(completion)](int result) {
+                             // Its end is a turn away; who asks before that gets a new one.
+                             dialog_.clear();
                              dialog->deleteLater();
                              if (result == QDialog::Accepted)
                                  completion(dialog->selection());

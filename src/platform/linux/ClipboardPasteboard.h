@@ -3,12 +3,14 @@
 #include "platform/linux/SelectionPasteboard.h"
 
 #include <QClipboard>
+#include <QHash>
 #include <QObject>
 
 namespace ternvault {
 
 /// The desktop's clipboard. Main thread, within the life of the QGuiApplication. Reading waits for the
-/// program that copied, up to the 5 s that Qt gives it.
+/// program that copied, up to the 5 s that Qt gives it; one that let them pass is not asked again before
+/// something else is copied.
 class ClipboardPasteboard final : public SelectionPasteboard {
 public:
     explicit ClipboardPasteboard(const QClipboard& clipboard);
@@ -17,6 +19,9 @@ private:
     QByteArray content(const QString& mimeType) const override;
 
     const QClipboard& clipboard_;
+    /// What was read since something was copied, by format.
+    mutable QHash<QString, QByteArray> read_;
+    mutable bool ownerHangs_ = false;
     /// Ends the connection to the clipboard.
     QObject context_;
 };

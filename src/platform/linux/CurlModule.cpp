@@ -1,6 +1,6 @@
 #include "platform/linux/CurlHttpClient.h"
-#include "platform/linux/LoadedHttpClient.h"
+#include "platform/linux/HttpModule.h"
 
-extern "C" Q_DECL_EXPORT ternvault::HttpClient* ternvaultMakeHttpClient(ternvault::MainLoop& mainLoop) {
+extern "C" Q_DECL_EXPORT ternvault::HttpClient* TERNVAULT_MAKE_HTTP_CLIENT(ternvault::MainLoop& mainLoop) {
     return new ternvault::CurlHttpClient(mainLoop);
 }

@@ -104,8 +104,6 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
       files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))) {
-    // The model's first steps ask for a secret.
-    secretService_.prepare();
     reapLeftovers(locations_.volumesRoot(), mountState(locations_));
 }
 

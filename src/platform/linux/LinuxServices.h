@@ -43,7 +43,7 @@ public:
     /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
     /// `secretService` may have been prepared before, while the toolkit started.
     explicit LinuxServices(const std::function<void(const QString& problem)>& report,
-                           const SecretServiceStore& secretService = SecretServiceStore());
+                           const SecretServiceStore& secretService = SecretServiceStore::prepared());
 
     /// The services as the model takes them, with those of the user interface.
     Platform platform(const UserInterface& userInterface);

@@ -22,6 +22,3 @@ private:
 };
 
 } // namespace ternvault
-
-/// What the module exports. The caller owns the client.
-extern "C" ternvault::HttpClient* ternvaultMakeHttpClient(ternvault::MainLoop& mainLoop);

@@ -72,8 +72,8 @@ bool isAnswer(bool done) {
 
 } // namespace
 
-/// One session with the service for all calls, because agreeing on its key takes some 20 ms. The service may be
-/// restarted and then knows it no more, so what fails in a kept session is tried again in a new one.
+/// One session with the service for all calls, because agreeing on its key takes some 20 ms. The service may
+/// be restarted and then knows it no more, so what fails in a kept session is tried again in a new one.
 class SecretServiceSession {
 public:
     SecretServiceSession() = default;
@@ -88,7 +88,8 @@ public:
     }
 
     template <typename Result>
-    Result perform(const std::function<Result(SecretService*, GCancellable*)>& call, GCancellable* cancellable) {
+    Result perform(const std::function<Result(SecretService*, GCancellable*)>& call,
+                   GCancellable* cancellable) {
         const std::lock_guard lock(mutex_);
         if (service_ != nullptr) {
             const Result answer = performIfUnlocked(call, cancellable);
@@ -114,14 +115,14 @@ private:
 namespace {
 
 /// Runs the call on a thread of its own and gives up on it at the deadline, with the value that `Result`
-/// starts with. Such a thread ends when the cancelled call does; it touches nothing but what it shares in owning.
+/// starts with. Such a thread ends when the cancelled call does; it touches nothing but what it shares in
+/// owning.
 template <typename Result>
 Result callWithin(std::chrono::milliseconds deadline, const std::shared_ptr<SecretServiceSession>& session,
                   std::function<Result(SecretService*, GCancellable*)> call) {
     const std::shared_ptr<GCancellable> cancellable(g_cancellable_new(), g_object_unref);
-    std::packaged_task<Result()> task([cancellable, session, call = std::move(call)] {
-        return session->perform(call, cancellable.get());
-    });
+    std::packaged_task<Result()> task(
+        [cancellable, session, call = std::move(call)] { return session->perform(call, cancellable.get()); });
     std::future<Result> answer = task.get_future();
     std::thread(std::move(task)).detach();
     if (answer.wait_for(deadline) == std::future_status::ready)
@@ -135,29 +136,33 @@ Result callWithin(std::chrono::milliseconds deadline, const std::shared_ptr<Secr
 SecretServiceStore::SecretServiceStore(std::chrono::milliseconds deadline)
     : deadline_(deadline), session_(std::make_shared<SecretServiceSession>()) {}
 
-void SecretServiceStore::prepare() {
-    std::thread([session = session_] { session->open(); }).detach();
+SecretServiceStore SecretServiceStore::prepared() {
+    SecretServiceStore store;
+    std::thread([session = store.session_] { session->open(); }).detach();
+    return store;
 }
 
 SecretAnswer SecretServiceStore::find(const SecretKey& key) {
-    return callWithin<SecretAnswer>(deadline_, session_, [key](SecretService* service, GCancellable* cancellable) {
-        g_autoptr(GHashTable) query = attributes(key);
-        g_autoptr(GError) error = nullptr;
-        GList* const items = secret_service_search_sync(service, schema(), query, SECRET_SEARCH_LOAD_SECRETS,
-                                                        cancellable, &error);
-        SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
-        g_list_free_full(items, g_object_unref);
-        return answer;
-    });
+    return callWithin<SecretAnswer>(
+        deadline_, session_, [key](SecretService* service, GCancellable* cancellable) {
+            g_autoptr(GHashTable) query = attributes(key);
+            g_autoptr(GError) error = nullptr;
+            GList* const items = secret_service_search_sync(service, schema(), query,
+                                                            SECRET_SEARCH_LOAD_SECRETS, cancellable, &error);
+            SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
+            g_list_free_full(items, g_object_unref);
+            return answer;
+        });
 }
 
 bool SecretServiceStore::store(const SecretKey& key, const QByteArray& secret) {
-    return callWithin<bool>(deadline_, session_, [key, secret](SecretService* service, GCancellable* cancellable) {
-        g_autoptr(GHashTable) item = attributes(key);
-        g_autoptr(SecretValue) value = secret_value_new(secret.constData(), secret.size(), "text/plain");
-        return secret_service_store_sync(service, schema(), item, SECRET_COLLECTION_DEFAULT, "Tern Vault",
-                                         value, cancellable, nullptr) != FALSE;
-    });
+    return callWithin<bool>(
+        deadline_, session_, [key, secret](SecretService* service, GCancellable* cancellable) {
+            g_autoptr(GHashTable) item = attributes(key);
+            g_autoptr(SecretValue) value = secret_value_new(secret.constData(), secret.size(), "text/plain");
+            return secret_service_store_sync(service, schema(), item, SECRET_COLLECTION_DEFAULT, "Tern Vault",
+                                             value, cancellable, nullptr) != FALSE;
+        });
 }
 
 bool SecretServiceStore::remove(const SecretKey& key) {

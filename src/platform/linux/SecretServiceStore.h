@@ -16,8 +16,8 @@ class SecretServiceStore final : public SecretBackend {
 public:
     explicit SecretServiceStore(std::chrono::milliseconds deadline = std::chrono::milliseconds(1000));
 
-    /// Begins to open the session that the first call needs, and returns at once. Copies share it.
-    void prepare();
+    /// A store that has begun to open the session that its first call needs. Copies share it.
+    static SecretServiceStore prepared();
 
     SecretAnswer find(const SecretKey& key) override;
     bool store(const SecretKey& key, const QByteArray& secret) override;
