@@ -9,6 +9,12 @@ namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+constexpr qsizetype mostLaidOut = 4000;
+
+} // namespace
+
 ClampedText::ClampedText(int maxLines) : maxLines_(maxLines) {
     setTextFormat(Qt::PlainText);
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
@@ -16,7 +22,7 @@ ClampedText::ClampedText(int maxLines) : maxLines_(maxLines) {
     setSizePolicy(policy);
 }
 
-bool ClampedText::show(const QString& text) {
+bool ClampedText::display(const QString& text) {
     if (text == this->text())
         return false;
     setText(text);
@@ -25,21 +31,29 @@ bool ClampedText::show(const QString& text) {
     return true;
 }
 
-QStringList ClampedText::lines(int width) const {
-    QString remaining = text();
-    remaining.replace(u'\n', QChar::LineSeparator);
-    QTextLayout layout(remaining, font());
+ClampedText::Lines ClampedText::lines(int width) const {
+    // More than this fits no window, and laying it out would hold the main loop.
+    QString whole = text().left(mostLaidOut);
+    whole.replace(u'\n', QChar::LineSeparator);
+    QTextLayout layout(whole, font());
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     layout.setTextOption(option);
     layout.beginLayout();
-    QStringList result;
+    Lines result;
+    result.areShortened = text().size() > mostLaidOut;
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(std::max(width, 1));
-        const bool isLast = result.size() + 1 == maxLines_;
-        const QString rest = remaining.mid(line.textStart());
-        result << (isLast ? fontMetrics().elidedText(rest, Qt::ElideRight, width)
-                          : rest.left(line.textLength()));
+        QString shown = whole.mid(line.textStart(), line.textLength());
+        if (shown.endsWith(QChar::LineSeparator))
+            shown.chop(1);
+        const bool isLast = result.texts.size() + 1 == maxLines_;
+        if (isLast && line.textStart() + line.textLength() < whole.size()) {
+            // A line that ends early has room for the ellipsis; a full one has not and gives way to it.
+            shown = fontMetrics().elidedText(shown.trimmed() + u"…"_s, Qt::ElideRight, width);
+            result.areShortened = true;
+        }
+        result.texts << shown;
         if (isLast)
             break;
     }
@@ -47,16 +61,12 @@ QStringList ClampedText::lines(int width) const {
     return result;
 }
 
-bool ClampedText::isShortened() const {
-    return !lines(width()).join(QString()).startsWith(QString(text()).replace(u'\n', QChar::LineSeparator));
-}
-
 QSize ClampedText::sizeHint() const {
     return {fontMetrics().horizontalAdvance(text()), fontMetrics().height()};
 }
 
 int ClampedText::heightForWidth(int width) const {
-    const auto count = std::max<qsizetype>(lines(width).size(), 1);
+    const auto count = std::max<qsizetype>(lines(width).texts.size(), 1);
     return static_cast<int>(count) * fontMetrics().lineSpacing();
 }
 
@@ -64,9 +74,9 @@ void ClampedText::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setPen(palette().color(foregroundRole()));
     int top = 0;
-    for (const QString& line : lines(width())) {
+    for (const QString& line : lines(width()).texts) {
         painter.drawText(QRect(0, top, width(), fontMetrics().lineSpacing()),
-                         Qt::AlignLeading | Qt::AlignVCenter, line);
+                         Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, line);
         top += fontMetrics().lineSpacing();
     }
 }
@@ -78,7 +88,7 @@ void ClampedText::resizeEvent(QResizeEvent* event) {
 
 /// Tool tips take what looks like mark-up for mark-up.
 void ClampedText::showAllInToolTip() {
-    setToolTip(isShortened() ? u"<p>"_s + text().toHtmlEscaped() + u"</p>"_s : QString());
+    setToolTip(lines(width()).areShortened ? u"<p>"_s + text().toHtmlEscaped() + u"</p>"_s : QString());
 }
 
 } // namespace ternvault

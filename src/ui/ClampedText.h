@@ -10,7 +10,7 @@ public:
     explicit ClampedText(int maxLines);
 
     /// Returns whether the text differs from what was shown.
-    bool show(const QString& text);
+    bool display(const QString& text);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return {0, fontMetrics().height()}; }
@@ -20,9 +20,12 @@ public:
 private:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    /// The lines as they are drawn at this width, the last one shortened where there are more.
-    QStringList lines(int width) const;
-    bool isShortened() const;
+    struct Lines {
+        QStringList texts;
+        /// Something was left out.
+        bool areShortened = false;
+    };
+    Lines lines(int width) const;
     void showAllInToolTip();
 
     int maxLines_;

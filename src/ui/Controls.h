@@ -2,8 +2,6 @@
 
 #include <QString>
 
-class QAbstractButton;
-class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;

@@ -24,6 +24,8 @@ constexpr int radius = 12;
 constexpr int lineWidth = 2;
 constexpr int dashLength = 8;
 constexpr int miterLimit = 10;
+/// Of the line that shows the focus, inside the dashes.
+constexpr qreal focusInset = 4.5;
 constexpr float outlineOpacity = 0.5F;
 constexpr float fillOpacity = 0.06F;
 constexpr float targetedFillOpacity = 0.12F;
@@ -83,8 +85,13 @@ void DropZone::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(rect(), radius, radius);
     const qreal inset = lineWidth / 2.0;
     painter.setBrush(Qt::NoBrush);
-    painter.setPen(hasFocus() ? QPen(colour(ColourRole::tint, palette()), lineWidth) : dashes);
+    painter.setPen(dashes);
     painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius, radius);
+    if (showsFocus_) {
+        painter.setPen(colour(ColourRole::tint, palette()));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(focusInset, focusInset, -focusInset, -focusInset),
+                                radius - focusInset, radius - focusInset);
+    }
 }
 
 void DropZone::mousePressEvent(QMouseEvent* event) {
@@ -98,11 +105,13 @@ void DropZone::mouseReleaseEvent(QMouseEvent* event) {
 
 void DropZone::focusInEvent(QFocusEvent* event) {
     QWidget::focusInEvent(event);
+    showsFocus_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
     update();
 }
 
 void DropZone::focusOutEvent(QFocusEvent* event) {
     QWidget::focusOutEvent(event);
+    showsFocus_ = false;
     update();
 }
 

@@ -29,6 +29,8 @@ private:
     std::function<void()> clicked_;
     QBoxLayout* buttons_;
     bool isTargeted_ = false;
+    /// Only for those who came by keyboard.
+    bool showsFocus_ = false;
 };
 
 } // namespace ternvault

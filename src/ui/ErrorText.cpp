@@ -1,25 +1,30 @@
 #include "ui/ErrorText.h"
 
 #include "ui/Announce.h"
+#include "ui/ClampedText.h"
 #include "ui/Controls.h"
-
-#include <QLabel>
 
 namespace ternvault {
 
-QLabel* makeErrorText() {
-    QLabel* const text = makeText(QString(), errorLook);
+namespace {
+
+/// An answer of the agent may be shown whole, whatever it is.
+constexpr int mostLines = 12;
+
+} // namespace
+
+ClampedText* makeErrorText() {
+    auto* const text = new ClampedText(mostLines);
+    applyLook(*text, errorLook);
     text->setVisible(false);
     return text;
 }
 
-void showError(QLabel& text, const std::optional<QString>& error) {
-    const QString shown = error.value_or(QString());
-    const bool isNew = error && (shown != text.text() || text.isHidden());
-    if (shown != text.text())
-        text.setText(shown);
+void showError(ClampedText& text, const std::optional<QString>& error) {
+    const bool wasHidden = text.isHidden();
+    const bool differs = text.display(error.value_or(QString()));
     text.setVisible(error.has_value());
-    if (isNew)
+    if (error && (differs || wasHidden))
         announce(text);
 }
 

@@ -2,13 +2,14 @@
 
 #include <optional>
 
-class QLabel;
 class QString;
 
 namespace ternvault {
 
+class ClampedText;
+
 /// A line of its own for what went wrong; without an error it takes no place. Announced when it appears.
-QLabel* makeErrorText();
-void showError(QLabel& text, const std::optional<QString>& error);
+ClampedText* makeErrorText();
+void showError(ClampedText& text, const std::optional<QString>& error);
 
 } // namespace ternvault

@@ -3,6 +3,7 @@
 #include "model/AppModel.h"
 #include "ui/Bindings.h"
 #include "ui/CheckBox.h"
+#include "ui/ClampedText.h"
 #include "ui/Controls.h"
 #include "ui/ErrorText.h"
 #include "ui/TitledBox.h"

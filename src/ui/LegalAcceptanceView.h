@@ -6,12 +6,12 @@
 #include <QUrl>
 
 class QCheckBox;
-class QLabel;
 class QPushButton;
 
 namespace ternvault {
 
 class AppModel;
+class ClampedText;
 class Workspace;
 
 /// The first screen: nothing else is shown before both legal documents of this version are accepted.
@@ -27,7 +27,7 @@ private:
     AppModel& model_;
     QCheckBox* privacy_;
     QCheckBox* terms_;
-    QLabel* error_;
+    ClampedText* error_;
     QPushButton* accept_;
     RenderOnChange renderOnChange_;
 };

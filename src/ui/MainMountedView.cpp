@@ -3,7 +3,6 @@
 #include "async/TaskScope.h"
 #include "intake/DroppedFiles.h"
 #include "model/AppModel.h"
-#include "ui/AccessibleRole.h"
 #include "ui/Announce.h"
 #include "ui/Bindings.h"
 #include "ui/CheckBox.h"
@@ -12,6 +11,7 @@
 #include "ui/Controls.h"
 #include "ui/DraggedItems.h"
 #include "ui/MountBadge.h"
+#include "ui/Operation.h"
 #include "ui/SharesList.h"
 #include "ui/TitledBox.h"
 #include "ui/TransferPanel.h"
@@ -131,8 +131,10 @@ QWidget* MainMountedView::makeServerBox() {
     bind(*port_, model_.agentPort);
     bind(*user_, model_.smbUser);
     bind(*password_, model_.smbPassword);
-    onClick(*refresh_, [](AppModel& model) { return model.fetchDisks(); });
-    connect(new QShortcut(Qt::CTRL | Qt::Key_R, this), &QShortcut::activated, refresh_, &QPushButton::click);
+    onClick(*refresh_, canRefresh, [](AppModel& model) { return model.fetchDisks(); });
+    auto* const refreshKey = new QShortcut(Qt::CTRL | Qt::Key_R, this);
+    refreshKey->setAutoRepeat(false);
+    connect(refreshKey, &QShortcut::activated, refresh_, &QPushButton::click);
 
     auto* const address = new QHBoxLayout;
     address->addWidget(server_, 1);
@@ -160,18 +162,20 @@ QWidget* MainMountedView::makeDrivesBox() {
 QHBoxLayout* MainMountedView::makeActions() {
     bind(*autoConnect_, model_.autoConnect);
     connect(open_, &QPushButton::clicked, this, [this] { model_.openMountedVolumeInFinder(); });
-    onClick(*eject_, [](AppModel& model) { return model.unmount(); });
-    onClick(*mount_, [](AppModel& model) { return model.mountSelected(true); });
+    onClick(*eject_, canUseVolume, [](AppModel& model) { return model.unmount(); });
+    onClick(*mount_, canMount, [](AppModel& model) { return model.mountSelected(true); });
     auto* const row = new QHBoxLayout;
-    row->addWidget(autoConnect_);
+    row->addWidget(autoConnect_, 0, Qt::AlignVCenter);
     row->addStretch();
     for (QPushButton* const button : {open_, eject_, mount_})
         row->addWidget(button);
     return row;
 }
 
-void MainMountedView::onClick(QPushButton& button, Task<> (*operation)(AppModel& model)) {
-    connect(&button, &QPushButton::clicked, this, [this, operation] { tasks_.spawn(operation(model_)); });
+void MainMountedView::onClick(QPushButton& button, bool (*isAllowed)(const AppModel&),
+                              Task<> (*operation)(AppModel&)) {
+    connect(&button, &QPushButton::clicked, this,
+            [this, isAllowed, operation] { tasks_.spawn(performIfAllowed(model_, isAllowed, operation)); });
 }
 
 /// A screen that has gone asks for nothing more; what is under way runs to its end.
@@ -183,7 +187,7 @@ Task<> MainMountedView::start(WeakRef<MainMountedView> view, AppModel& model) {
 }
 
 void MainMountedView::render() {
-    if (status_->show(model_.status))
+    if (status_->display(model_.status))
         announce(*status_);
     badge_->show(model_.mountedVolumeName->has_value(), model_.hasAgentToken());
     showValue(*server_, model_.serverIP);
@@ -192,8 +196,8 @@ void MainMountedView::render() {
     showValue(*password_, model_.smbPassword);
     noDrives_->setVisible(!hasListing(model_));
     sharesTitle_->setVisible(hasListing(model_));
-    shares_->setVisible(hasListing(model_));
     shares_->show(model_.shares, model_.selectedShare);
+    shares_->setVisible(hasListing(model_));
     transferPanel_->render();
     showValue(*autoConnect_, model_.autoConnect);
     renderButtons();
@@ -217,7 +221,8 @@ void MainMountedView::paintEvent(QPaintEvent* event) {
 }
 
 void MainMountedView::dragEnterEvent(QDragEnterEvent* event) {
-    if (!holdsFileURLs(*event->mimeData()))
+    // Where only a move is offered, the source would take its files away before they are copied.
+    if (!event->possibleActions().testFlag(Qt::CopyAction) || !holdsFileURLs(*event->mimeData()))
         return;
     event->setDropAction(Qt::CopyAction);
     event->accept();

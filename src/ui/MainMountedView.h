@@ -15,7 +15,6 @@ class QPushButton;
 namespace ternvault {
 
 class AppModel;
-class TitledBox;
 class ClampedText;
 class MountBadge;
 class SharesList;
@@ -37,7 +36,7 @@ private:
     QWidget* makeServerBox();
     QWidget* makeDrivesBox();
     QHBoxLayout* makeActions();
-    void onClick(QPushButton& button, Task<> (*operation)(AppModel& model));
+    void onClick(QPushButton& button, bool (*isAllowed)(const AppModel&), Task<> (*operation)(AppModel&));
 
     static Task<> start(WeakRef<MainMountedView> view, AppModel& model);
     void render();

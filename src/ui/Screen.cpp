@@ -11,7 +11,6 @@ Screen::Screen(int spacing, int padding) {
     column_->setContentsMargins(padding, padding, padding, padding);
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
     setWidget(content);
     content->setAutoFillBackground(false);

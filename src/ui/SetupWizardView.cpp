@@ -2,9 +2,11 @@
 
 #include "model/AppModel.h"
 #include "ui/Bindings.h"
+#include "ui/ClampedText.h"
 #include "ui/Controls.h"
 #include "ui/ErrorText.h"
 #include "ui/LabelledRow.h"
+#include "ui/Operation.h"
 #include "ui/SegmentedPicker.h"
 #include "ui/TitledBox.h"
 
@@ -78,8 +80,10 @@ SetupWizardView::SetupWizardView(AppModel& model, TaskScope& tasks)
     bind(*server_, model.serverIP);
     bind(*user_, model.smbUser);
     bind(*password_, model.smbPassword);
-    connect(connect_, &QPushButton::clicked, this,
-            [&model, &tasks] { tasks.spawn(model.completeAuthFlow()); });
+    connect(connect_, &QPushButton::clicked, this, [&model, &tasks] {
+        tasks.spawn(
+            performIfAllowed(model, canConnect, [](AppModel& setUp) { return setUp.completeAuthFlow(); }));
+    });
     makeDefault(*connect_, *this);
 
     column().addWidget(makeHeader());

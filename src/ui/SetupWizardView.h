@@ -10,6 +10,7 @@ class QPushButton;
 namespace ternvault {
 
 class AppModel;
+class ClampedText;
 class SegmentedPicker;
 class TaskScope;
 
@@ -33,7 +34,7 @@ private:
     QLineEdit* server_;
     QLineEdit* user_;
     QLineEdit* password_;
-    QLabel* error_;
+    ClampedText* error_;
     QPushButton* connect_;
     RenderOnChange renderOnChange_;
 };

@@ -3,6 +3,7 @@
 #include "ui/ShareDelegate.h"
 #include "ui/SharesModel.h"
 
+#include <QMouseEvent>
 #include <QScopedValueRollback>
 
 #include <algorithm>
@@ -31,12 +32,25 @@ SharesList::SharesList(std::function<void(const QString&)> choose)
 
 void SharesList::show(const std::vector<ServerShare>& shares, const QString& selectedShare) {
     const QScopedValueRollback<bool> rendering(isRendering_, true);
+    const int rows = shares_->rowCount({});
     shares_->show(shares, selectedShare);
+    if (shares_->rowCount({}) != rows)
+        updateGeometry();
     const QModelIndex selected = shares_->find(selectedShare);
     if (selected.isValid() && !selectionModel()->isSelected(selected))
         selectionModel()->setCurrentIndex(selected, QItemSelectionModel::ClearAndSelect);
     else if (!selected.isValid() && selectionModel()->hasSelection())
         selectionModel()->clear();
+}
+
+void SharesList::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton)
+        QListView::mousePressEvent(event);
+}
+
+void SharesList::mouseMoveEvent(QMouseEvent* event) {
+    if (event->buttons() == Qt::NoButton)
+        QListView::mouseMoveEvent(event);
 }
 
 void SharesList::reportSelection() {

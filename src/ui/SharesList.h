@@ -23,6 +23,9 @@ public:
     QSize minimumSizeHint() const override;
 
 private:
+    /// A click chooses; other buttons and drags over the rows do not.
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
     void reportSelection();
 
     SharesModel* shares_;

@@ -21,15 +21,18 @@ QString sizes(const ServerShare& share) {
 } // namespace
 
 void SharesModel::show(const std::vector<ServerShare>& shares, const QString& selectedShare) {
-    if (shares != shares_) {
+    const bool isSameList =
+        std::equal(shares.begin(), shares.end(), shares_.begin(), shares_.end(),
+                   [](const ServerShare& a, const ServerShare& b) { return a.name == b.name; });
+    const bool differs = shares != shares_ || selectedShare != selectedShare_;
+    selectedShare_ = selectedShare;
+    if (!isSameList) {
         beginResetModel();
         shares_ = shares;
         endResetModel();
-    }
-    if (selectedShare != selectedShare_) {
-        selectedShare_ = selectedShare;
-        if (!shares_.empty())
-            Q_EMIT dataChanged(index(0), index(static_cast<int>(shares_.size()) - 1), {IsSelected});
+    } else if (differs && !shares.empty()) {
+        shares_ = shares;
+        Q_EMIT dataChanged(index(0), index(static_cast<int>(shares_.size()) - 1));
     }
 }
 

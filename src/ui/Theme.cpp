@@ -29,7 +29,7 @@ constexpr int bodySize = 13;
 constexpr std::array<std::pair<const char*, int>, 4> textSizes{
     {{"title", 28}, {"headline", 13}, {"callout", 12}, {"caption", 11}}};
 
-constexpr std::array<std::pair<const char*, ColourRole>, 16> namedColours{{
+constexpr std::array<std::pair<const char*, ColourRole>, 14> namedColours{{
     {"text", ColourRole::text},
     {"secondary", ColourRole::secondary},
     {"accent-hovered", ColourRole::accentHovered},
@@ -38,14 +38,12 @@ constexpr std::array<std::pair<const char*, ColourRole>, 16> namedColours{{
     {"on-accent", ColourRole::onAccent},
     {"tint", ColourRole::tint},
     {"error", ColourRole::error},
-    {"window", ColourRole::window},
     {"surface", ColourRole::surface},
     {"field", ColourRole::field},
     {"border", ColourRole::border},
     {"button-hovered", ColourRole::buttonHovered},
     {"button", ColourRole::button},
     {"disabled", ColourRole::disabledText},
-    {"warning", ColourRole::warning},
 }};
 
 /// `@name` stands for a colour, `@size-name` for a text size.

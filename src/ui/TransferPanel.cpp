@@ -121,11 +121,11 @@ QHBoxLayout* TransferPanel::makeBottomRow() {
 
 void TransferPanel::render() {
     const TransferManager& transfers = model_.transfers;
-    if (status_->show(transfers.statusLine))
+    if (status_->display(transfers.statusLine))
         announce(*status_);
     renderProgress();
     error_->setVisible(showsError(transfers));
-    if (showsError(transfers) && error_->show(**transfers.lastError))
+    if (showsError(transfers) && error_->display(**transfers.lastError))
         announce(*error_);
     dropZone_->showTargeted(model_.isDropTargeted);
     cancel_->setVisible(transfers.isTransferring);
@@ -137,7 +137,7 @@ void TransferPanel::renderProgress() {
     const TransferManager& transfers = model_.transfers;
     currentFile_->setVisible(showsProgress(transfers));
     progress_->setVisible(showsProgress(transfers));
-    currentFile_->show(transfers.currentFileName);
+    currentFile_->display(transfers.currentFileName);
     progress_->setValue(static_cast<int>(progressOf(transfers) * progressSteps));
 }
 

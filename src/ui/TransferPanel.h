@@ -11,7 +11,6 @@ namespace ternvault {
 
 class AppModel;
 class Activation;
-class TitledBox;
 class ClampedText;
 class DropZone;
 class TaskScope;
