@@ -36,8 +36,15 @@ def wait_for(condition, what, seconds=PATIENCE):
             if value:
                 return value
         if time.monotonic() > end:
-            raise Missed(f"not within {seconds:g} s: {what() if callable(what) else what}")
+            raise Missed(f"not within {seconds:g} s: {described(what)}")
         time.sleep(0.05)
+
+
+def described(what):
+    try:
+        return what() if callable(what) else what
+    except GLib.Error as error:
+        return f"what was asked for, nor anything else ({error.message})"
 
 
 def switch_on():

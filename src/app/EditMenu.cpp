@@ -45,12 +45,13 @@ void EditMenu::followFocus(QWidget* focused) {
     // Reached with the keyboard, menus take the focus of the field that they are about to work on.
     if (qobject_cast<QMenuBar*>(focused) != nullptr || qobject_cast<QMenu*>(focused) != nullptr)
         return;
-    if (field_)
-        field_->disconnect(this);
+    // Not through the field that had the focus: it may be losing it for being destroyed.
+    for (const QMetaObject::Connection& change : fieldChanges_)
+        disconnect(change);
     field_ = qobject_cast<QLineEdit*>(focused);
     if (field_) {
-        connect(field_, &QLineEdit::selectionChanged, this, [this] { update(); });
-        connect(field_, &QLineEdit::textChanged, this, [this] { update(); });
+        fieldChanges_ = {connect(field_, &QLineEdit::selectionChanged, this, [this] { update(); }),
+                         connect(field_, &QLineEdit::textChanged, this, [this] { update(); })};
     }
     update();
 }

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QPointer>
 
+#include <array>
 #include <functional>
 
 namespace ternvault {
@@ -33,6 +34,7 @@ private:
     std::function<bool()> takesFiles_;
     std::function<void()> pasteFiles_;
     QPointer<QLineEdit> field_;
+    std::array<QMetaObject::Connection, 2> fieldChanges_;
     QAction* undo_;
     QAction* redo_;
     QAction* cut_;
