@@ -28,6 +28,13 @@ private:
 void QtMainLoop::post(std::function<void()> work) {
     const std::lock_guard lock(mutex_);
     posted_.push(std::move(work));
+    if (posted_.size() == 1)
+        wakeUp();
+}
+
+/// Qt hands out all events that are posted by then before it looks at timers and input again. So there is one
+/// on its way at a time, and a hundred pieces of work are a hundred turns.
+void QtMainLoop::wakeUp() {
     QCoreApplication::postEvent(this, new QEvent(QEvent::User));
 }
 
@@ -39,6 +46,9 @@ bool QtMainLoop::event(QEvent* event) {
     }
     const std::function<void()> work = std::move(posted_.front());
     posted_.pop();
+    // Before the work, which may turn the loop itself.
+    if (!posted_.empty())
+        wakeUp();
     lock.unlock();
     work();
     return true;

@@ -10,7 +10,8 @@
 namespace ternvault {
 
 /// The main loop over Qt's event loop. Constructed on the main thread after the QCoreApplication, destroyed
-/// before it and after everything that still posts; work that has not run by then is dropped.
+/// before it and after everything that still posts; work that has not run by then is dropped. Timers, input
+/// and drawing get their turn between any two pieces of work.
 class QtMainLoop final : public MainLoop, private QObject {
 public:
     void post(std::function<void()> work) override;
@@ -19,9 +20,10 @@ public:
 
 private:
     bool event(QEvent* event) override;
+    void wakeUp();
 
-    /// The work itself, one Qt event on its way for each piece: a lock of our own hands both from thread to
-    /// thread, which ThreadSanitizer can follow.
+    /// The work itself: a lock of our own hands it from thread to thread, which ThreadSanitizer can follow.
+    /// While there is any, one Qt event is on its way.
     std::mutex mutex_;
     std::queue<std::function<void()>> posted_;
 };

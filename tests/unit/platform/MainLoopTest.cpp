@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 #include <vector>
 
@@ -37,6 +38,25 @@ TEST(MainLoop, RunsPostsOfAllThreadsInOrderOnTheMainThread) {
         EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
     }
     EXPECT_EQ(onOtherThread, 0);
+}
+
+TEST(MainLoop, TimersGetTheirTurnBetweenManyPosts) {
+    QtMainLoop mainLoop;
+    QEventLoop loop;
+    int pieces = 0;
+    int piecesAtFirstBeat = 100;
+    const auto beat = mainLoop.every(2ms, [&] { piecesAtFirstBeat = std::min(piecesAtFirstBeat, pieces); });
+    for (int i = 0; i < 100; ++i) {
+        mainLoop.post([&] {
+            const auto end = std::chrono::steady_clock::now() + 1ms;
+            while (std::chrono::steady_clock::now() < end)
+                std::this_thread::yield();
+            ++pieces;
+        });
+    }
+    mainLoop.post([&] { loop.quit(); });
+    loop.exec();
+    EXPECT_LT(piecesAtFirstBeat, 50);
 }
 
 TEST(MainLoop, PostedWorkNeitherStarvesTimersNorIsHeldUpByANestedLoop) {
