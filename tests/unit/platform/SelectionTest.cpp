@@ -44,14 +44,14 @@ Paths pathsOf(const std::vector<QUrl>& urls) {
 
 /// What six file managers of Debian 12 put on the clipboard for six awkward names, recorded; those over GTK's
 /// libraries and PCManFM-Qt differ only in line ends.
-const QByteArray recorded = "file:///tmp/files/a%20folder\r\n"
-                            "file:///tmp/files/100%25%20%5Ba%5D%20&%20%7Bb%7D.txt\r\n"
-                            "file:///tmp/files/it's%20%22q%22%3B%20$x.txt\r\n"
-                            "file:///tmp/files/n%FF.bin\r\n"
-                            "file:///tmp/files/%C3%9C%20ber%20%231%3F.txt";
+const QByteArray recorded = "file:///srv/files/a%20folder\r\n"
+                            "file:///srv/files/100%25%20%5Ba%5D%20&%20%7Bb%7D.txt\r\n"
+                            "file:///srv/files/it's%20%22q%22%3B%20$x.txt\r\n"
+                            "file:///srv/files/n%FF.bin\r\n"
+                            "file:///srv/files/%C3%9C%20ber%20%231%3F.txt";
 const QByteArray recordedLines = QByteArray(recorded).replace("\r\n", "\n");
-const Paths awkward{"/tmp/files/a folder", "/tmp/files/100% [a] & {b}.txt", "/tmp/files/it's \"q\"; $x.txt",
-                    "/tmp/files/n\xff.bin", "/tmp/files/Ü ber #1?.txt"};
+const Paths awkward{"/srv/files/a folder", "/srv/files/100% [a] & {b}.txt", "/srv/files/it's \"q\"; $x.txt",
+                    "/srv/files/n\xff.bin", "/srv/files/Ü ber #1?.txt"};
 const QByteArray zero(1, '\0');
 
 TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
@@ -71,9 +71,9 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
          {{uriList, recorded + "\r\n"}, {u"x-special/mate-copied-files"_s, "copy\n" + recordedLines}},
          awkward},
         {"Dolphin, which cannot tell a name that is no UTF-8",
-         {{uriList, "file:///tmp/files/100%25%20[a]%20&%20%7Bb%7D.txt\r\n"
-                    "file:///tmp/files/it's%20%22q%22;%20$x.txt\r\nfile:///tmp/files/n%EF%BF%BD.bin\r\n"}},
-         {awkward[1], awkward[2], "/tmp/files/n\xef\xbf\xbd.bin"}},
+         {{uriList, "file:///srv/files/100%25%20[a]%20&%20%7Bb%7D.txt\r\n"
+                    "file:///srv/files/it's%20%22q%22;%20$x.txt\r\nfile:///srv/files/n%EF%BF%BD.bin\r\n"}},
+         {awkward[1], awkward[2], "/srv/files/n\xef\xbf\xbd.bin"}},
         {"the mark alone", {{kde, "1"}}, {}},
         {"plain text", {{u"text/plain"_s, "file:///s/a"}, {u"UTF8_STRING"_s, "copy\nfile:///s/a"}}, {}},
         {"GNOME's form alone", {{gnome, "cut\nfile:///s/%C3%BC%20b\nfile:///s/c"}}, {"/s/ü b", "/s/c"}},
