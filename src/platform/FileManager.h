@@ -39,6 +39,9 @@ public:
     virtual void write(const std::filesystem::path& file, std::string_view content) = 0;
     /// Removes a file, or a folder with all that it holds; throws when there is none.
     virtual void remove(const std::filesystem::path& path) = 0;
+    /// What the system remembers of the item, and of all below it, is asked of its server anew. Best effort;
+    /// nothing happens where there is no such item. May wait for the server.
+    virtual void revalidate(const std::filesystem::path& item) const = 0;
     /// Identity of what stands at `root`; nothing when no entry exists there, or only the folder that the
     /// mounter made for a volume which is not mounted now.
     virtual std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const = 0;

@@ -89,6 +89,8 @@ std::int64_t CopyEngines::rsyncCopy(const fs::path& from, const fs::path& to, bo
     requireText(from);
     requireText(to);
     files_.createDirectories(to.parent_path());
+    // rsync believes what a volume remembers of the item, and skips what the server may not have any more.
+    files_.revalidate(to);
     // rsync would copy the file into the folder, and the next engine would remove the folder.
     if (!isDirectory && files_.isDirectory(to))
         throw std::system_error(std::make_error_code(std::errc::is_a_directory), to.filename().string());

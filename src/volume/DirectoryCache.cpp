@@ -39,6 +39,13 @@ void DirectoryCache::erase(const std::string& path) {
     listings_.eraseSubtree(path);
 }
 
+void DirectoryCache::invalidate(const std::string& directory) {
+    if (directory.empty())
+        listings_ = {};
+    else
+        listings_.eraseSubtree(directory);
+}
+
 void DirectoryCache::invalidateParent(const std::string& path) {
     listings_.erase(parentPath(path));
 }

@@ -35,6 +35,8 @@ public:
     void update(const std::string& path, const Entry& entry);
     /// Takes the entry out of its directory's listing, and drops what is known below it.
     void erase(const std::string& path);
+    /// Forgets the listings of the directory and of all below it.
+    void invalidate(const std::string& directory);
     /// Forgets the listing of the directory that holds the path.
     void invalidateParent(const std::string& path);
 

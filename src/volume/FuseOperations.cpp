@@ -121,8 +121,8 @@ void flush(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
     answer(request, [&](Volume& volume, const RequestPtr& r) { volume.flush(r, file->fh); });
 }
 
-void fsync(fuse_req_t request, fuse_ino_t number, int, fuse_file_info* file) {
-    flush(request, number, file);
+void fsync(fuse_req_t request, fuse_ino_t, int, fuse_file_info* file) {
+    answer(request, [&](Volume& volume, const RequestPtr& r) { volume.sync(r, file->fh); });
 }
 
 void release(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
@@ -143,8 +143,8 @@ void releasedir(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
     answer(request, [&](Volume& volume, const RequestPtr& r) { volume.releaseDirectory(r, file->fh); });
 }
 
-void fsyncdir(fuse_req_t request, fuse_ino_t, int, fuse_file_info*) {
-    fuse_reply_err(request, 0);
+void fsyncdir(fuse_req_t request, fuse_ino_t, int, fuse_file_info* file) {
+    answer(request, [&](Volume& volume, const RequestPtr& r) { volume.syncDirectory(r, file->fh); });
 }
 
 void statfs(fuse_req_t request, fuse_ino_t) {

@@ -22,6 +22,11 @@ inline std::string lastName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
+/// Whether the path is that directory or below it.
+inline bool isWithin(const std::string& path, const std::string& directory) {
+    return directory.empty() || path == directory || path.starts_with(directory + '/');
+}
+
 /// Values kept by path inside the share that follow renames, of their directories too. Not thread-safe.
 template <typename Value>
 class PathTable {

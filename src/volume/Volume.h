@@ -22,6 +22,10 @@ namespace ternvault::volume {
 ///   with EEXIST, so that no file is ever overwritten through another spelling.
 /// - Written bytes wait in a bounded write-behind until flush or fsync, which report their fate.
 /// - A lost write poisons its file, see LostWrites.
+/// - What is remembered may be old by a few seconds. Syncing a file that is open for reading only, or a
+///   directory, makes what is remembered of it and of all below it true again.
+/// - A file or directory that is no longer where the kernel knew it gives ESTALE, upon which the kernel looks
+///   its name up anew.
 /// - Modes are kept in memory for the life of the daemon; owner and group are those of its user.
 ///
 /// Public methods: any thread, never block on the network, answer the request sooner or later.
@@ -66,10 +70,12 @@ public:
                std::uint64_t offset);
     /// Answers when everything written through the handle is on the server, or with the reason why it is not.
     void flush(const RequestPtr& request, std::uint64_t file);
+    void sync(const RequestPtr& request, std::uint64_t file);
     void release(const RequestPtr& request, std::uint64_t file);
 
     void openDirectory(const RequestPtr& request, std::uint64_t number, fuse_file_info file);
     void readDirectory(const RequestPtr& request, std::uint64_t file, std::size_t size, std::uint64_t offset);
+    void syncDirectory(const RequestPtr& request, std::uint64_t file);
     void releaseDirectory(const RequestPtr& request, std::uint64_t file);
 
     void refresh(SmbShare& share) override;
@@ -96,6 +102,7 @@ private:
     const Entry* knownEntry(const std::string& path, Time now);
     void ensureListing(SmbShare& share, const std::string& directory, Time now);
     Entry fetchEntry(SmbShare& share, const std::string& path);
+    Entry fetchEntry(SmbShare& share, const Node& node);
     void classify(SmbShare& share, const std::string& path, Entry& entry);
     void rememberMode(const std::string& path, mode_t mode);
     struct stat toStat(const Node& node, const Entry& entry);
@@ -122,6 +129,7 @@ private:
         return handle.file && handle.generation == worker_.generation();
     }
     SmbShare::File createFile(SmbShare& share, const std::string& path, int flags);
+    SmbShare::File openKnown(SmbShare& share, const std::string& path, int flags);
     void queueDrain(const HandlePtr& handle);
     void drain(SmbShare& share, const HandlePtr& handle);
     void drainNode(SmbShare& share, const NodePtr& node);

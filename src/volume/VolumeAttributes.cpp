@@ -61,7 +61,7 @@ std::string Volume::pathOf(std::uint64_t parent, std::string_view name) {
 std::string Volume::livePath(const Node& node) {
     const Lock lock(mutex_);
     if (node.gone)
-        fail(ENOENT);
+        fail(ESTALE);
     return node.path;
 }
 
@@ -105,6 +105,15 @@ Entry Volume::fetchEntry(SmbShare& share, const std::string& path) {
     if (entry.kind == Entry::Kind::FileOrSymlink)
         classify(share, path, entry);
     return entry;
+}
+
+/// Throws ESTALE when the node is not there any more.
+Entry Volume::fetchEntry(SmbShare& share, const Node& node) {
+    try {
+        return fetchEntry(share, livePath(node));
+    } catch (const std::system_error& error) {
+        fail(error.code().value() == ENOENT ? ESTALE : error.code().value());
+    }
 }
 
 void Volume::classify(SmbShare& share, const std::string& path, Entry& entry) {
@@ -205,7 +214,7 @@ void Volume::getAttributes(const RequestPtr& request, std::uint64_t number) {
     worker_.submit(
         request,
         [this, request, node](SmbShare& share) {
-            const auto entry = fetchEntry(share, livePath(*node));
+            const auto entry = fetchEntry(share, *node);
             Lock relock(mutex_);
             const auto status = toStat(*node, entry);
             relock.unlock();
@@ -251,7 +260,7 @@ bool Volume::isPoisoned(const Node& node, const HandlePtr& through) {
 void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& through, std::uint64_t size) {
     const auto path = livePath(*node);
     drainNode(share, node);
-    Entry entry = fetchEntry(share, path);
+    Entry entry = fetchEntry(share, *node);
     HandlePtr writer = through;
     {
         const Lock lock(mutex_);
@@ -280,7 +289,7 @@ void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& thro
 void Volume::setTimes(SmbShare& share, const NodePtr& node, const struct stat& wanted, int changed) {
     const auto path = livePath(*node);
     drainNode(share, node);
-    Entry entry = fetchEntry(share, path);
+    Entry entry = fetchEntry(share, *node);
     {
         const Lock lock(mutex_);
         if (isPoisoned(*node, nullptr))
@@ -314,7 +323,7 @@ void Volume::readLink(const RequestPtr& request, std::uint64_t number) {
     worker_.submit(
         request,
         [this, request, node](SmbShare& share) {
-            const auto entry = fetchEntry(share, livePath(*node));
+            const auto entry = fetchEntry(share, *node);
             if (entry.kind != Entry::Kind::Symlink)
                 fail(EINVAL);
             request->link(entry.target);

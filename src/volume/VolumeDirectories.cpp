@@ -243,6 +243,27 @@ void Volume::answerItems(const RequestPtr& request, const OpenDirectory& directo
     request->data(buffer.data(), used);
 }
 
+/// In the worker's turn, after any listing that is just being fetched.
+void Volume::syncDirectory(const RequestPtr& request, std::uint64_t file) {
+    const Lock lock(mutex_);
+    const auto it = directories_.find(file);
+    if (it == directories_.end())
+        fail(EBADF);
+    worker_.submit(request, [this, request, directory = it->second->node](SmbShare&) {
+        const auto path = livePath(*directory);
+        {
+            const Lock relock(mutex_);
+            cache_.invalidateParent(path);
+            cache_.invalidate(path);
+            nodes_.forEach([&](const Node& node) {
+                if (isWithin(node.path, path))
+                    hooks_.dropAttributes(node.number);
+            });
+        }
+        request->done();
+    });
+}
+
 void Volume::releaseDirectory(const RequestPtr& request, std::uint64_t file) {
     {
         const Lock lock(mutex_);

@@ -119,8 +119,8 @@ void Volume::open(const RequestPtr& request, std::uint64_t number, fuse_file_inf
                 drainNode(share, node);
                 prepareForWriting(share, path);
             }
-            const auto entry = fetchEntry(share, path);
-            const auto opened = share.open(path, file.flags & (O_ACCMODE | O_TRUNC));
+            const auto entry = fetchEntry(share, *node);
+            const auto opened = openKnown(share, path, file.flags & (O_ACCMODE | O_TRUNC));
             {
                 const Lock relock(mutex_);
                 if (writable)
@@ -131,6 +131,19 @@ void Volume::open(const RequestPtr& request, std::uint64_t number, fuse_file_inf
                 release(nullptr, file.fh);
         },
         SmbWorker::Patience::UntilReconnected);
+}
+
+/// Throws ESTALE when the server has no such file any more, and forgets what was wrong.
+SmbShare::File Volume::openKnown(SmbShare& share, const std::string& path, int flags) {
+    try {
+        return share.open(path, flags);
+    } catch (const std::system_error& error) {
+        if (error.code().value() != ENOENT)
+            throw;
+    }
+    const Lock lock(mutex_);
+    cache_.invalidateParent(path);
+    fail(ESTALE);
 }
 
 void Volume::prepareForWriting(SmbShare& share, const std::string& path) {
@@ -264,6 +277,26 @@ void Volume::flush(const RequestPtr& request, std::uint64_t file) {
             if (!isLive(*handle))
                 fail(EIO);
             handle->unconfirmed = !handle->pending.isEmpty();
+        }
+        request->done();
+    });
+}
+
+void Volume::sync(const RequestPtr& request, std::uint64_t file) {
+    Lock lock(mutex_);
+    const auto handle = handleOf(file);
+    lock.unlock();
+    if (handle->writable) {
+        flush(request, file);
+        return;
+    }
+    worker_.submit(request, [this, request, handle](SmbShare& share) {
+        const auto path = livePath(*handle->node);
+        const auto entry = share.stat(path);
+        {
+            const Lock relock(mutex_);
+            cache_.update(path, entry);
+            hooks_.dropAttributes(handle->node->number);
         }
         request->done();
     });

@@ -158,6 +158,7 @@ public:
         contents[file] = content;
     }
     void remove(const std::filesystem::path& path) override { entries.erase(path); }
+    void revalidate(const std::filesystem::path&) const override {}
     std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override {
         return exists(root) ? std::optional(identity) : std::nullopt;
     }

@@ -74,6 +74,25 @@ TEST_F(CopyFaults, ASilentServerEndsTheAttemptInTime) {
     EXPECT_EQ(outcome.status == 0, isIdentical(item)) << outcome.errors << log();
 }
 
+TEST_F(CopyFaults, WhatSomebodyElseChangesOnTheServerIsCopiedAgain) {
+    mountShare();
+    file("film", 100'000);
+    fs::create_directories(source / "tree/sub");
+    fs::create_directories(source / "folder");
+    for (const char* name : {"tree/removed", "tree/sub/changed", "tree/sub/kept", "folder/item"})
+        file(name, 10'000);
+    const QStringList copy{u"copy"_s, path(source / "film"), path(source / "tree"), path(source / "folder")};
+    ASSERT_EQ(cli(copy).status, 0);
+    fs::remove(served("film"));
+    fs::remove_all(served("folder"));
+    fs::remove(served("tree/removed"));
+    fs::resize_file(served("tree/sub/changed"), 10);
+    ASSERT_EQ(cli(copy).status, 0) << log();
+    EXPECT_EQ(log().find("FAIL"), std::string::npos) << log();
+    const Outcome compared = run(u"/usr/bin/diff"_s, {u"-r"_s, path(source.path()), path(served())});
+    EXPECT_EQ(compared.output + compared.errors, "");
+}
+
 TEST_F(CopyFaults, NothingLandsInALocalDirectoryWhenTheDaemonDies) {
     mountShare();
     fs::create_directories(source / "tree");

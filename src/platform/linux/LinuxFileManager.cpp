@@ -121,6 +121,13 @@ void LinuxFileManager::remove(const fs::path& path) {
         fail(ENOENT, path);
 }
 
+/// A sync of what was opened for reading does this on our volumes (volume/Volume.h).
+void LinuxFileManager::revalidate(const fs::path& item) const {
+    const FileDescriptor opened(::open(item.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (opened)
+        ::fsync(opened.get());
+}
+
 std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& root) const {
     if (!statusOf(root))
         return std::nullopt;

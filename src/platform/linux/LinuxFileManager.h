@@ -29,6 +29,7 @@ public:
     void write(const std::filesystem::path& file, std::string_view content) override;
     /// Removes a symbolic link, never what it points to.
     void remove(const std::filesystem::path& path) override;
+    void revalidate(const std::filesystem::path& item) const override;
     std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override;
 
 private:
