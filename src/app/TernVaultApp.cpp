@@ -29,7 +29,8 @@ QString desktopStateFile(const LinuxServices& services) {
 TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices)
     : notices_(notices), theme_(application, appearance_),
       desktopState_(desktopStateFile(services), QSettings::IniFormat),
-      filePanel_(desktopState_, mountedMedia), pasteboard_(*QApplication::clipboard()),
+      filePanel_(desktopState_, mountedMedia, services.background(), services.mainLoop()),
+      pasteboard_(*QApplication::clipboard()),
       platform_(services.platform({filePanel_, pasteboard_, activation_})), model_(platform_),
       tasks_(platform_.mainLoop,
              [this, report = reportEscapes(platform_.log)](const std::exception_ptr& escaped) {

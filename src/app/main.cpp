@@ -3,6 +3,7 @@
 #include "app/Notices.h"
 #include "app/StartupToken.h"
 #include "app/TernVaultApp.h"
+#include "platform/linux/Interrupts.h"
 #include "platform/linux/LinuxServices.h"
 
 #include <QApplication>
@@ -46,6 +47,7 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
     LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
     int status = 0;
     {
+        const Interrupts interrupts([] { QApplication::quit(); });
         TernVaultApp app(application, services, notices);
         service.setHandlers(app.requests());
         if (!commandLine.isBusStart)

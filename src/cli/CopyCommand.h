@@ -1,10 +1,10 @@
 #pragma once
 
 #include "base/Task.h"
-#include "cli/Interrupts.h"
 #include "cli/Terminal.h"
 #include "model/AppModel.h"
 #include "platform/MainLoop.h"
+#include "platform/linux/Interrupts.h"
 
 #include <filesystem>
 #include <vector>

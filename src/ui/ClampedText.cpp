@@ -15,7 +15,8 @@ constexpr qsizetype mostLaidOut = 4000;
 
 } // namespace
 
-ClampedText::ClampedText(int maxLines) : maxLines_(maxLines) {
+ClampedText::ClampedText(int maxLines, const TextLook& look) : maxLines_(maxLines) {
+    applyLook(*this, look);
     setTextFormat(Qt::PlainText);
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
@@ -26,7 +27,6 @@ bool ClampedText::display(const QString& text) {
     if (text == this->text())
         return false;
     setText(text);
-    showAllInToolTip();
     updateGeometry();
     return true;
 }
@@ -70,6 +70,13 @@ int ClampedText::heightForWidth(int width) const {
     return static_cast<int>(count) * fontMetrics().lineSpacing();
 }
 
+bool ClampedText::event(QEvent* event) {
+    // Tool tips take what looks like mark-up for mark-up.
+    if (event->type() == QEvent::ToolTip)
+        setToolTip(lines(width()).areShortened ? u"<p>"_s + text().toHtmlEscaped() + u"</p>"_s : QString());
+    return QLabel::event(event);
+}
+
 void ClampedText::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setPen(palette().color(foregroundRole()));
@@ -79,16 +86,6 @@ void ClampedText::paintEvent(QPaintEvent*) {
                          Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine, line);
         top += fontMetrics().lineSpacing();
     }
-}
-
-void ClampedText::resizeEvent(QResizeEvent* event) {
-    QLabel::resizeEvent(event);
-    showAllInToolTip();
-}
-
-/// Tool tips take what looks like mark-up for mark-up.
-void ClampedText::showAllInToolTip() {
-    setToolTip(lines(width()).areShortened ? u"<p>"_s + text().toHtmlEscaped() + u"</p>"_s : QString());
 }
 
 } // namespace ternvault

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/Controls.h"
+
 #include <QLabel>
 
 namespace ternvault {
@@ -7,7 +9,7 @@ namespace ternvault {
 /// A text that wraps onto at most a number of lines; what is left out is in its tool tip.
 class ClampedText final : public QLabel {
 public:
-    explicit ClampedText(int maxLines);
+    ClampedText(int maxLines, const TextLook& look);
 
     /// Returns whether the text differs from what was shown.
     bool display(const QString& text);
@@ -18,15 +20,14 @@ public:
     int heightForWidth(int width) const override;
 
 private:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
     struct Lines {
         QStringList texts;
         /// Something was left out.
         bool areShortened = false;
     };
     Lines lines(int width) const;
-    void showAllInToolTip();
 
     int maxLines_;
 };

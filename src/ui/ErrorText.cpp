@@ -2,7 +2,6 @@
 
 #include "ui/Announce.h"
 #include "ui/ClampedText.h"
-#include "ui/Controls.h"
 
 namespace ternvault {
 
@@ -14,8 +13,7 @@ constexpr int mostLines = 12;
 } // namespace
 
 ClampedText* makeErrorText() {
-    auto* const text = new ClampedText(mostLines);
-    applyLook(*text, errorLook);
+    auto* const text = new ClampedText(mostLines, errorLook);
     text->setVisible(false);
     return text;
 }

@@ -13,7 +13,8 @@ namespace ternvault {
 class FileChooser final : public FilePanel {
 public:
     /// `state` keeps the folder that was shown last; `media` lists where disks and servers are mounted.
-    FileChooser(QSettings& state, FilePanelDialog::MountedMedia media);
+    FileChooser(QSettings& state, FilePanelDialog::MountedMedia media, BackgroundTasks& background,
+                MainLoop& mainLoop);
     ~FileChooser() override;
 
     void show(const FilePanelTexts& texts, Completion completion) override;
@@ -21,6 +22,8 @@ public:
 private:
     QSettings& state_;
     FilePanelDialog::MountedMedia media_;
+    BackgroundTasks& background_;
+    MainLoop& mainLoop_;
     QPointer<FilePanelDialog> dialog_;
 };
 

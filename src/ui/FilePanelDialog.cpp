@@ -76,8 +76,9 @@ QString literally(QString title) {
 } // namespace
 
 FilePanelDialog::FilePanelDialog(const FilePanelTexts& texts, QSettings& state,
-                                 const std::vector<std::filesystem::path>& media)
-    : state_(state), places_(new QListWidget),
+                                 const std::vector<std::filesystem::path>& media, BackgroundTasks& background,
+                                 MainLoop& mainLoop)
+    : state_(state), background_(background), mainLoop_(mainLoop), places_(new QListWidget),
       back_(makeToolButton(u"Back"_s, QStyle::SP_ArrowBack, *style())),
       up_(makeToolButton(u"Up"_s, QStyle::SP_FileDialogToParent, *style())), path_(new QLineEdit),
       list_(new QTreeView), hidden_(new QToolButton), confirm_(new QPushButton(literally(texts.prompt))),
@@ -209,16 +210,30 @@ void FilePanelDialog::addShortcuts() {
 void FilePanelDialog::restore() {
     hidden_->setChecked(state_.value(hiddenKey, false).toBool());
     showHidden(hidden_->isChecked());
-    showFolder(state_.value(folderKey, QDir::homePath()).toString());
+    showFolder(QDir::homePath());
+    look(state_.value(folderKey).toString(), [this](const QFileInfo& item) {
+        if (item.isDir())
+            showFolder(item.filePath());
+    });
     list_->setFocus();
 }
 
-/// A folder that is there no more gives way to the home folder.
+/// Tells what stands at the path, unless something else was looked at meanwhile.
+void FilePanelDialog::look(const QString& path, std::function<void(const QFileInfo& item)> found) {
+    background_.run(Lane::general, [path, found = std::move(found), weak = anchor_.weak(),
+                                    number = ++latestLook_, &mainLoop = mainLoop_] {
+        QFileInfo item(path);
+        item.stat();
+        mainLoop.post([item, found, weak, number] {
+            const FilePanelDialog* const dialog = weak.get();
+            if (dialog != nullptr && dialog->latestLook_ == number)
+                found(item);
+        });
+    });
+}
+
 void FilePanelDialog::showFolder(const QString& folder) {
-    QModelIndex root = files_.setRootPath(folder);
-    if (!root.isValid())
-        root = files_.setRootPath(QDir::homePath());
-    list_->setRootIndex(root);
+    list_->setRootIndex(files_.setRootPath(folder));
     list_->clearSelection();
     path_->setText(QDir::toNativeSeparators(files_.rootPath()));
     back_->setEnabled(!history_.isEmpty());
@@ -227,25 +242,35 @@ void FilePanelDialog::showFolder(const QString& folder) {
 }
 
 void FilePanelDialog::goTo(const QString& folder) {
-    const QString left = files_.rootPath();
-    if (folder == left)
+    look(folder, [this](const QFileInfo& item) {
+        if (item.isDir())
+            visit(item.filePath());
+    });
+}
+
+/// Shows another folder, from which the user can go back.
+void FilePanelDialog::visit(const QString& folder) {
+    if (folder == files_.rootPath())
         return;
-    history_ << left;
+    history_ << files_.rootPath();
     showFolder(folder);
 }
 
 void FilePanelDialog::goUp() {
     const QString left = files_.rootPath();
-    if (left == QDir::rootPath())
-        return;
-    goTo(QFileInfo(left).path());
-    list_->selectionModel()->setCurrentIndex(files_.index(left), QItemSelectionModel::NoUpdate);
-    list_->scrollTo(list_->currentIndex());
+    look(QFileInfo(left).path(), [this, left](const QFileInfo& parent) {
+        visit(parent.filePath());
+        makeCurrent(left, QItemSelectionModel::NoUpdate);
+    });
 }
 
 void FilePanelDialog::goBack() {
-    if (!history_.isEmpty())
-        showFolder(history_.takeLast());
+    if (history_.isEmpty())
+        return;
+    look(history_.last(), [this](const QFileInfo& folder) {
+        history_.removeLast();
+        showFolder(folder.isDir() ? folder.filePath() : QDir::homePath());
+    });
 }
 
 void FilePanelDialog::enter(const QModelIndex& item) {
@@ -253,25 +278,32 @@ void FilePanelDialog::enter(const QModelIndex& item) {
         goTo(files_.filePath(item));
 }
 
-/// A folder is shown; of a file, its folder with the file chosen.
 void FilePanelDialog::followPathField() {
     QString typed = path_->text();
     if (typed == u'~' || typed.startsWith("~/"_L1))
         typed.replace(0, 1, QDir::homePath());
-    const QString target = QDir::cleanPath(QDir(files_.rootPath()).absoluteFilePath(typed));
-    const QModelIndex item = files_.index(target);
-    if (!item.isValid()) {
+    look(QDir::cleanPath(QDir(files_.rootPath()).absoluteFilePath(typed)),
+         [this](const QFileInfo& item) { follow(item); });
+}
+
+/// A folder is shown; of a file, its folder with the file chosen.
+void FilePanelDialog::follow(const QFileInfo& typed) {
+    if (!typed.exists()) {
         path_->selectAll();
         return;
     }
-    if (files_.isDir(item)) {
-        goTo(target);
+    if (typed.isDir()) {
+        visit(typed.filePath());
     } else {
-        goTo(QFileInfo(target).path());
-        list_->selectionModel()->setCurrentIndex(files_.index(target), QItemSelectionModel::ClearAndSelect |
-                                                                           QItemSelectionModel::Rows);
+        visit(typed.path());
+        makeCurrent(typed.filePath(), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
     list_->setFocus();
+}
+
+void FilePanelDialog::makeCurrent(const QString& path, QItemSelectionModel::SelectionFlags selection) {
+    list_->selectionModel()->setCurrentIndex(files_.index(path), selection);
+    list_->scrollTo(list_->currentIndex());
 }
 
 void FilePanelDialog::showHidden(bool on) {

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "base/Lifetime.h"
+#include "platform/BackgroundTasks.h"
 #include "platform/FilePanel.h"
+#include "platform/MainLoop.h"
 
 #include <QDialog>
 #include <QFileIconProvider>
 #include <QFileSystemModel>
+#include <QItemSelectionModel>
 
 #include <filesystem>
 #include <functional>
@@ -20,13 +24,15 @@ class QTreeView;
 
 namespace ternvault {
 
-/// Shows one folder at a time and lets the user choose files and folders in it, several at once.
+/// Shows one folder at a time and lets the user choose files and folders in it, several at once. A folder is
+/// looked at in the background before it is shown: one on a server that went away would hold the main thread.
 class FilePanelDialog final : public QDialog {
 public:
     using MountedMedia = std::function<std::vector<std::filesystem::path>()>;
 
     FilePanelDialog(const FilePanelTexts& texts, QSettings& state,
-                    const std::vector<std::filesystem::path>& media);
+                    const std::vector<std::filesystem::path>& media, BackgroundTasks& background,
+                    MainLoop& mainLoop);
 
     /// In the order of the list.
     std::vector<std::filesystem::path> selection() const;
@@ -40,17 +46,26 @@ private:
     void addShortcuts();
     void restore();
 
+    void look(const QString& path, std::function<void(const QFileInfo& item)> found);
     void goTo(const QString& folder);
+    void visit(const QString& folder);
     void showFolder(const QString& folder);
     void goUp();
     void goBack();
     void enter(const QModelIndex& item);
     void followPathField();
+    void follow(const QFileInfo& typed);
+    void makeCurrent(const QString& path, QItemSelectionModel::SelectionFlags selection);
     void showHidden(bool on);
     void renderSelection();
     QModelIndexList selectedRows() const;
 
+    LifetimeAnchor<FilePanelDialog> anchor_{this};
     QSettings& state_;
+    BackgroundTasks& background_;
+    MainLoop& mainLoop_;
+    /// Number of the latest look; an older one has nothing to say any more.
+    int latestLook_ = 0;
     QFileIconProvider icons_;
     QFileSystemModel files_;
     /// Folders to go back to, the latest one last.

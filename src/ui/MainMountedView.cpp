@@ -80,8 +80,8 @@ bool hasListing(const AppModel& model) {
 } // namespace
 
 MainMountedView::MainMountedView(AppModel& model, TaskScope& tasks, const Platform& platform)
-    : Screen(spacing, padding), model_(model), tasks_(tasks), platform_(platform),
-      status_(new ClampedText(statusLines)), badge_(new MountBadge),
+    : Screen(spacing, padding), model_(model), tasks_(tasks), mainLoop_(platform.mainLoop),
+      status_(new ClampedText(statusLines, calloutSecondaryLook)), badge_(new MountBadge),
       server_(makeField(serverPlaceholder, serverPlaceholder)),
       port_(makeField(portPlaceholder, portPlaceholder)), user_(makeField(userPlaceholder, userPlaceholder)),
       password_(makeSecureField(passwordPlaceholder, passwordPlaceholder)),
@@ -113,7 +113,6 @@ MainMountedView::~MainMountedView() {
 }
 
 QHBoxLayout* MainMountedView::makeHeader() {
-    applyLook(*status_, calloutSecondaryLook);
     status_->setAccessibleDescription(u"Status"_s);
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(headerSpacing);
@@ -236,7 +235,7 @@ void MainMountedView::dragLeaveEvent(QDragLeaveEvent*) {
 void MainMountedView::dropEvent(QDropEvent* event) {
     model_.isDropTargeted = false;
     event->setDropAction(Qt::CopyAction);
-    event->setAccepted(handleDrop(itemProviders(*event->mimeData()), platform_.mainLoop,
+    event->setAccepted(handleDrop(itemProviders(*event->mimeData()), mainLoop_,
                                   [&model = model_, &tasks = tasks_](std::vector<QUrl> urls) {
                                       tasks.spawn(model.handleIncomingFileURLs(std::move(urls)));
                                   }));

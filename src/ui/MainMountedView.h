@@ -2,7 +2,6 @@
 
 #include "base/Lifetime.h"
 #include "base/Task.h"
-#include "platform/Platform.h"
 #include "ui/RenderOnChange.h"
 #include "ui/Screen.h"
 
@@ -16,8 +15,10 @@ namespace ternvault {
 
 class AppModel;
 class ClampedText;
+class MainLoop;
 class MountBadge;
 class SharesList;
+struct Platform;
 class TaskScope;
 class TransferPanel;
 
@@ -50,7 +51,7 @@ private:
     LifetimeAnchor<MainMountedView> anchor_{this};
     AppModel& model_;
     TaskScope& tasks_;
-    Platform platform_;
+    MainLoop& mainLoop_;
     ClampedText* status_;
     MountBadge* badge_;
     QLineEdit* server_;

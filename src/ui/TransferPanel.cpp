@@ -15,6 +15,7 @@
 #include <QPushButton>
 
 #include <algorithm>
+#include <utility>
 
 namespace ternvault {
 
@@ -57,12 +58,6 @@ double progressOf(const TransferManager& transfers) {
     return static_cast<double>(completed) / static_cast<double>(transfers.totalCount);
 }
 
-ClampedText* makeClampedText(int lines, const TextLook& look) {
-    auto* const text = new ClampedText(lines);
-    applyLook(*text, look);
-    return text;
-}
-
 /// The same width for all digits, so that the line does not tremble while it counts.
 QFont withMonospacedDigits(const QFont& font) {
     const QFontMetrics metrics(font);
@@ -76,9 +71,9 @@ QFont withMonospacedDigits(const QFont& font) {
 } // namespace
 
 TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation)
-    : model_(model), status_(makeClampedText(statusLines, calloutLook)),
-      currentFile_(makeClampedText(fileNameLines, captionLook)), progress_(new QProgressBar),
-      error_(makeClampedText(errorLines, captionErrorLook)),
+    : model_(model), status_(new ClampedText(statusLines, calloutLook)),
+      currentFile_(new ClampedText(fileNameLines, captionLook)), progress_(new QProgressBar),
+      error_(new ClampedText(errorLines, captionErrorLook)),
       dropZone_(new DropZone([&activation] { activation.activate(); })), cancel_(makeButton(cancelTitle)),
       counters_(makeText(QString(), captionLook)), clearCounters_(makeButton(clearTitle)) {
     status_->setAccessibleDescription(u"Transfer status"_s);
@@ -121,16 +116,31 @@ QHBoxLayout* TransferPanel::makeBottomRow() {
 
 void TransferPanel::render() {
     const TransferManager& transfers = model_.transfers;
-    if (status_->display(transfers.statusLine))
-        announce(*status_);
+    renderStatus();
     renderProgress();
-    error_->setVisible(showsError(transfers));
-    if (showsError(transfers) && error_->display(**transfers.lastError))
-        announce(*error_);
+    renderError();
     dropZone_->showTargeted(model_.isDropTargeted);
     cancel_->setVisible(transfers.isTransferring);
     counters_->setText(transfers.progressLabel());
     clearCounters_->setVisible(offersClearing(transfers));
+}
+
+/// The text changes with every item of a run; who listens hears of its beginning and its end.
+void TransferPanel::renderStatus() {
+    const bool goesOn = std::exchange(wasTransferring_, *model_.transfers.isTransferring) && wasTransferring_;
+    if (status_->display(model_.transfers.statusLine) && !goesOn)
+        announce(*status_);
+}
+
+/// The same error may happen again.
+void TransferPanel::renderError() {
+    const TransferManager& transfers = model_.transfers;
+    error_->setVisible(showsError(transfers));
+    if (!showsError(transfers))
+        return;
+    const bool isAnother = std::exchange(announcedErrors_, *transfers.errorCount) != transfers.errorCount;
+    if (error_->display(**transfers.lastError) || isAnother)
+        announce(*error_);
 }
 
 void TransferPanel::renderProgress() {

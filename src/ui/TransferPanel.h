@@ -25,7 +25,9 @@ public:
 private:
     void addDropZoneButtons(TaskScope& tasks);
     QHBoxLayout* makeBottomRow();
+    void renderStatus();
     void renderProgress();
+    void renderError();
 
     AppModel& model_;
     ClampedText* status_;
@@ -36,6 +38,8 @@ private:
     QPushButton* cancel_;
     QLabel* counters_;
     QPushButton* clearCounters_;
+    bool wasTransferring_ = false;
+    std::int64_t announcedErrors_ = 0;
 };
 
 } // namespace ternvault

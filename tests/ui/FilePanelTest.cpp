@@ -1,3 +1,4 @@
+#include "support/FakePlatform.h"
 #include "support/TemporaryFolder.h"
 #include "ui/FileChooser.h"
 
@@ -47,6 +48,7 @@ protected:
             if (auto* const shown = qobject_cast<QDialog*>(window))
                 dialog = shown;
         EXPECT_TRUE(QTest::qWaitForWindowActive(dialog));
+        time.run();
         list = dialog->findChild<QTreeView*>();
         confirm = &named<QPushButton>(*dialog, u"Copy && go"_s);
     }
@@ -63,6 +65,11 @@ protected:
     bool waitFor(const std::set<QString>& expected) const {
         return QTest::qWaitFor([&] { return names() == expected; });
     }
+    /// With what the key has looked at.
+    void press(QWidget& control, Qt::Key key) {
+        QTest::keyClick(&control, key);
+        time.run();
+    }
     void click(const QString& name, Qt::KeyboardModifiers modifiers = {}) const {
         for (int row = 0; row < list->model()->rowCount(list->rootIndex()); ++row) {
             const QModelIndex index = list->model()->index(row, 0, list->rootIndex());
@@ -75,7 +82,8 @@ protected:
     TemporaryFolder folder;
     TemporaryFolder stateFolder;
     QSettings state{QString::fromStdString(stateFolder / "desktop.ini"), QSettings::IniFormat};
-    FileChooser panel{state, [] { return std::vector<fs::path>(); }};
+    VirtualTime time;
+    FileChooser panel{state, [] { return std::vector<fs::path>(); }, time, time};
     int completions = 0;
     std::optional<std::vector<fs::path>> result;
     QPointer<QDialog> dialog;
@@ -102,25 +110,43 @@ TEST_F(FilePanelTest, ChoosesFilesAndFoldersTogether) {
     EXPECT_TRUE(state.value(u"filePanel/showHidden"_s).toBool());
 }
 
+TEST_F(FilePanelTest, AFolderThatDoesNotAnswerIsLeftAlone) {
+    QLineEdit& place = named<QLineEdit>(*dialog, u"Folder"_s);
+    place.setFocus();
+    time.holdBackground = true;
+    for (const char* silent : {"sub", "sub/inner"}) {
+        place.setText(path(silent));
+        press(place, Qt::Key_Return);
+    }
+    EXPECT_TRUE(waitFor({u"a.txt"_s, u"sub"_s})) << "what was there stays";
+    time.holdBackground = false;
+    time.run();
+    EXPECT_TRUE(waitFor({}));
+    named<QToolButton>(*dialog, u"Back"_s).click();
+    time.run();
+    EXPECT_EQ(place.text(), path("")) << "the first answer came too late";
+}
+
 TEST_F(FilePanelTest, GoesThroughFoldersWithTheKeyboard) {
     ASSERT_TRUE(waitFor({u"a.txt"_s, u"sub"_s}));
     QLineEdit& place = named<QLineEdit>(*dialog, u"Folder"_s);
     click(u"sub"_s);
-    QTest::keyClick(list, Qt::Key_Right);
+    press(*list, Qt::Key_Right);
     EXPECT_EQ(place.text(), path("sub"));
     EXPECT_FALSE(confirm->isEnabled()) << "what was chosen is out of sight";
     EXPECT_TRUE(waitFor({u"inner"_s}));
-    QTest::keyClick(list, Qt::Key_Backspace);
+    press(*list, Qt::Key_Backspace);
     EXPECT_EQ(place.text(), path(""));
     named<QToolButton>(*dialog, u"Back"_s).click();
+    time.run();
     EXPECT_EQ(place.text(), path("sub"));
 
     place.setFocus();
     place.setText(path("nothing"));
-    QTest::keyClick(&place, Qt::Key_Return);
+    press(place, Qt::Key_Return);
     EXPECT_EQ(place.text(), path("nothing")) << "what was typed stays to be mended";
     place.setText(path("a.txt"));
-    QTest::keyClick(&place, Qt::Key_Return);
+    press(place, Qt::Key_Return);
     EXPECT_TRUE(confirm->isEnabled()) << "a file that was typed is chosen";
     ASSERT_EQ(completions, 0) << "and not yet taken";
 

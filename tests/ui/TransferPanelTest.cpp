@@ -67,6 +67,11 @@ TEST_F(Panel, ShowsNamesAsTheyAre) {
     settle();
     ClampedText& text = find<ClampedText>(name);
     EXPECT_LE(text.height(), 2 * text.fontMetrics().lineSpacing());
+    const auto hover = [&text] {
+        QHelpEvent help(QEvent::ToolTip, {}, {});
+        QApplication::sendEvent(&text, &help);
+    };
+    hover();
     QTextDocument tip;
     if (Qt::mightBeRichText(text.toolTip()))
         tip.setHtml(text.toolTip());
@@ -75,6 +80,7 @@ TEST_F(Panel, ShowsNamesAsTheyAre) {
     EXPECT_EQ(tip.toPlainText(), name) << "what is left out is in the tool tip";
     transfers.currentFileName = u"short & sweet"_s;
     settle();
+    hover();
     EXPECT_EQ(text.toolTip(), u""_s);
 }
 

@@ -48,6 +48,7 @@ public:
     /// The services as the model takes them, with those of the user interface.
     Platform platform(const UserInterface& userInterface);
     MainLoop& mainLoop() { return mainLoop_; }
+    BackgroundTasks& background() { return background_; }
     /// Where this user's programs remember what is no setting; nothing when the system knows no place.
     std::optional<std::filesystem::path> state() const { return locations_.state(); }
 

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <array>
+#include <csignal>
 #include <functional>
 #include <memory>
 
 class QSocketNotifier;
 
-namespace ternvault::cli {
+namespace ternvault {
 
-/// Turns the first SIGINT or SIGTERM into a call on the main thread; a second one ends the process at once.
+/// Turns the first SIGINT, SIGTERM or SIGHUP into a call on the main thread; a second one ends the process at
+/// once.
 /// One object at a time.
 class Interrupts {
 public:
@@ -17,8 +20,9 @@ public:
     Interrupts& operator=(const Interrupts&) = delete;
 
 private:
+    std::array<struct sigaction, 3> before_{};
     int descriptor_;
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 
-} // namespace ternvault::cli
+} // namespace ternvault

@@ -1,15 +1,17 @@
-#include "cli/Interrupts.h"
+#include "platform/linux/Interrupts.h"
 
 #include <QSocketNotifier>
 
-#include <csignal>
+#include <algorithm>
 
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace ternvault::cli {
+namespace ternvault {
 
 namespace {
+
+constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t wakeDescriptor = -1;
 
@@ -18,12 +20,17 @@ void onSignal(int) {
     [[maybe_unused]] const ssize_t written = ::write(wakeDescriptor, &one, sizeof one);
 }
 
-/// Only the first signal is ours: the kernel then puts the default action back.
-void handleOnce(int signal) {
+/// Only the first signal is ours: the kernel then puts the default action back. One that is ignored, as under
+/// nohup, stays so. Returns what was done before.
+struct sigaction handleOnce(int signal) {
     struct sigaction action {};
     action.sa_handler = onSignal;
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    ::sigaction(signal, &action, nullptr);
+    struct sigaction before {};
+    ::sigaction(signal, &action, &before);
+    if (before.sa_handler == SIG_IGN)
+        ::sigaction(signal, &before, nullptr);
+    return before;
 }
 
 } // namespace
@@ -37,16 +44,15 @@ Interrupts::Interrupts(std::function<void()> onFirst)
                          onFirst();
                      });
     wakeDescriptor = descriptor_;
-    handleOnce(SIGINT);
-    handleOnce(SIGTERM);
+    std::ranges::transform(signals, before_.begin(), handleOnce);
 }
 
 Interrupts::~Interrupts() {
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    for (std::size_t i = 0; i < signals.size(); ++i)
+        ::sigaction(signals[i], &before_[i], nullptr);
     wakeDescriptor = -1;
     notifier_.reset();
     ::close(descriptor_);
 }
 
-} // namespace ternvault::cli
+} // namespace ternvault
