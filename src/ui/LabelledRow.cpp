@@ -9,8 +9,9 @@ namespace {
 
 constexpr int labelGap = 12;
 
-bool isFixed(const QWidget& control) {
-    return control.minimumWidth() == control.maximumWidth();
+bool hasOwnWidth(const QWidget& control) {
+    return control.minimumWidth() == control.maximumWidth() ||
+           control.sizePolicy().horizontalPolicy() == QSizePolicy::Maximum;
 }
 
 } // namespace
@@ -22,10 +23,11 @@ void addLabelledRows(QVBoxLayout& column, const std::vector<LabelledRow>& rows) 
     grid->setColumnStretch(1, 1);
     for (const LabelledRow& row : rows) {
         auto* const label = new QLabel(row.label);
-        label->setBuddy(row.control);
+        if (row.control->focusPolicy() != Qt::NoFocus)
+            label->setBuddy(row.control);
         const int line = grid->rowCount();
         grid->addWidget(label, line, 0);
-        grid->addWidget(row.control, line, 1, isFixed(*row.control) ? Qt::AlignLeading : Qt::Alignment());
+        grid->addWidget(row.control, line, 1, hasOwnWidth(*row.control) ? Qt::AlignLeading : Qt::Alignment());
     }
     column.addLayout(grid);
 }

@@ -10,7 +10,7 @@ class QWidget;
 namespace ternvault {
 
 struct LabelledRow {
-    /// An ampersand marks the mnemonic, which leads to the control.
+    /// An ampersand marks the mnemonic, which leads to a control that takes the focus itself.
     QString label;
     QWidget* control;
 };

@@ -87,7 +87,7 @@ SetupWizardView::SetupWizardView(AppModel& model, TaskScope& tasks)
     makeDefault(*connect_, *this);
 
     column().addWidget(makeHeader());
-    column().addWidget(mode_, 0, Qt::AlignLeading);
+    addLabelledRows(column(), {{modeName, mode_}});
     column().addWidget(makeFields());
     column().addWidget(error_);
     column().addWidget(connect_, 0, Qt::AlignTrailing);
