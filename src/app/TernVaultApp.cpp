@@ -5,6 +5,7 @@
 #include "app/Route.h"
 #include "async/EscapeReport.h"
 #include "platform/linux/MountedMedia.h"
+#include "ui/Colours.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -27,7 +28,7 @@ QString desktopStateFile(const LinuxServices& services) {
 } // namespace
 
 TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices)
-    : notices_(notices), theme_(application, appearance_),
+    : notices_(notices), appearance_(isDark(QGuiApplication::palette())), theme_(application, appearance_),
       desktopState_(desktopStateFile(services), QSettings::IniFormat),
       filePanel_(desktopState_, mountedMedia), pasteboard_(*QApplication::clipboard()),
       platform_(services.platform({filePanel_, pasteboard_, activation_})), model_(platform_),

@@ -189,14 +189,14 @@ Task<> MainMountedView::start(WeakRef<MainMountedView> view, AppModel& model) {
 void MainMountedView::render() {
     if (status_->display(model_.status))
         announce(*status_);
-    badge_->show(model_.mountedVolumeName->has_value(), model_.hasAgentToken());
+    badge_->display(model_.mountedVolumeName->has_value(), model_.hasAgentToken());
     showValue(*server_, model_.serverIP);
     showValue(*port_, model_.agentPort);
     showValue(*user_, model_.smbUser);
     showValue(*password_, model_.smbPassword);
     noDrives_->setVisible(!hasListing(model_));
     sharesTitle_->setVisible(hasListing(model_));
-    shares_->show(model_.shares, model_.selectedShare);
+    shares_->display(model_.shares, model_.selectedShare);
     shares_->setVisible(hasListing(model_));
     transferPanel_->render();
     showValue(*autoConnect_, model_.autoConnect);
