@@ -1,5 +1,6 @@
 #include "app/TernVaultApp.h"
 
+#include "app/ApplicationIcon.h"
 #include "app/ContentView.h"
 #include "app/LegalDocumentsDialog.h"
 #include "app/Route.h"
@@ -39,7 +40,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
              }),
       mainWindow_(
           desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-          [this] { comeForwardOnceMapped(); }),
+          {[this] { comeForwardOnceMapped(); }, [] { QApplication::setWindowIcon(applicationIcon()); }}),
       tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
@@ -137,7 +138,7 @@ void TernVaultApp::showAbout() {
         u"<p>Free software under the GNU General Public License, version 3 or later. It comes without any "
         u"warranty.</p>"_s.arg(QApplication::applicationVersion()),
         QMessageBox::Close, &mainWindow_);
-    box->setIconPixmap(QApplication::windowIcon().pixmap(aboutIconSize));
+    box->setIconPixmap(applicationIcon().pixmap(aboutIconSize));
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setModal(false);
     box->show();

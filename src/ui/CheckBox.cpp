@@ -44,7 +44,9 @@ QSize CheckBox::minimumSizeHint() const {
 
 int CheckBox::heightForWidth(int width) const {
     const int available = width - indicatorSize - spacing - 2 * margin;
-    return std::max(indicatorSize, textSize(available).height()) + 2 * margin;
+    const int textHeight =
+        heights_.at(available, text(), font(), [this, available] { return textSize(available).height(); });
+    return std::max(indicatorSize, textHeight) + 2 * margin;
 }
 
 void CheckBox::paintEvent(QPaintEvent*) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/TextHeights.h"
+
 #include <QLabel>
 
 namespace ternvault {
@@ -29,6 +31,7 @@ private:
     void showAllInToolTip();
 
     int maxLines_;
+    mutable TextHeights heights_;
 };
 
 } // namespace ternvault

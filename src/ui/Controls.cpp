@@ -1,6 +1,7 @@
 #include "ui/Controls.h"
 
 #include "ui/ButtonKind.h"
+#include "ui/WrappedText.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -16,10 +17,7 @@ void applyLook(QLabel& label, const TextLook& look) {
 }
 
 QLabel* makeText(const QString& text, const TextLook& look) {
-    auto* const label = new QLabel;
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    label->setText(text);
+    auto* const label = new WrappedText(text);
     applyLook(*label, look);
     return label;
 }

@@ -2,6 +2,7 @@
 
 #include "ui/ButtonKind.h"
 #include "ui/ButtonLook.h"
+#include "ui/Chevron.h"
 #include "ui/FrameLook.h"
 #include "ui/ProgressLook.h"
 #include "ui/ScrollBarLook.h"
@@ -83,6 +84,12 @@ QRect Style::subControlRect(ComplexControl control, const QStyleOptionComplex* o
             return scrollBarPart(*bar, part);
     }
     return QProxyStyle::subControlRect(control, option, part, widget);
+}
+
+QIcon Style::standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const {
+    if (icon == SP_ToolBarHorizontalExtensionButton)
+        return QIcon(new Chevron);
+    return QProxyStyle::standardIcon(icon, option, widget);
 }
 
 int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const {

@@ -39,7 +39,7 @@ int designedSize(TextStyle style) {
 /// The family's name is what the file says.
 QString loadTitleFamily() {
     initialiseResources();
-    const int font = QFontDatabase::addApplicationFont(u":/ternvault/fonts/nunito-latin-700-normal.woff2"_s);
+    const int font = QFontDatabase::addApplicationFont(u":/ternvault/fonts/nunito-latin-700-normal.ttf"_s);
     return QFontDatabase::applicationFontFamilies(font).value(0);
 }
 
