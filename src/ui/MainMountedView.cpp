@@ -24,13 +24,18 @@
 #include <QPushButton>
 #include <QShortcut>
 
+#include <chrono>
 #include <utility>
 
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+/// For the first paint; a window on another workspace gets none.
+constexpr auto patience = 500ms;
 
 constexpr int spacing = 14;
 constexpr int padding = 20;
@@ -104,7 +109,9 @@ MainMountedView::MainMountedView(AppModel& model, TaskScope& tasks, const Platfo
     column().addLayout(makeActions());
     column().addWidget(makeText(hint, captionLook));
     render();
-    tasks.spawn(start(anchor_.weak(), model));
+    beginning_.setSingleShot(true);
+    beginning_.callOnTimeout([this] { tasks_.spawn(start(anchor_.weak(), model_)); });
+    beginning_.start(patience);
 }
 
 MainMountedView::~MainMountedView() {
@@ -213,6 +220,8 @@ void MainMountedView::renderButtons() {
 }
 
 void MainMountedView::paintEvent(QPaintEvent* event) {
+    if (beginning_.isActive())
+        beginning_.start(0ms);
     if (isTinted_) {
         QPainter painter(viewport());
         painter.fillRect(viewport()->rect(), withOpacity(colour(ColourRole::accent, palette()), dropTint));

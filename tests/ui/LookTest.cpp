@@ -130,6 +130,22 @@ TEST_F(Look, HasRoomForEveryText) {
     QApplication::setFont(usual);
 }
 
+TEST_F(Look, FollowsTheFontWhileItRuns) {
+    showMain();
+    const QWidget& heading = find<QLabel>(u"Tern Vault"_s);
+    const QFont usual = QApplication::font();
+    EXPECT_EQ(heading.font().pixelSize(), usual.pixelSize() * 28 / 13);
+    QFont larger = usual;
+    larger.setPixelSize(2 * usual.pixelSize());
+    QApplication::setFont(larger);
+    EXPECT_EQ(heading.font().pixelSize(), larger.pixelSize() * 28 / 13);
+    EXPECT_EQ(heading.font().weight(), QFont::Bold);
+    QEvent desktopChanged(QEvent::ThemeChange);
+    QCoreApplication::sendEvent(window.windowHandle(), &desktopChanged);
+    EXPECT_EQ(QApplication::font(), usual) << "the desktop's own font, whatever was set before";
+    EXPECT_EQ(heading.font().pixelSize(), usual.pixelSize() * 28 / 13);
+}
+
 TEST_F(Look, NamesAllThatTakesTheFocus) {
     model.transfers.isTransferring = false;
     eachScreen([this] {
