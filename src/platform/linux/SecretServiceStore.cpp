@@ -87,7 +87,7 @@ public:
                    GCancellable* cancellable) {
         const std::lock_guard lock(mutex_);
         if (service_ != nullptr) {
-            const Result answer = performIfUnlocked(call, cancellable);
+            Result answer = performIfUnlocked(call, cancellable);
             if (isAnswer(answer))
                 return answer;
             g_clear_object(&service_);
