@@ -24,8 +24,8 @@ const auto placementKey = u"mainWindow"_s;
 
 } // namespace
 
-MainWindow::MainWindow(QSettings& placement, ContentFactory makeContent, std::function<void()> appeared)
-    : placement_(placement), makeContent_(std::move(makeContent)), appeared_(std::move(appeared)) {
+MainWindow::MainWindow(QSettings& placement, ContentFactory makeContent, Moments moments)
+    : placement_(placement), makeContent_(std::move(makeContent)), moments_(std::move(moments)) {
     setWindowTitle(u"Tern Vault"_s);
     auto* const frame = new QWidget;
     auto* const layout = new QGridLayout(frame);
@@ -45,6 +45,12 @@ MainWindow::~MainWindow() {
         savePlacement();
 }
 
+void MainWindow::paintEvent(QPaintEvent* event) {
+    QMainWindow::paintEvent(event);
+    if (moments_.firstPainted)
+        QTimer::singleShot(0, this, std::exchange(moments_.firstPainted, nullptr));
+}
+
 void MainWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
     // A spontaneous one only ends being minimised.
@@ -58,7 +64,7 @@ void MainWindow::appear() {
         static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(content_.get(), 0, 0);
         content_->show();
     }
-    appeared_();
+    moments_.appeared();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

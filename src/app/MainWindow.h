@@ -15,11 +15,19 @@ class MainWindow final : public QMainWindow {
 public:
     using ContentFactory = std::function<std::unique_ptr<QWidget>()>;
 
-    /// `placement` keeps size and position across starts. `appeared` is called each time the content appears.
-    MainWindow(QSettings& placement, ContentFactory makeContent, std::function<void()> appeared);
+    struct Moments {
+        /// Each time the content appears.
+        std::function<void()> appeared;
+        /// Once: what the user sees is on the screen, and there is time for what is not needed for that.
+        std::function<void()> firstPainted;
+    };
+
+    /// `placement` keeps size and position across starts.
+    MainWindow(QSettings& placement, ContentFactory makeContent, Moments moments);
     ~MainWindow() override;
 
 private:
+    void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
@@ -31,7 +39,7 @@ private:
 
     QSettings& placement_;
     ContentFactory makeContent_;
-    std::function<void()> appeared_;
+    Moments moments_;
     QTimer saveSoon_;
     std::unique_ptr<QWidget> content_;
 };

@@ -1,10 +1,12 @@
 #include "app/TernVaultApp.h"
 
+#include "app/ApplicationIcon.h"
 #include "app/ContentView.h"
 #include "app/LegalDocumentsDialog.h"
 #include "app/Route.h"
 #include "async/EscapeReport.h"
 #include "platform/linux/MountedMedia.h"
+#include "ui/Colours.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -27,7 +29,7 @@ QString desktopStateFile(const LinuxServices& services) {
 } // namespace
 
 TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices)
-    : notices_(notices), theme_(application, appearance_),
+    : notices_(notices), appearance_(isDark(QGuiApplication::palette())), theme_(application, appearance_),
       desktopState_(desktopStateFile(services), QSettings::IniFormat),
       filePanel_(desktopState_, mountedMedia, services.background(), services.mainLoop()),
       pasteboard_(*QApplication::clipboard()),
@@ -39,7 +41,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
              }),
       mainWindow_(
           desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-          [this] { comeForwardOnceMapped(); }),
+          {[this] { comeForwardOnceMapped(); }, [] { QApplication::setWindowIcon(applicationIcon()); }}),
       tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
@@ -137,7 +139,7 @@ void TernVaultApp::showAbout() {
         u"<p>Free software under the GNU General Public License, version 3 or later. It comes without any "
         u"warranty.</p>"_s.arg(QApplication::applicationVersion()),
         QMessageBox::Close, &mainWindow_);
-    box->setIconPixmap(QApplication::windowIcon().pixmap(aboutIconSize));
+    box->setIconPixmap(applicationIcon().pixmap(aboutIconSize));
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setModal(false);
     box->show();

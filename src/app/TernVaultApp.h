@@ -49,6 +49,7 @@ private:
 
     // In the order in which each uses what stands above it.
     Notices& notices_;
+    /// Made before the theme sets a palette of ours.
     PortalAppearance appearance_;
     Theme theme_;
     /// Window placement and the like: nothing that the user set.

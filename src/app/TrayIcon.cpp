@@ -1,5 +1,6 @@
 #include "app/TrayIcon.h"
 
+#include "app/ApplicationIcon.h"
 #include "app/Commands.h"
 #include "platform/linux/SessionBus.h"
 
@@ -58,7 +59,7 @@ void TrayIcon::awaitTray() {
 void TrayIcon::show() {
     if (icon_)
         return;
-    icon_ = std::make_unique<QSystemTrayIcon>(QApplication::windowIcon());
+    icon_ = std::make_unique<QSystemTrayIcon>(applicationIcon());
     icon_->setToolTip(u"Tern Vault"_s);
     icon_->setContextMenu(&menu_);
     QObject::connect(icon_.get(), &QSystemTrayIcon::activated, &context_,

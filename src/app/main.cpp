@@ -3,11 +3,11 @@
 #include "app/Notices.h"
 #include "app/StartupToken.h"
 #include "app/TernVaultApp.h"
+#include "model/SettingsKeys.h"
 #include "platform/linux/Interrupts.h"
 #include "platform/linux/LinuxServices.h"
 
 #include <QApplication>
-#include <QIcon>
 #include <QMessageBox>
 
 #include <chrono>
@@ -92,14 +92,14 @@ int main(int argc, char* argv[]) {
         std::fputs(early.wantsHelp ? help : "ternvault " TERNVAULT_VERSION "\n", stdout);
         return 0;
     }
-    // The service and the toolkit take equally long, and wait for each other nowhere.
-    const SecretServiceStore secretService = SecretServiceStore::prepared();
+    // While the toolkit starts; neither waits for the other.
+    const SecretServiceStore secretService =
+        SecretServiceStore::preparedToFind({keychainService, keys::smbPassword});
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"ternvault"_s);
     QApplication::setApplicationDisplayName(u"Tern Vault"_s);
     QApplication::setApplicationVersion(QStringLiteral(TERNVAULT_VERSION));
     QApplication::setDesktopFileName(u"space.larkspur.ternvault"_s);
-    QApplication::setWindowIcon(QIcon(u":/ternvault/icon.svg"_s));
     QApplication::setQuitOnLastWindowClosed(false);
     // Without Qt's own options.
     return start(application, parseCommandLine({argv + 1, argv + argc}), startupTokens, secretService);

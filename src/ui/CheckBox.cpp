@@ -1,5 +1,6 @@
 #include "ui/CheckBox.h"
 
+#include "ui/Box.h"
 #include "ui/Colours.h"
 #include "ui/Symbols.h"
 
@@ -43,7 +44,9 @@ QSize CheckBox::minimumSizeHint() const {
 
 int CheckBox::heightForWidth(int width) const {
     const int available = width - indicatorSize - spacing - 2 * margin;
-    return std::max(indicatorSize, textSize(available).height()) + 2 * margin;
+    const int textHeight =
+        heights_.at(available, text(), font(), [this, available] { return textSize(available).height(); });
+    return std::max(indicatorSize, textHeight) + 2 * margin;
 }
 
 void CheckBox::paintEvent(QPaintEvent*) {
@@ -56,20 +59,18 @@ void CheckBox::paintEvent(QPaintEvent*) {
         palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
     painter.drawText(area, wrapped, text());
     if (hasFocus()) {
-        painter.setPen(colour(ColourRole::tint, palette()));
-        painter.drawRoundedRect(
-            QRect(area.topLeft(), textSize(area.width())).adjusted(-margin, -margin + 1, margin, margin - 1),
-            indicatorRadius, indicatorRadius);
+        const QRect text(area.topLeft(), textSize(area.width()));
+        paintBox(painter, text.adjusted(-margin, -margin + 1, margin, margin - 1),
+                 {.radius = indicatorRadius, .border = colour(ColourRole::tint, palette())});
     }
 }
 
 void CheckBox::paintIndicator(QPainter& painter, int top) const {
     const QRectF square(0, top, indicatorSize, indicatorSize);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(colour(isChecked() ? ColourRole::accent : ColourRole::secondary, palette()));
-    painter.setBrush(colour(isChecked() ? ColourRole::accent : ColourRole::field, palette()));
-    painter.drawRoundedRect(square.adjusted(0.5, 0.5, -0.5, -0.5), indicatorRadius, indicatorRadius);
-    painter.setBrush(Qt::NoBrush);
+    paintBox(painter, square,
+             {.radius = indicatorRadius,
+              .fill = colour(isChecked() ? ColourRole::accent : ColourRole::field, palette()),
+              .border = colour(isChecked() ? ColourRole::accent : ColourRole::secondary, palette())});
     if (isChecked())
         paintSymbol(painter, square, Symbol::check, colour(ColourRole::onAccent, palette()));
 }

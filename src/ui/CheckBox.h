@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/TextHeights.h"
+
 #include <QCheckBox>
 
 namespace ternvault {
@@ -20,6 +22,8 @@ private:
 
     void paintIndicator(QPainter& painter, int top) const;
     QSize textSize(int availableWidth) const;
+
+    mutable TextHeights heights_;
 };
 
 } // namespace ternvault

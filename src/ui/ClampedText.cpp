@@ -66,8 +66,10 @@ QSize ClampedText::sizeHint() const {
 }
 
 int ClampedText::heightForWidth(int width) const {
-    const auto count = std::max<qsizetype>(lines(width).texts.size(), 1);
-    return static_cast<int>(count) * fontMetrics().lineSpacing();
+    return heights_.at(width, text(), font(), [this, width] {
+        const auto count = std::max<qsizetype>(lines(width).texts.size(), 1);
+        return static_cast<int>(count) * fontMetrics().lineSpacing();
+    });
 }
 
 bool ClampedText::event(QEvent* event) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ui/Controls.h"
+#include "ui/TextHeights.h"
 
 #include <QLabel>
 
@@ -30,6 +31,7 @@ private:
     Lines lines(int width) const;
 
     int maxLines_;
+    mutable TextHeights heights_;
 };
 
 } // namespace ternvault

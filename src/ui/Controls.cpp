@@ -1,5 +1,8 @@
 #include "ui/Controls.h"
 
+#include "ui/ButtonKind.h"
+#include "ui/WrappedText.h"
+
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -7,16 +10,14 @@
 
 namespace ternvault {
 
-void applyLook(QWidget& widget, const TextLook& look) {
-    widget.setProperty("textStyle", QLatin1String(look.style));
-    widget.setProperty("colourRole", QLatin1String(look.colour));
+void applyLook(QLabel& label, const TextLook& look) {
+    if (look.style != TextStyle::body)
+        setTextStyle(label, look.style);
+    label.setForegroundRole(look.colour);
 }
 
 QLabel* makeText(const QString& text, const TextLook& look) {
-    auto* const label = new QLabel;
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    label->setText(text);
+    auto* const label = new WrappedText(text);
     applyLook(*label, look);
     return label;
 }
@@ -29,13 +30,13 @@ QPushButton* makeButton(const QString& title) {
 
 QPushButton* makeProminentButton(const QString& title) {
     QPushButton* const button = makeButton(title);
-    button->setProperty("prominent", true);
+    setKind(*button, ButtonKind::prominent);
     return button;
 }
 
 QPushButton* makeLink(const QString& title) {
     QPushButton* const button = makeButton(title);
-    button->setProperty("link", true);
+    setKind(*button, ButtonKind::link);
     button->setCursor(Qt::PointingHandCursor);
     return button;
 }

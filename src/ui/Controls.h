@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ui/TextStyles.h"
+
+#include <QPalette>
 #include <QString>
 
 class QLabel;
@@ -9,24 +12,28 @@ class QWidget;
 
 namespace ternvault {
 
-/// Text styles and colours are the style sheet's; texts may hold anything and are shown as they are.
+/// A palette's role for the colour, so that light and dark are followed.
 struct TextLook {
-    const char* style = "body";
-    const char* colour = "text";
+    TextStyle style;
+    QPalette::ColorRole colour;
 };
 
-inline constexpr TextLook titleLook{"title", "text"};
-inline constexpr TextLook headlineLook{"headline", "text"};
-inline constexpr TextLook explanationLook{"body", "secondary"};
-inline constexpr TextLook captionLook{"caption", "secondary"};
-inline constexpr TextLook captionErrorLook{"caption", "error"};
-inline constexpr TextLook calloutLook{"callout", "text"};
-inline constexpr TextLook calloutSecondaryLook{"callout", "secondary"};
-inline constexpr TextLook errorLook{"callout", "error"};
+inline constexpr QPalette::ColorRole secondaryText = QPalette::PlaceholderText;
+inline constexpr QPalette::ColorRole errorText = QPalette::BrightText;
 
-void applyLook(QWidget& widget, const TextLook& look);
+inline constexpr TextLook titleLook{TextStyle::title, QPalette::WindowText};
+inline constexpr TextLook headlineLook{TextStyle::headline, QPalette::WindowText};
+inline constexpr TextLook explanationLook{TextStyle::body, secondaryText};
+inline constexpr TextLook captionLook{TextStyle::caption, secondaryText};
+inline constexpr TextLook captionErrorLook{TextStyle::caption, errorText};
+inline constexpr TextLook counterLook{TextStyle::counter, secondaryText};
+inline constexpr TextLook calloutLook{TextStyle::callout, QPalette::WindowText};
+inline constexpr TextLook calloutSecondaryLook{TextStyle::callout, secondaryText};
+inline constexpr TextLook errorLook{TextStyle::callout, errorText};
 
-/// A text that wraps onto as many lines as it needs.
+void applyLook(QLabel& label, const TextLook& look);
+
+/// A text that wraps onto as many lines as it needs. It may hold anything and is shown as it is.
 QLabel* makeText(const QString& text, const TextLook& look);
 
 // In the titles of buttons and labels an ampersand marks the mnemonic, and two stand for one.

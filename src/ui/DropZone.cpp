@@ -1,6 +1,7 @@
 #include "ui/DropZone.h"
 
 #include "ui/AccessibleRole.h"
+#include "ui/Box.h"
 #include "ui/Colours.h"
 #include "ui/Controls.h"
 
@@ -20,12 +21,13 @@ namespace {
 constexpr int lowest = 140;
 constexpr int spacing = 8;
 constexpr int padding = 20;
+/// Of the outline as the layout gives it.
 constexpr int radius = 12;
 constexpr int lineWidth = 2;
 constexpr int dashLength = 8;
 constexpr int miterLimit = 10;
-/// Of the line that shows the focus, inside the dashes.
-constexpr qreal focusInset = 4.5;
+/// Of the frame that shows the focus, inside the dashes.
+constexpr int focusInset = 4;
 constexpr float outlineOpacity = 0.5F;
 constexpr float fillOpacity = 0.06F;
 constexpr float targetedFillOpacity = 0.12F;
@@ -83,14 +85,15 @@ void DropZone::paintEvent(QPaintEvent*) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(withOpacity(ink, isTargeted_ ? targetedFillOpacity : fillOpacity));
     painter.drawRoundedRect(rect(), radius, radius);
+    // Inside the outline, around the same corners' centres.
     const qreal inset = lineWidth / 2.0;
     painter.setBrush(Qt::NoBrush);
     painter.setPen(dashes);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius, radius);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius - inset,
+                            radius - inset);
     if (showsFocus_) {
-        painter.setPen(colour(ColourRole::tint, palette()));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(focusInset, focusInset, -focusInset, -focusInset),
-                                radius - focusInset, radius - focusInset);
+        paintBox(painter, rect().adjusted(focusInset, focusInset, -focusInset, -focusInset),
+                 {.radius = radius - focusInset, .border = colour(ColourRole::tint, palette())});
     }
 }
 

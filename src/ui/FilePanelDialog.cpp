@@ -1,5 +1,6 @@
 #include "ui/FilePanelDialog.h"
 
+#include "ui/ButtonKind.h"
 #include "ui/Controls.h"
 
 #include <QDir>
@@ -99,7 +100,7 @@ void FilePanelDialog::arrange(const FilePanelTexts& texts) {
     hidden_->setCheckable(true);
     hidden_->setFocusPolicy(Qt::TabFocus);
     confirm_->setDefault(true);
-    confirm_->setProperty("prominent", true);
+    setKind(*confirm_, ButtonKind::prominent);
     for (QPushButton* const button : {confirm_, cancel_})
         button->setAutoDefault(false);
 

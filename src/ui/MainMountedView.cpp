@@ -24,13 +24,18 @@
 #include <QPushButton>
 #include <QShortcut>
 
+#include <chrono>
 #include <utility>
 
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+/// For the first paint; a window on another workspace gets none.
+constexpr auto patience = 500ms;
 
 constexpr int spacing = 14;
 constexpr int padding = 20;
@@ -104,7 +109,9 @@ MainMountedView::MainMountedView(AppModel& model, TaskScope& tasks, const Platfo
     column().addLayout(makeActions());
     column().addWidget(makeText(hint, captionLook));
     render();
-    tasks.spawn(start(anchor_.weak(), model));
+    beginning_.setSingleShot(true);
+    beginning_.callOnTimeout([this] { tasks_.spawn(start(anchor_.weak(), model_)); });
+    beginning_.start(patience);
 }
 
 MainMountedView::~MainMountedView() {
@@ -188,14 +195,14 @@ Task<> MainMountedView::start(WeakRef<MainMountedView> view, AppModel& model) {
 void MainMountedView::render() {
     if (status_->display(model_.status))
         announce(*status_);
-    badge_->show(model_.mountedVolumeName->has_value(), model_.hasAgentToken());
+    badge_->display(model_.mountedVolumeName->has_value(), model_.hasAgentToken());
     showValue(*server_, model_.serverIP);
     showValue(*port_, model_.agentPort);
     showValue(*user_, model_.smbUser);
     showValue(*password_, model_.smbPassword);
     noDrives_->setVisible(!hasListing(model_));
     sharesTitle_->setVisible(hasListing(model_));
-    shares_->show(model_.shares, model_.selectedShare);
+    shares_->display(model_.shares, model_.selectedShare);
     shares_->setVisible(hasListing(model_));
     transferPanel_->render();
     showValue(*autoConnect_, model_.autoConnect);
@@ -212,6 +219,8 @@ void MainMountedView::renderButtons() {
 }
 
 void MainMountedView::paintEvent(QPaintEvent* event) {
+    if (beginning_.isActive())
+        beginning_.start(0ms);
     if (isTinted_) {
         QPainter painter(viewport());
         painter.fillRect(viewport()->rect(), withOpacity(colour(ColourRole::accent, palette()), dropTint));

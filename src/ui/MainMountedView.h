@@ -5,6 +5,8 @@
 #include "ui/RenderOnChange.h"
 #include "ui/Screen.h"
 
+#include <QTimer>
+
 class QCheckBox;
 class QHBoxLayout;
 class QLabel;
@@ -25,7 +27,8 @@ class TransferPanel;
 /// The main screen: the PC, its shares, the transfers and the volume. All of it takes dropped files.
 class MainMountedView final : public Screen {
 public:
-    /// Starts with mounting and listing. What the user begins runs in `tasks`, which outlive the view.
+    /// Starts with mounting and listing, once it is on the display. What the user begins runs in `tasks`,
+    /// which outlive the view.
     MainMountedView(AppModel& model, TaskScope& tasks, const Platform& platform);
     ~MainMountedView() override;
 
@@ -67,6 +70,7 @@ private:
     QPushButton* open_;
     QPushButton* eject_;
     QPushButton* mount_;
+    QTimer beginning_;
     /// As it is painted.
     bool isTinted_ = false;
     RenderOnChange renderOnChange_;

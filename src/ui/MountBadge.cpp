@@ -26,7 +26,7 @@ MountBadge::MountBadge() {
     setVisible(false);
 }
 
-void MountBadge::show(bool isMounted, bool isComplete) {
+void MountBadge::display(bool isMounted, bool isComplete) {
     if (isComplete != isComplete_ || accessibleName().isEmpty()) {
         isComplete_ = isComplete;
         setAccessibleName(lookOf(isComplete).label);

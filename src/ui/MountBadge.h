@@ -13,7 +13,7 @@ public:
     MountBadge();
 
     /// `isComplete`: the agent can be asked, too.
-    void show(bool isMounted, bool isComplete);
+    void display(bool isMounted, bool isComplete);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }

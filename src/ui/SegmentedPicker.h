@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QFrame>
+#include <QWidget>
 
 #include <functional>
 
@@ -9,14 +9,16 @@ class QButtonGroup;
 namespace ternvault {
 
 /// A row of segments of which one is chosen.
-class SegmentedPicker final : public QFrame {
+class SegmentedPicker final : public QWidget {
 public:
     /// `picked` is told the index of the segment that the user chose.
     SegmentedPicker(const QString& name, const QStringList& segments, std::function<void(int)> picked);
 
-    void show(int index);
+    void display(int index);
 
 private:
+    void paintEvent(QPaintEvent* event) override;
+
     QButtonGroup* group_;
 };
 

@@ -126,7 +126,7 @@ QWidget* SetupWizardView::makeFields() {
 void SetupWizardView::render() {
     const ModeTexts texts = textsFor(model_.authMode);
     explanation_->setText(texts.explanation);
-    mode_->show(model_.authMode == AuthMode::create ? 0 : 1);
+    mode_->display(model_.authMode == AuthMode::create ? 0 : 1);
     showValue(*server_, model_.serverIP);
     showValue(*user_, model_.smbUser);
     showValue(*password_, model_.smbPassword);

@@ -3,6 +3,7 @@
 #include "ui/Colours.h"
 #include "ui/SharesModel.h"
 #include "ui/Symbols.h"
+#include "ui/TextStyles.h"
 
 #include <QPainter>
 
@@ -15,16 +16,6 @@ constexpr int gap = 10;
 constexpr int symbolSize = 22;
 constexpr int checkSize = 18;
 constexpr int radius = 6;
-
-QFont headline(QFont font) {
-    font.setWeight(QFont::DemiBold);
-    return font;
-}
-
-QFont caption(QFont font) {
-    font.setPixelSize(QFontInfo(font).pixelSize() * 11 / 13);
-    return font;
-}
 
 QRect centred(const QRect& row, int left, int size) {
     return {left, row.center().y() - size / 2, size, size};
@@ -54,20 +45,20 @@ void ShareDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                     colour(ColourRole::tint, option.palette));
     }
     const QRect text = row.adjusted(symbolSize + gap, 0, -checkSize - gap, 0);
-    const QFontMetrics nameMetrics(headline(option.font));
-    painter->setFont(headline(option.font));
+    painter->setFont(fontOf(TextStyle::headline));
     painter->setPen(colour(ColourRole::text, option.palette));
-    painter->drawText(text, Qt::AlignLeading | Qt::AlignTop,
-                      nameMetrics.elidedText(index.data().toString(), Qt::ElideRight, text.width()));
-    painter->setFont(caption(option.font));
+    painter->drawText(
+        text, Qt::AlignLeading | Qt::AlignTop,
+        painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight, text.width()));
+    painter->setFont(fontOf(TextStyle::caption));
     painter->setPen(colour(ColourRole::secondary, option.palette));
     painter->drawText(text, Qt::AlignLeading | Qt::AlignBottom, index.data(SharesModel::Sizes).toString());
     painter->restore();
 }
 
-QSize ShareDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
-    const int text =
-        QFontMetrics(headline(option.font)).height() + QFontMetrics(caption(option.font)).height() + 2;
+QSize ShareDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const {
+    const int text = QFontMetrics(fontOf(TextStyle::headline)).height() +
+                     QFontMetrics(fontOf(TextStyle::caption)).height() + 2;
     return {0, std::max(text, symbolSize) + 2 * padding};
 }
 

@@ -30,10 +30,10 @@ SharesList::SharesList(std::function<void(const QString&)> choose)
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &SharesList::reportSelection);
 }
 
-void SharesList::show(const std::vector<ServerShare>& shares, const QString& selectedShare) {
+void SharesList::display(const std::vector<ServerShare>& shares, const QString& selectedShare) {
     const QScopedValueRollback<bool> rendering(isRendering_, true);
     const int rows = shares_->rowCount({});
-    shares_->show(shares, selectedShare);
+    shares_->display(shares, selectedShare);
     if (shares_->rowCount({}) != rows)
         updateGeometry();
     const QModelIndex selected = shares_->find(selectedShare);

@@ -17,7 +17,7 @@ public:
     /// `choose` is told the name of the share that the user chose; empty when the choice was cleared.
     explicit SharesList(std::function<void(const QString& name)> choose);
 
-    void show(const std::vector<ServerShare>& shares, const QString& selectedShare);
+    void display(const std::vector<ServerShare>& shares, const QString& selectedShare);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

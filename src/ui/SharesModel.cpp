@@ -20,7 +20,7 @@ QString sizes(const ServerShare& share) {
 
 } // namespace
 
-void SharesModel::show(const std::vector<ServerShare>& shares, const QString& selectedShare) {
+void SharesModel::display(const std::vector<ServerShare>& shares, const QString& selectedShare) {
     const bool isSameList =
         std::equal(shares.begin(), shares.end(), shares_.begin(), shares_.end(),
                    [](const ServerShare& a, const ServerShare& b) { return a.name == b.name; });

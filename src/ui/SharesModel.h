@@ -16,7 +16,7 @@ public:
     using QAbstractListModel::QAbstractListModel;
 
     /// Leaves the rows alone where nothing differs, so that the list keeps its place.
-    void show(const std::vector<ServerShare>& shares, const QString& selectedShare);
+    void display(const std::vector<ServerShare>& shares, const QString& selectedShare);
     /// The first row of that name, or an invalid index.
     QModelIndex find(const QString& name) const;
 

@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QPixmap>
+#include <QPixmapCache>
 #include <QSvgRenderer>
 
 namespace ternvault {
@@ -38,11 +39,25 @@ QPixmap render(Symbol symbol, const QSizeF& size, qreal scale, const QColor& col
     return pixmap;
 }
 
+QString cacheKey(Symbol symbol, const QSizeF& size, qreal scale, const QColor& colour) {
+    return u"symbol %1 %2 %3 %4 %5"_s.arg(static_cast<int>(symbol))
+        .arg(size.width())
+        .arg(size.height())
+        .arg(scale)
+        .arg(colour.rgba());
+}
+
 } // namespace
 
 void paintSymbol(QPainter& painter, const QRectF& target, Symbol symbol, const QColor& colour) {
     const qreal scale = painter.device()->devicePixelRatioF();
-    painter.drawPixmap(target.topLeft(), render(symbol, target.size(), scale, colour));
+    const QString key = cacheKey(symbol, target.size(), scale, colour);
+    QPixmap pixmap;
+    if (!QPixmapCache::find(key, &pixmap)) {
+        pixmap = render(symbol, target.size(), scale, colour);
+        QPixmapCache::insert(key, pixmap);
+    }
+    painter.drawPixmap(target.topLeft(), pixmap);
 }
 
 } // namespace ternvault

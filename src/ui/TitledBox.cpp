@@ -1,7 +1,9 @@
 #include "ui/TitledBox.h"
 
 #include "ui/AccessibleRole.h"
+#include "ui/Box.h"
 #include "ui/Colours.h"
+#include "ui/TextStyles.h"
 
 #include <QEvent>
 #include <QPainter>
@@ -24,14 +26,8 @@ TitledBox::TitledBox(const QString& title, int spacing, int verticalPadding)
     setMargins();
 }
 
-QFont TitledBox::titleFont() const {
-    QFont bold = font();
-    bold.setWeight(QFont::DemiBold);
-    return bold;
-}
-
 int TitledBox::titleHeight() const {
-    return title_.isEmpty() ? 0 : QFontMetrics(titleFont()).height() + titleGap;
+    return title_.isEmpty() ? 0 : QFontMetrics(fontOf(TextStyle::headline)).height() + titleGap;
 }
 
 void TitledBox::setMargins() {
@@ -41,21 +37,21 @@ void TitledBox::setMargins() {
 
 void TitledBox::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     if (!title_.isEmpty()) {
-        painter.setFont(titleFont());
+        painter.setFont(fontOf(TextStyle::headline));
         painter.setPen(palette().color(QPalette::WindowText));
         painter.drawText(QRect(2, 0, width() - 2, titleHeight() - titleGap),
                          Qt::AlignLeading | Qt::AlignVCenter, title_);
     }
-    painter.setPen(colour(ColourRole::border, palette()));
-    painter.setBrush(colour(ColourRole::surface, palette()));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, titleHeight() + 0.5, -0.5, -0.5), radius, radius);
+    paintBox(painter, rect().adjusted(0, titleHeight(), 0, 0),
+             {.radius = radius,
+              .fill = colour(ColourRole::surface, palette()),
+              .border = colour(ColourRole::border, palette())});
 }
 
 void TitledBox::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+    if (event->type() == QEvent::FontChange)
         setMargins();
 }
 

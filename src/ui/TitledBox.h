@@ -15,7 +15,6 @@ public:
 private:
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
-    QFont titleFont() const;
     int titleHeight() const;
     void setMargins();
 

@@ -3,12 +3,13 @@
 #include "model/AppModel.h"
 #include "platform/Activation.h"
 #include "ui/Announce.h"
+#include "ui/ButtonKind.h"
 #include "ui/ClampedText.h"
 #include "ui/Controls.h"
 #include "ui/DropZone.h"
+#include "ui/ProgressLook.h"
 #include "ui/TitledBox.h"
 
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
@@ -58,16 +59,6 @@ double progressOf(const TransferManager& transfers) {
     return static_cast<double>(completed) / static_cast<double>(transfers.totalCount);
 }
 
-/// The same width for all digits, so that the line does not tremble while it counts.
-QFont withMonospacedDigits(const QFont& font) {
-    const QFontMetrics metrics(font);
-    for (char16_t digit = u'1'; digit <= u'9'; ++digit) {
-        if (metrics.horizontalAdvance(digit) != metrics.horizontalAdvance(u'0'))
-            return QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    }
-    return font;
-}
-
 } // namespace
 
 TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation)
@@ -75,11 +66,12 @@ TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& acti
       currentFile_(new ClampedText(fileNameLines, captionLook)), progress_(new QProgressBar),
       error_(new ClampedText(errorLines, captionErrorLook)),
       dropZone_(new DropZone([&activation] { activation.activate(); })), cancel_(makeButton(cancelTitle)),
-      counters_(makeText(QString(), captionLook)), clearCounters_(makeButton(clearTitle)) {
+      counters_(makeText(QString(), counterLook)), clearCounters_(makeButton(clearTitle)) {
     status_->setAccessibleDescription(u"Transfer status"_s);
     progress_->setAccessibleName(progressName);
     progress_->setRange(0, progressSteps);
     progress_->setTextVisible(false);
+    progress_->setFixedHeight(progressHeight);
     addDropZoneButtons(tasks);
 
     auto* const box = new TitledBox(title, spacing, padding);
@@ -103,10 +95,9 @@ void TransferPanel::addDropZoneButtons(TaskScope& tasks) {
 }
 
 QHBoxLayout* TransferPanel::makeBottomRow() {
-    applyLook(*clearCounters_, captionLook);
+    setKind(*clearCounters_, ButtonKind::caption);
     connect(clearCounters_, &QPushButton::clicked, this, [this] { model_.transfers.resetCounters(); });
     counters_->setWordWrap(false);
-    counters_->setFont(withMonospacedDigits(font()));
     auto* const row = new QHBoxLayout;
     row->addWidget(counters_);
     row->addStretch();

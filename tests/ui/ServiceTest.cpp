@@ -86,7 +86,7 @@ TEST(PortalAppearance, FollowsTheDesktopsChoice) {
     PrivateBus bus(folder.path());
     ASSERT_TRUE(bus.start());
     Portal portal(1);
-    PortalAppearance appearance;
+    PortalAppearance appearance(false);
     EXPECT_FALSE(appearance.isDark()) << "it waits for nothing";
     const auto becomes = [&appearance](bool dark) {
         return QTest::qWaitFor([&] { return appearance.isDark() == dark; });

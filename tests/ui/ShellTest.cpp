@@ -141,7 +141,7 @@ TEST(MainWindow, KeepsItsPlaceAndHasContentOnlyWhileItIsShown) {
     const QRect place(60, 40, 700, 690);
     {
         QSettings settings(file, QSettings::IniFormat);
-        MainWindow window(settings, makeContent, appeared);
+        MainWindow window(settings, makeContent, {appeared, {}});
         EXPECT_FALSE(content);
         window.show();
         EXPECT_TRUE(content);
@@ -157,7 +157,7 @@ TEST(MainWindow, KeepsItsPlaceAndHasContentOnlyWhileItIsShown) {
         EXPECT_EQ(window.geometry(), place);
     }
     QSettings settings(file, QSettings::IniFormat);
-    MainWindow next(settings, makeContent, appeared);
+    MainWindow next(settings, makeContent, {appeared, {}});
     next.show();
     EXPECT_EQ(next.geometry(), place);
 }

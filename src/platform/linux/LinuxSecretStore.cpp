@@ -8,28 +8,35 @@ std::optional<QByteArray> LinuxSecretStore::find(const QString& service, const Q
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
     moveIntoServiceOnce();
+    answers_.erase(key);
     if (const auto entry = file_.find(key))
         return *entry;
     const SecretAnswer answer = serviceReached_ ? service_.find(key) : SecretAnswer{};
-    if (answer.state == SecretAnswer::State::unavailable) {
+    if (answer.state == SecretAnswer::State::unavailable)
         serviceReached_ = false;
-        unanswered_.insert(key);
-    }
+    answers_[key] = answer;
     return answer.state == SecretAnswer::State::found ? std::optional(answer.secret) : std::nullopt;
 }
 
 bool LinuxSecretStore::add(const QString& service, const QString& account, const QByteArray& secret) {
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
-    unanswered_.erase(key);
-    return change(key, secret);
+    return isKnown(key, secret) || change(key, secret);
 }
 
 void LinuxSecretStore::remove(const QString& service, const QString& account) {
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
-    if (unanswered_.erase(key) == 0)
+    if (!isKnown(key, std::nullopt))
         change(key, std::nullopt);
+}
+
+bool LinuxSecretStore::isKnown(const SecretKey& key, const FileSecretStore::Entry& entry) {
+    const auto answer = answers_.extract(key);
+    if (answer.empty())
+        return false;
+    const bool wasFound = answer.mapped().state == SecretAnswer::State::found;
+    return entry ? wasFound && answer.mapped().secret == *entry : !wasFound;
 }
 
 void LinuxSecretStore::moveIntoServiceOnce() {

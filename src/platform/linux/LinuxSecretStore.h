@@ -4,8 +4,8 @@
 #include "platform/linux/FileSecretStore.h"
 #include "platform/linux/SecretBackend.h"
 
+#include <map>
 #include <mutex>
-#include <set>
 
 namespace ternvault {
 
@@ -13,8 +13,9 @@ namespace ternvault {
 /// - Once the service was out of reach, the file serves for the rest of the process.
 /// - What the file says wins. Its entries move into the service at the first use in a process that
 ///   reaches one.
-/// - A removal that directly follows a read which no store could answer is dropped: whoever found no
-///   secret then only clears what it takes for empty, and the service, locked at login, may hold it.
+/// - The first change that follows a read says nothing new where it writes what was read back, or clears
+///   what was not found. It is dropped: it would cost time, and where no store could answer, the service,
+///   locked at login, may hold what seems to be missing.
 class LinuxSecretStore final : public SecretStore {
 public:
     LinuxSecretStore(SecretBackend& service, FileSecretStore& file) : service_(service), file_(file) {}
@@ -25,6 +26,7 @@ public:
 
 private:
     void moveIntoServiceOnce();
+    bool isKnown(const SecretKey& key, const FileSecretStore::Entry& entry);
     /// Applies an entry of the file to the service; false when the service is out of reach.
     bool applyToService(const SecretKey& key, const FileSecretStore::Entry& entry);
     /// Stores or removes in the service, or else in the file.
@@ -35,7 +37,8 @@ private:
     FileSecretStore& file_;
     bool moved_ = false;
     bool serviceReached_ = true;
-    std::set<SecretKey> unanswered_;
+    /// What the service said of a secret that has not been changed since it was read.
+    std::map<SecretKey, SecretAnswer> answers_;
 };
 
 } // namespace ternvault

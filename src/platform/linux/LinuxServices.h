@@ -41,9 +41,9 @@ public:
 
     /// `report` is told, on the main thread, of settings or secrets that cannot be kept. The volumes root is
     /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
-    /// `secretService` may have been prepared before, while the toolkit started.
+    /// `secretService` may have begun before, while the toolkit started.
     explicit LinuxServices(const std::function<void(const QString& problem)>& report,
-                           const SecretServiceStore& secretService = SecretServiceStore::prepared());
+                           const SecretServiceStore& secretService = SecretServiceStore());
 
     /// The services as the model takes them, with those of the user interface.
     Platform platform(const UserInterface& userInterface);

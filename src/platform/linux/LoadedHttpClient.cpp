@@ -30,19 +30,47 @@ QString modulePath() {
 
 } // namespace
 
+LoadedHttpClient::~LoadedHttpClient() {
+    if (loader_.joinable())
+        loader_.join();
+}
+
 void LoadedHttpClient::send(const HttpRequest& request, std::function<void(HttpOutcome)> done) {
-    if (!client_) {
-        QLibrary library(modulePath());
-        const auto make =
-            reinterpret_cast<decltype(&TERNVAULT_MAKE_HTTP_CLIENT)>(library.resolve(factoryName));
-        if (make == nullptr) {
-            const HttpFailure failure{HttpFailure::Kind::transport, library.errorString()};
-            mainLoop_.post([done = std::move(done), failure] { done(failure); });
-            return;
-        }
-        client_.reset(make(mainLoop_));
+    if (client_) {
+        client_->send(request, std::move(done));
+        return;
     }
-    client_->send(request, std::move(done));
+    waiting_.emplace_back(request, std::move(done));
+    if (!loader_.joinable())
+        beginToLoad();
+}
+
+LoadedHttpClient::Loaded LoadedHttpClient::load(MainLoop& mainLoop) {
+    QLibrary library(modulePath());
+    const auto make = reinterpret_cast<decltype(&TERNVAULT_MAKE_HTTP_CLIENT)>(library.resolve(factoryName));
+    if (make == nullptr)
+        return {nullptr, library.errorString()};
+    return {std::shared_ptr<HttpClient>(make(mainLoop)), {}};
+}
+
+void LoadedHttpClient::beginToLoad() {
+    loader_ = std::thread([weak = anchor_.weak(), &mainLoop = mainLoop_] {
+        mainLoop.post([weak, loaded = load(mainLoop)] {
+            if (LoadedHttpClient* const self = weak.get())
+                self->take(loaded);
+        });
+    });
+}
+
+void LoadedHttpClient::take(const Loaded& loaded) {
+    loader_.join();
+    client_ = loaded.client;
+    for (auto& [request, done] : std::exchange(waiting_, {})) {
+        if (client_)
+            client_->send(request, std::move(done));
+        else
+            done(HttpFailure{HttpFailure::Kind::transport, loaded.problem});
+    }
 }
 
 } // namespace ternvault

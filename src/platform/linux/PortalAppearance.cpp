@@ -6,8 +6,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QGuiApplication>
-#include <QPalette>
 
 #include <utility>
 
@@ -26,10 +24,6 @@ const auto colourSchemeKey = u"color-scheme"_s;
 /// Values of the key. Everything else means no preference.
 constexpr uint preferDark = 1;
 constexpr uint preferLight = 2;
-
-bool isDark(const QPalette& palette) {
-    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
-}
 
 /// Read answers a variant in a variant.
 QVariant unwrapped(QVariant value) {
@@ -51,7 +45,7 @@ std::optional<bool> preferenceOf(const QVariant& value) {
 
 } // namespace
 
-PortalAppearance::PortalAppearance() : isPaletteDark_(ternvault::isDark(QGuiApplication::palette())) {
+PortalAppearance::PortalAppearance(bool isPlatformDark) : isPlatformDark_(isPlatformDark) {
     if (!sessionHasBus() || !QDBusConnection::sessionBus().isConnected())
         return;
     // Qt looks the slot's types up by name.

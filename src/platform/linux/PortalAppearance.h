@@ -9,24 +9,24 @@
 
 namespace ternvault {
 
-/// The desktop's choice as its portal tells it, at the start and with every change. Where no portal answers,
-/// or it has no preference, the palette decides that the platform had when this object was made. Main thread,
-/// within the life of the QGuiApplication; make it before anything sets a palette.
+/// The desktop's choice as its portal tells it, at the start and with every change. Main thread, within the
+/// life of the QCoreApplication.
 class PortalAppearance final : public QObject, public Appearance {
     Q_OBJECT
 
 public:
-    /// Asks the portal and waits for nothing.
-    PortalAppearance();
+    /// Asks the portal and waits for nothing. `isPlatformDark` counts where no portal answers, or it has no
+    /// preference.
+    explicit PortalAppearance(bool isPlatformDark);
 
-    bool isDark() const override { return preference_.value_or(isPaletteDark_); }
+    bool isDark() const override { return preference_.value_or(isPlatformDark_); }
 
 private:
     Q_SLOT void onSettingChanged(const QString& space, const QString& key, const QDBusVariant& value);
     void ask();
     void take(const QVariant& value);
 
-    bool isPaletteDark_;
+    bool isPlatformDark_;
     /// Nothing: the portal has no preference, or none is known yet.
     std::optional<bool> preference_;
 };

@@ -11,6 +11,7 @@ namespace ternvault {
 struct SecretKey {
     QString service;
     QString account;
+    bool operator==(const SecretKey&) const = default;
     bool operator<(const SecretKey& other) const {
         return std::tie(service, account) < std::tie(other.service, other.account);
     }

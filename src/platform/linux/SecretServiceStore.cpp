@@ -5,6 +5,7 @@
 
 #include "platform/linux/SessionBus.h"
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <memory>
@@ -41,8 +42,7 @@ SecretService* openService(GCancellable* cancellable) {
         return nullptr;
     // Or the end of the bus would end this process.
     g_dbus_connection_set_exit_on_close(bus, FALSE);
-    return secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, cancellable,
-                                    nullptr);
+    return secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, cancellable, nullptr);
 }
 
 bool isUnlocked(SecretService* service, GCancellable* cancellable) {
@@ -72,8 +72,9 @@ bool isAnswer(bool done) {
 
 } // namespace
 
-/// One session with the service for all calls, because agreeing on its key takes some 20 ms. The service may
-/// be restarted and then knows it no more, so what fails in a kept session is tried again in a new one.
+/// One session with the service for all calls, because agreeing on its key takes some 20 ms; the first call
+/// that carries a secret does. The service may be restarted and then knows it no more, so what fails in a
+/// kept session is tried again in a new one.
 class SecretServiceSession {
 public:
     SecretServiceSession() = default;
@@ -81,18 +82,12 @@ public:
     SecretServiceSession& operator=(const SecretServiceSession&) = delete;
     ~SecretServiceSession() { g_clear_object(&service_); }
 
-    void open() {
-        const std::lock_guard lock(mutex_);
-        if (service_ == nullptr)
-            service_ = openService(nullptr);
-    }
-
     template <typename Result>
     Result perform(const std::function<Result(SecretService*, GCancellable*)>& call,
                    GCancellable* cancellable) {
         const std::lock_guard lock(mutex_);
         if (service_ != nullptr) {
-            const Result answer = performIfUnlocked(call, cancellable);
+            Result answer = performIfUnlocked(call, cancellable);
             if (isAnswer(answer))
                 return answer;
             g_clear_object(&service_);
@@ -114,64 +109,93 @@ private:
 
 namespace {
 
-/// Runs the call on a thread of its own and gives up on it at the deadline, with the value that `Result`
-/// starts with. Such a thread ends when the cancelled call does; it touches nothing but what it shares in
-/// owning.
+/// A call on a thread of its own. Such a thread ends when the cancelled call does; it touches nothing but
+/// what it shares in owning.
 template <typename Result>
-Result callWithin(std::chrono::milliseconds deadline, const std::shared_ptr<SecretServiceSession>& session,
-                  std::function<Result(SecretService*, GCancellable*)> call) {
-    const std::shared_ptr<GCancellable> cancellable(g_cancellable_new(), g_object_unref);
-    std::packaged_task<Result()> task(
-        [cancellable, session, call = std::move(call)] { return session->perform(call, cancellable.get()); });
-    std::future<Result> answer = task.get_future();
-    std::thread(std::move(task)).detach();
-    if (answer.wait_for(deadline) == std::future_status::ready)
-        return answer.get();
-    g_cancellable_cancel(cancellable.get());
-    return Result{};
+class Call {
+public:
+    Call(const std::shared_ptr<SecretServiceSession>& session,
+         std::function<Result(SecretService*, GCancellable*)> call) {
+        std::packaged_task<Result()> task([cancellable = cancellable_, session, call = std::move(call)] {
+            return session->perform(call, cancellable.get());
+        });
+        answer_ = task.get_future();
+        std::thread(std::move(task)).detach();
+    }
+
+    /// Gives up at the deadline, with the value that `Result` starts with. To be asked once.
+    Result within(std::chrono::milliseconds deadline) {
+        if (answer_.wait_for(deadline) == std::future_status::ready)
+            return answer_.get();
+        g_cancellable_cancel(cancellable_.get());
+        return Result{};
+    }
+
+private:
+    std::shared_ptr<GCancellable> cancellable_{g_cancellable_new(), g_object_unref};
+    std::future<Result> answer_;
+};
+
+Call<SecretAnswer> beginToFind(const std::shared_ptr<SecretServiceSession>& session, const SecretKey& key) {
+    return {session, [key](SecretService* service, GCancellable* cancellable) {
+                g_autoptr(GHashTable) query = attributes(key);
+                g_autoptr(GError) error = nullptr;
+                GList* const items = secret_service_search_sync(
+                    service, schema(), query, SECRET_SEARCH_LOAD_SECRETS, cancellable, &error);
+                SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
+                g_list_free_full(items, g_object_unref);
+                return answer;
+            }};
 }
 
 } // namespace
 
+/// Answers a store's first call, and only that: after a change it would be wrong.
+struct SecretServiceStore::EarlyFind {
+    SecretKey key;
+    Call<SecretAnswer> call;
+    std::atomic_flag isOver;
+};
+
 SecretServiceStore::SecretServiceStore(std::chrono::milliseconds deadline)
     : deadline_(deadline), session_(std::make_shared<SecretServiceSession>()) {}
 
-SecretServiceStore SecretServiceStore::prepared() {
+SecretServiceStore SecretServiceStore::preparedToFind(const SecretKey& key) {
     SecretServiceStore store;
-    std::thread([session = store.session_] { session->open(); }).detach();
+    store.early_.reset(new EarlyFind{key, beginToFind(store.session_, key), {}});
     return store;
 }
 
+bool SecretServiceStore::endFirstCall() {
+    return early_ != nullptr && !early_->isOver.test_and_set();
+}
+
 SecretAnswer SecretServiceStore::find(const SecretKey& key) {
-    return callWithin<SecretAnswer>(
-        deadline_, session_, [key](SecretService* service, GCancellable* cancellable) {
-            g_autoptr(GHashTable) query = attributes(key);
-            g_autoptr(GError) error = nullptr;
-            GList* const items = secret_service_search_sync(service, schema(), query,
-                                                            SECRET_SEARCH_LOAD_SECRETS, cancellable, &error);
-            SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
-            g_list_free_full(items, g_object_unref);
-            return answer;
-        });
+    if (endFirstCall() && early_->key == key)
+        return early_->call.within(deadline_);
+    return beginToFind(session_, key).within(deadline_);
 }
 
 bool SecretServiceStore::store(const SecretKey& key, const QByteArray& secret) {
-    return callWithin<bool>(
-        deadline_, session_, [key, secret](SecretService* service, GCancellable* cancellable) {
-            g_autoptr(GHashTable) item = attributes(key);
-            g_autoptr(SecretValue) value = secret_value_new(secret.constData(), secret.size(), "text/plain");
-            return secret_service_store_sync(service, schema(), item, SECRET_COLLECTION_DEFAULT, "Tern Vault",
-                                             value, cancellable, nullptr) != FALSE;
-        });
+    endFirstCall();
+    Call<bool> call(session_, [key, secret](SecretService* service, GCancellable* cancellable) {
+        g_autoptr(GHashTable) item = attributes(key);
+        g_autoptr(SecretValue) value = secret_value_new(secret.constData(), secret.size(), "text/plain");
+        return secret_service_store_sync(service, schema(), item, SECRET_COLLECTION_DEFAULT, "Tern Vault",
+                                         value, cancellable, nullptr) != FALSE;
+    });
+    return call.within(deadline_);
 }
 
 bool SecretServiceStore::remove(const SecretKey& key) {
-    return callWithin<bool>(deadline_, session_, [key](SecretService* service, GCancellable* cancellable) {
+    endFirstCall();
+    Call<bool> call(session_, [key](SecretService* service, GCancellable* cancellable) {
         g_autoptr(GHashTable) query = attributes(key);
         g_autoptr(GError) error = nullptr;
         secret_service_clear_sync(service, schema(), query, cancellable, &error);
         return error == nullptr;
     });
+    return call.within(deadline_);
 }
 
 } // namespace ternvault

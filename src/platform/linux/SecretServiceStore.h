@@ -16,17 +16,23 @@ class SecretServiceStore final : public SecretBackend {
 public:
     explicit SecretServiceStore(std::chrono::milliseconds deadline = std::chrono::milliseconds(1000));
 
-    /// A store that has begun to open the session that its first call needs. Copies share it.
-    static SecretServiceStore prepared();
+    /// A store that has already begun to look for what its first call, it is expected, will ask for. Copies
+    /// share that.
+    static SecretServiceStore preparedToFind(const SecretKey& key);
 
     SecretAnswer find(const SecretKey& key) override;
     bool store(const SecretKey& key, const QByteArray& secret) override;
     bool remove(const SecretKey& key) override;
 
 private:
+    struct EarlyFind;
+    /// Whether it was the first one, and nothing has begun instead of it.
+    bool endFirstCall();
+
     std::chrono::milliseconds deadline_;
     /// Shared with calls that were given up.
     std::shared_ptr<SecretServiceSession> session_;
+    std::shared_ptr<EarlyFind> early_;
 };
 
 } // namespace ternvault
