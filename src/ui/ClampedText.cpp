@@ -61,10 +61,6 @@ ClampedText::Lines ClampedText::lines(int width) const {
     return result;
 }
 
-QSize ClampedText::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(text()), fontMetrics().height()};
-}
-
 int ClampedText::heightForWidth(int width) const {
     return heights_.at(width, text(), font(), [this, width] {
         const auto count = std::max<qsizetype>(lines(width).texts.size(), 1);

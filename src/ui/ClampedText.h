@@ -15,7 +15,7 @@ public:
     /// Returns whether the text differs from what was shown.
     bool display(const QString& text);
 
-    QSize sizeHint() const override;
+    QSize sizeHint() const override { return minimumSizeHint(); }
     QSize minimumSizeHint() const override { return {0, fontMetrics().height()}; }
     bool hasHeightForWidth() const override { return true; }
     int heightForWidth(int width) const override;

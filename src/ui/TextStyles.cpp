@@ -1,8 +1,9 @@
 #include "ui/TextStyles.h"
 
 #include <QFontDatabase>
-#include <QFontInfo>
 #include <QFontMetrics>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QVariant>
 #include <QWidget>
 
@@ -61,9 +62,17 @@ void useMonospacedDigits(QFont& font) {
 
 } // namespace
 
+int pixelSizeOf(const QFont& font) {
+    constexpr double pointsPerInch = 72;
+    if (font.pixelSize() > 0)
+        return font.pixelSize();
+    return qRound(font.pointSizeF() * QGuiApplication::primaryScreen()->logicalDotsPerInchY() /
+                  pointsPerInch);
+}
+
 QFont fontOf(TextStyle style) {
     QFont font;
-    font.setPixelSize(QFontInfo(font).pixelSize() * designedSize(style) / leastBodySize);
+    font.setPixelSize(pixelSizeOf(font) * designedSize(style) / leastBodySize);
     if (style == TextStyle::title)
         useTitleFamily(font);
     else if (style == TextStyle::headline)

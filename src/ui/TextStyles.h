@@ -20,6 +20,9 @@ enum class TextStyle {
 /// The smallest body, in pixels; the sizes of the styles are designed for it.
 inline constexpr int leastBodySize = 13;
 
+/// Without loading the font, as QFontInfo would: it may be needed at another size only.
+int pixelSizeOf(const QFont& font);
+
 /// What differs from the application's font; the rest is inherited.
 QFont fontOf(TextStyle style);
 

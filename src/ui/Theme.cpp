@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
-#include <QFontInfo>
 #include <QToolTip>
 
 #include <algorithm>
@@ -51,7 +50,7 @@ void useColours(const Appearance& appearance) {
 }
 
 void useBody(QFont font) {
-    font.setPixelSize(std::max(QFontInfo(font).pixelSize(), leastBodySize));
+    font.setPixelSize(std::max(pixelSizeOf(font), leastBodySize));
     if (font != QApplication::font()) {
         // Which leads here again.
         QApplication::setFont(font);

@@ -8,16 +8,10 @@ WrappedText::WrappedText(const QString& text) {
     setText(text);
 }
 
-QSize WrappedText::sizeHint() const {
-    return fontMetrics().size(0, text()).grownBy(contentsMargins());
-}
-
 QSize WrappedText::minimumSizeHint() const {
-    if (!wordWrap())
-        return sizeHint();
-    const int longestWord =
-        fontMetrics().boundingRect(QRect(0, 0, 1, QWIDGETSIZE_MAX), Qt::TextWordWrap, text()).width();
-    return QSize(longestWord, fontMetrics().height()).grownBy(contentsMargins());
+    const QRect atLeast(0, 0, wordWrap() ? 1 : QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    const int width = fontMetrics().boundingRect(atLeast, wordWrap() ? Qt::TextWordWrap : 0, text()).width();
+    return QSize(width, fontMetrics().height()).grownBy(contentsMargins());
 }
 
 int WrappedText::heightForWidth(int width) const {

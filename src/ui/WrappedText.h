@@ -12,8 +12,9 @@ class WrappedText final : public QLabel {
 public:
     explicit WrappedText(const QString& text);
 
-    /// On one line.
-    QSize sizeHint() const override;
+    /// A column gives it the width that there is.
+    QSize sizeHint() const override { return minimumSizeHint(); }
+    /// The longest word, or the whole line where it does not wrap.
     QSize minimumSizeHint() const override;
     int heightForWidth(int width) const override;
 

@@ -51,9 +51,8 @@ bool isUnlocked(SecretService* service, GCancellable* cancellable) {
     return collection != nullptr && secret_collection_get_locked(collection) == FALSE;
 }
 
+/// Nothing when the item is locked.
 SecretAnswer answerFrom(GList* items) {
-    if (items == nullptr)
-        return {SecretAnswer::State::absent, {}};
     g_autoptr(SecretValue) value = secret_item_get_secret(SECRET_ITEM(items->data));
     if (value == nullptr)
         return {};
@@ -87,22 +86,16 @@ public:
                    GCancellable* cancellable) {
         const std::lock_guard lock(mutex_);
         if (service_ != nullptr) {
-            Result answer = performIfUnlocked(call, cancellable);
+            Result answer = call(service_, cancellable);
             if (isAnswer(answer))
                 return answer;
             g_clear_object(&service_);
         }
         service_ = openService(cancellable);
-        return service_ != nullptr ? performIfUnlocked(call, cancellable) : Result{};
+        return service_ != nullptr ? call(service_, cancellable) : Result{};
     }
 
 private:
-    template <typename Result>
-    Result performIfUnlocked(const std::function<Result(SecretService*, GCancellable*)>& call,
-                             GCancellable* cancellable) {
-        return isUnlocked(service_, cancellable) ? call(service_, cancellable) : Result{};
-    }
-
     std::mutex mutex_;
     SecretService* service_ = nullptr;
 };
@@ -142,7 +135,11 @@ Call<SecretAnswer> beginToFind(const std::shared_ptr<SecretServiceSession>& sess
                 g_autoptr(GError) error = nullptr;
                 GList* const items = secret_service_search_sync(
                     service, schema(), query, SECRET_SEARCH_LOAD_SECRETS, cancellable, &error);
-                SecretAnswer answer = error == nullptr ? answerFrom(items) : SecretAnswer{};
+                SecretAnswer answer;
+                if (items != nullptr)
+                    answer = answerFrom(items);
+                else if (error == nullptr && isUnlocked(service, cancellable))
+                    answer.state = SecretAnswer::State::absent;
                 g_list_free_full(items, g_object_unref);
                 return answer;
             }};
@@ -179,6 +176,8 @@ SecretAnswer SecretServiceStore::find(const SecretKey& key) {
 bool SecretServiceStore::store(const SecretKey& key, const QByteArray& secret) {
     endFirstCall();
     Call<bool> call(session_, [key, secret](SecretService* service, GCancellable* cancellable) {
+        if (!isUnlocked(service, cancellable))
+            return false;
         g_autoptr(GHashTable) item = attributes(key);
         g_autoptr(SecretValue) value = secret_value_new(secret.constData(), secret.size(), "text/plain");
         return secret_service_store_sync(service, schema(), item, SECRET_COLLECTION_DEFAULT, "Tern Vault",
@@ -190,6 +189,8 @@ bool SecretServiceStore::store(const SecretKey& key, const QByteArray& secret) {
 bool SecretServiceStore::remove(const SecretKey& key) {
     endFirstCall();
     Call<bool> call(session_, [key](SecretService* service, GCancellable* cancellable) {
+        if (!isUnlocked(service, cancellable))
+            return false;
         g_autoptr(GHashTable) query = attributes(key);
         g_autoptr(GError) error = nullptr;
         secret_service_clear_sync(service, schema(), query, cancellable, &error);
