@@ -41,7 +41,8 @@ private:
     bool eventFilter(QObject* object, QEvent* event) override {
         if (!hasPainted_ && object->isWidgetType() && event->type() == QEvent::Paint) {
             hasPainted_ = true;
-            QMetaObject::invokeMethod(this, [this] { write("paint %.6f\n", now()); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this] { write("paint %.6f\n", now()); }, Qt::QueuedConnection);
         }
         return false;
     }
