@@ -1,6 +1,7 @@
 #include "app/ApplicationActivation.h"
 
 #include "platform/linux/X11Windows.h"
+#include "ui/BringForward.h"
 
 #include <QApplication>
 
@@ -10,9 +11,7 @@ void ApplicationActivation::activate() {
     QWidget* const window = topmost();
     if (window == nullptr)
         return;
-    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
-    window->raise();
-    window->activateWindow();
+    bringForward(*window);
     x11::activateWindow(window->winId());
 }
 

@@ -9,7 +9,9 @@
 #include <QDBusReply>
 #include <QUrl>
 
+#include <algorithm>
 #include <chrono>
+#include <vector>
 
 namespace ternvault {
 
@@ -28,15 +30,30 @@ QDBusMessage methodCall(const QString& method) {
     return QDBusMessage::createMethodCall(serviceName, objectPath, interface, method);
 }
 
-QDBusMessage request(const CommandLine& commandLine) {
+std::vector<QDBusMessage> requests(const CommandLine& commandLine, const QVariantMap& startupTokens) {
+    std::vector<QDBusMessage> calls;
+    if (!commandLine.urls.empty()) {
+        QStringList uris;
+        for (const QUrl& url : commandLine.urls)
+            uris << url.toString(QUrl::FullyEncoded);
+        calls.push_back(methodCall(u"Open"_s) << uris);
+    }
     if (!commandLine.action.isEmpty())
-        return methodCall(u"ActivateAction"_s) << commandLine.action << QVariantList();
-    if (commandLine.urls.empty())
-        return methodCall(u"Activate"_s);
-    QStringList uris;
-    for (const QUrl& url : commandLine.urls)
-        uris << url.toString(QUrl::FullyEncoded);
-    return methodCall(u"Open"_s) << uris;
+        calls.push_back(methodCall(u"ActivateAction"_s) << commandLine.action << QVariantList());
+    if (calls.empty())
+        calls.push_back(methodCall(u"Activate"_s));
+    for (QDBusMessage& call : calls) {
+        call << startupTokens;
+        // Or the bus would start one more process where the other has just ended.
+        call.setAutoStartService(false);
+    }
+    return calls;
+}
+
+bool areTaken(const std::vector<QDBusMessage>& calls, const QDBusConnection& bus) {
+    return std::ranges::all_of(calls, [&bus](const QDBusMessage& call) {
+        return bus.call(call, QDBus::Block, patience.count()).type() == QDBusMessage::ReplyMessage;
+    });
 }
 
 } // namespace
@@ -50,17 +67,15 @@ ApplicationService::Start ApplicationService::claim(const CommandLine& commandLi
         return Start::first;
     // Before the name, so that whoever sees the name finds the object.
     bus.registerObject(objectPath, this, QDBusConnection::ExportAllSlots);
+    const std::vector<QDBusMessage> calls = requests(commandLine, startupTokens);
     for (;;) {
         const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> name =
             bus.interface()->registerService(serviceName);
         // A bus that gives no names knows no other instance either.
-        if (!name.isValid() || name.value() == QDBusConnectionInterface::ServiceRegistered)
+        hasName_ = name.isValid() && name.value() == QDBusConnectionInterface::ServiceRegistered;
+        if (hasName_ || !name.isValid())
             return Start::first;
-        QDBusMessage message = request(commandLine) << startupTokens;
-        // Or the bus would start one more process where the other has just ended.
-        message.setAutoStartService(false);
-        const QDBusMessage answer = bus.call(message, QDBus::Block, patience.count());
-        if (answer.type() == QDBusMessage::ReplyMessage)
+        if (areTaken(calls, bus))
             return Start::handedOver;
         if (!bus.isConnected())
             return Start::first;
@@ -72,7 +87,8 @@ ApplicationService::Start ApplicationService::claim(const CommandLine& commandLi
 
 void ApplicationService::release() {
     handlers_ = {};
-    QDBusConnection::sessionBus().unregisterService(serviceName);
+    if (hasName_)
+        QDBusConnection::sessionBus().unregisterService(serviceName);
 }
 
 void ApplicationService::Activate(const QVariantMap& platformData) {

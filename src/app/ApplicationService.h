@@ -50,6 +50,7 @@ public:
 
 private:
     Handlers handlers_;
+    bool hasName_ = false;
 };
 
 } // namespace ternvault

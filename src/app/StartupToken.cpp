@@ -18,10 +18,12 @@ constexpr auto waylandVariable = "XDG_ACTIVATION_TOKEN";
 
 } // namespace
 
-QVariantMap startupTokensOfThisProcess() {
+QVariantMap takeStartupTokens() {
     QVariantMap tokens;
-    if (qEnvironmentVariableIsSet(x11Variable))
+    if (qEnvironmentVariableIsSet(x11Variable)) {
         tokens[x11Key] = qEnvironmentVariable(x11Variable);
+        qunsetenv(x11Variable);
+    }
     if (qEnvironmentVariableIsSet(waylandVariable))
         tokens[waylandKey] = qEnvironmentVariable(waylandVariable);
     return tokens;

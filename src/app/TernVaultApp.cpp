@@ -6,6 +6,7 @@
 #include "app/Route.h"
 #include "async/EscapeReport.h"
 #include "platform/linux/MountedMedia.h"
+#include "ui/BringForward.h"
 #include "ui/Colours.h"
 
 #include <QApplication>
@@ -24,6 +25,18 @@ constexpr QSize aboutIconSize(64, 64);
 QString desktopStateFile(const LinuxServices& services) {
     const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
     return QString::fromStdString(folder / "desktop.ini");
+}
+
+QMessageBox* makeAboutBox(QWidget& window) {
+    auto* const box = new QMessageBox(
+        QMessageBox::NoIcon, u"About Tern Vault"_s,
+        u"<h3>Tern Vault %1</h3><p>Makes a disk of a Linux PC on the home network usable as a drive.</p>"
+        u"<p>Free software under the GNU General Public License, version 3 or later. It comes without any "
+        u"warranty.</p>"_s.arg(QApplication::applicationVersion()),
+        QMessageBox::Close, &window);
+    box->setIconPixmap(applicationIcon().pixmap(aboutIconSize));
+    box->setModal(false);
+    return box;
 }
 
 } // namespace
@@ -121,28 +134,23 @@ void TernVaultApp::showSettings() {
         settings_ = std::make_unique<SettingsWindow>(model_);
         commands_.addShortcutsTo(*settings_);
     }
-    settings_->show();
-    settings_->raise();
-    settings_->activateWindow();
+    bringForward(*settings_);
 }
 
 void TernVaultApp::showLegalDocuments() {
-    auto* const dialog = new LegalDocumentsDialog(mainWindow_);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->show();
+    if (!legalDocuments_) {
+        legalDocuments_ = new LegalDocumentsDialog(mainWindow_);
+        legalDocuments_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    bringForward(*legalDocuments_);
 }
 
 void TernVaultApp::showAbout() {
-    auto* const box = new QMessageBox(
-        QMessageBox::NoIcon, u"About Tern Vault"_s,
-        u"<h3>Tern Vault %1</h3><p>Makes a disk of a Linux PC on the home network usable as a drive.</p>"
-        u"<p>Free software under the GNU General Public License, version 3 or later. It comes without any "
-        u"warranty.</p>"_s.arg(QApplication::applicationVersion()),
-        QMessageBox::Close, &mainWindow_);
-    box->setIconPixmap(applicationIcon().pixmap(aboutIconSize));
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setModal(false);
-    box->show();
+    if (!about_) {
+        about_ = makeAboutBox(mainWindow_);
+        about_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    bringForward(*about_);
 }
 
 } // namespace ternvault

@@ -16,6 +16,7 @@
 #include "ui/FileChooser.h"
 #include "ui/Theme.h"
 
+#include <QPointer>
 #include <QSettings>
 
 #include <memory>
@@ -63,6 +64,8 @@ private:
     Commands commands_;
     MainWindow mainWindow_;
     std::unique_ptr<SettingsWindow> settings_;
+    QPointer<QWidget> legalDocuments_;
+    QPointer<QWidget> about_;
     TrayIcon tray_;
 };
 

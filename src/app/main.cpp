@@ -45,7 +45,7 @@ int refuse(const QString& problem, int status) {
 }
 
 int run(QApplication& application, ApplicationService& service, const CommandLine& commandLine,
-        const SecretServiceStore& secretService) {
+        const QVariantMap& startupTokens, const SecretServiceStore& secretService) {
     Notices notices;
     LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
     int status = 0;
@@ -55,6 +55,7 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
         service.setHandlers(app.requests());
         if (!commandLine.isBusStart)
             app.showMainWindow();
+        useStartupTokens(startupTokens);
         app.open(commandLine.urls);
         app.performAction(commandLine.action);
         status = QApplication::exec();
@@ -80,7 +81,7 @@ int start(QApplication& application, const CommandLine& commandLine, const QVari
     case ApplicationService::Start::first:
         break;
     }
-    return run(application, service, commandLine, secretService);
+    return run(application, service, commandLine, startupTokens, secretService);
 }
 
 } // namespace
@@ -88,14 +89,14 @@ int start(QApplication& application, const CommandLine& commandLine, const QVari
 
 int main(int argc, char* argv[]) {
     using namespace ternvault;
-    // Qt takes them out of the environment.
-    const QVariantMap startupTokens = startupTokensOfThisProcess();
+    // Before there are threads: one that reads the environment while something is taken out may miss another.
+    const QVariantMap startupTokens = takeStartupTokens();
     const CommandLine early = parseCommandLine({argv + 1, argv + argc});
     if (early.wantsHelp || early.wantsVersion) {
         std::fputs(early.wantsHelp ? help : "ternvault " TERNVAULT_VERSION "\n", stdout);
         return 0;
     }
-    // While the toolkit starts; neither waits for the other.
+    // While the toolkit starts; neither waits for the other. In vain where the application runs already.
     const SecretServiceStore secretService =
         SecretServiceStore::preparedToFind({keychainService, keys::smbPassword});
     // Reading the configuration of the fonts takes a third as long as reaching the display.

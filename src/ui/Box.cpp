@@ -37,8 +37,9 @@ void paintBox(QPainter& painter, const QRectF& area, const Box& box) {
     border.addPath(roundedRect(inset(outer, width), box.radius - width));
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    // Its edge lies under the middle of the border.
-    painter.fillPath(roundedRect(inset(outer, width / 2), box.radius - width / 2), box.fill);
+    // Its edge lies under the middle of the border, if there is one.
+    const qreal under = box.border.alpha() > 0 ? width / 2 : 0;
+    painter.fillPath(roundedRect(inset(outer, under), box.radius - under), box.fill);
     painter.fillPath(border, box.border);
     painter.restore();
 }

@@ -88,7 +88,7 @@ QSize buttonSize(const QSize& content, ButtonKind kind) {
     case ButtonKind::caption:
         return {content.width() + 18, std::max(content.height(), 14) + 6};
     case ButtonKind::link:
-        return {content.width() + 2 * linkPadding, std::max(content.height(), 18) + 6};
+        return content.grownBy(QMargins(linkPadding, linkPadding, linkPadding, linkPadding));
     case ButtonKind::normal:
     case ButtonKind::prominent:
         break;

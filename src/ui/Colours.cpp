@@ -16,19 +16,19 @@ Shades shades(ColourRole role) {
     case ColourRole::secondary:
         return {0xff62646a, 0xffa6a8af};
     case ColourRole::accent:
-        return {0xff1f6feb, 0xff2f74e8};
+        return {0xff1f6feb, 0xff2a6fe3};
     case ColourRole::onAccent:
         return {0xffffffff, 0xffffffff};
     case ColourRole::accentHovered:
-        return {0xff1a62d3, 0xff3f82f2};
+        return {0xff1a62d3, 0xff2765d0};
     case ColourRole::accentPressed:
-        return {0xff1554b8, 0xff2663cc};
+        return {0xff1554b8, 0xff2058bd};
     case ColourRole::tint:
         return {0xff1a62d3, 0xff7db0ff};
     case ColourRole::error:
         return {0xffc62828, 0xffff7b7b};
     case ColourRole::success:
-        return {0xff1b7a34, 0xff4fcb6c};
+        return {0xff197530, 0xff4fcb6c};
     case ColourRole::warning:
         return {0xffa94e00, 0xffffa84a};
     case ColourRole::window:

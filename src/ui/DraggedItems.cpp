@@ -1,6 +1,7 @@
 #include "ui/DraggedItems.h"
 
 #include "base/FileUrl.h"
+#include "intake/FileUrls.h"
 
 #include <QMimeData>
 
@@ -16,7 +17,7 @@ public:
     explicit DraggedFile(QUrl url) : url_(std::move(url)) {}
 
     void load(const QString& typeIdentifier, Completion completion) override {
-        completion(typeIdentifier == u"public.file-url" ? Item(url_) : Item());
+        completion(typeIdentifier == fileURLType ? Item(url_) : Item());
     }
 
 private:

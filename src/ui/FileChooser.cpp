@@ -1,5 +1,7 @@
 #include "ui/FileChooser.h"
 
+#include "ui/BringForward.h"
+
 #include <QTimer>
 
 #include <utility>
@@ -30,9 +32,7 @@ void FileChooser::show(const FilePanelTexts& texts, Completion completion) {
                                  completion(std::nullopt);
                          });
     }
-    dialog_->show();
-    dialog_->raise();
-    dialog_->activateWindow();
+    bringForward(*dialog_);
 }
 
 } // namespace ternvault

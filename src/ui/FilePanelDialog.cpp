@@ -33,6 +33,8 @@ constexpr int placesWidth = 160;
 /// Of size, type and date; the name has the rest.
 constexpr std::array<std::pair<int, int>, 3> columnWidths{{{1, 80}, {2, 110}, {3, 140}}};
 constexpr int spacing = 8;
+/// Folders that do not answer each take a thread of those that mount and eject, too.
+constexpr int mostUnanswered = 4;
 
 const auto folderKey = u"filePanel/folder"_s;
 const auto hiddenKey = u"filePanel/showHidden"_s;
@@ -213,24 +215,39 @@ void FilePanelDialog::restore() {
     showHidden(hidden_->isChecked());
     showFolder(QDir::homePath());
     look(state_.value(folderKey).toString(), [this](const QFileInfo& item) {
-        if (item.isDir())
+        if (item.isDir() && selectedRows().isEmpty())
             showFolder(item.filePath());
     });
     list_->setFocus();
 }
 
-/// Tells what stands at the path, unless something else was looked at meanwhile.
+/// Tells what stands at the path, unless something else is looked at meanwhile.
 void FilePanelDialog::look(const QString& path, std::function<void(const QFileInfo& item)> found) {
-    background_.run(Lane::general, [path, found = std::move(found), weak = anchor_.weak(),
-                                    number = ++latestLook_, &mainLoop = mainLoop_] {
+    latest_ = {latest_.number + 1, path, std::move(found)};
+    if (unanswered_ < mostUnanswered)
+        beginLook();
+}
+
+void FilePanelDialog::beginLook() {
+    ++unanswered_;
+    lastBegun_ = latest_.number;
+    background_.run(Lane::general, [path = latest_.path, number = latest_.number, weak = anchor_.weak(),
+                                    &mainLoop = mainLoop_] {
         QFileInfo item(path);
         item.stat();
-        mainLoop.post([item, found, weak, number] {
-            const FilePanelDialog* const dialog = weak.get();
-            if (dialog != nullptr && dialog->latestLook_ == number)
-                found(item);
+        mainLoop.post([item, weak, number] {
+            if (FilePanelDialog* const dialog = weak.get())
+                dialog->endLook(number, item);
         });
     });
+}
+
+void FilePanelDialog::endLook(int number, const QFileInfo& item) {
+    --unanswered_;
+    if (number == latest_.number)
+        std::exchange(latest_.found, nullptr)(item);
+    else if (lastBegun_ != latest_.number)
+        beginLook();
 }
 
 void FilePanelDialog::showFolder(const QString& folder) {
@@ -331,7 +348,9 @@ void FilePanelDialog::renderSelection() {
 void FilePanelDialog::done(int result) {
     if (result == Accepted && selectedRows().isEmpty())
         return;
-    state_.setValue(folderKey, files_.rootPath());
+    // Or where the user was last, which has not answered, would be forgotten for the home folder.
+    if (result == Accepted || !history_.isEmpty())
+        state_.setValue(folderKey, files_.rootPath());
     state_.setValue(hiddenKey, hidden_->isChecked());
     QDialog::done(result);
 }

@@ -46,7 +46,14 @@ private:
     void addShortcuts();
     void restore();
 
+    struct Look {
+        int number;
+        QString path;
+        std::function<void(const QFileInfo& item)> found;
+    };
     void look(const QString& path, std::function<void(const QFileInfo& item)> found);
+    void beginLook();
+    void endLook(int number, const QFileInfo& item);
     void goTo(const QString& folder);
     void visit(const QString& folder);
     void showFolder(const QString& folder);
@@ -64,8 +71,10 @@ private:
     QSettings& state_;
     BackgroundTasks& background_;
     MainLoop& mainLoop_;
-    /// Number of the latest look; an older one has nothing to say any more.
-    int latestLook_ = 0;
+    /// The latest; older ones have nothing to say any more.
+    Look latest_{};
+    int lastBegun_ = 0;
+    int unanswered_ = 0;
     QFileIconProvider icons_;
     QFileSystemModel files_;
     /// Folders to go back to, the latest one last.

@@ -42,6 +42,7 @@ constexpr int padding = 20;
 constexpr int headerSpacing = 4;
 constexpr int statusLines = 2;
 constexpr int serverSpacing = 8;
+constexpr int drivesSpacing = 4;
 constexpr int portWidth = 70;
 constexpr int noDrivesPadding = 8;
 constexpr float dropTint = 0.08F;
@@ -158,7 +159,7 @@ QWidget* MainMountedView::makeServerBox() {
 QWidget* MainMountedView::makeDrivesBox() {
     noDrives_->setContentsMargins(0, noDrivesPadding, 0, noDrivesPadding);
     shares_->setAccessibleName(sharesTitle);
-    auto* const box = new TitledBox(drivesTitle, headerSpacing, 0);
+    auto* const box = new TitledBox(drivesTitle, drivesSpacing, 0);
     box->column().addWidget(noDrives_);
     box->column().addWidget(sharesTitle_);
     box->column().addWidget(shares_, 1);

@@ -11,7 +11,7 @@ namespace ternvault {
 /// A row of segments of which one is chosen.
 class SegmentedPicker final : public QWidget {
 public:
-    /// `picked` is told the index of the segment that the user chose.
+    /// `picked` is told the index of each segment that is chosen, by the user or by `display`.
     SegmentedPicker(const QString& name, const QStringList& segments, std::function<void(int)> picked);
 
     void display(int index);

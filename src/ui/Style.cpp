@@ -7,7 +7,7 @@
 #include "ui/ProgressLook.h"
 #include "ui/ScrollBarLook.h"
 
-#include <QListView>
+#include <QAbstractItemView>
 #include <QPainter>
 #include <QStyleOption>
 
@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 bool isList(const QWidget* widget) {
-    return qobject_cast<const QListView*>(widget) != nullptr;
+    return qobject_cast<const QAbstractItemView*>(widget) != nullptr;
 }
 
 } // namespace
@@ -73,7 +73,7 @@ QRect Style::subElementRect(SubElement element, const QStyleOption* option, cons
     if (element == SE_LineEditContents)
         return fieldContents(option->rect);
     if (element == SE_PushButtonLayoutItem && kindOf(widget) == ButtonKind::link)
-        return option->rect.adjusted(linkPadding, 0, -linkPadding, 0);
+        return option->rect.adjusted(linkPadding, linkPadding, -linkPadding, -linkPadding);
     return QProxyStyle::subElementRect(element, option, widget);
 }
 

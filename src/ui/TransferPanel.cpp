@@ -127,8 +127,10 @@ void TransferPanel::renderStatus() {
 void TransferPanel::renderError() {
     const TransferManager& transfers = model_.transfers;
     error_->setVisible(showsError(transfers));
-    if (!showsError(transfers))
+    if (!showsError(transfers)) {
+        announcedErrors_ = 0;
         return;
+    }
     const bool isAnother = std::exchange(announcedErrors_, *transfers.errorCount) != transfers.errorCount;
     if (error_->display(**transfers.lastError) || isAnother)
         announce(*error_);

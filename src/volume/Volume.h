@@ -5,10 +5,13 @@
 #include "volume/Nodes.h"
 #include "volume/SmbWorker.h"
 
+#include <cerrno>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <unordered_map>
 #include <vector>
 
@@ -98,11 +101,27 @@ private:
 
     // Names and attributes: VolumeAttributes.cpp
     std::string pathOf(std::uint64_t parent, std::string_view name);
+    std::optional<std::string> pathIfThere(const Node& node);
     std::string livePath(const Node& node);
     const Entry* knownEntry(const std::string& path, Time now);
     void ensureListing(SmbShare& share, const std::string& directory, Time now);
     Entry fetchEntry(SmbShare& share, const std::string& path);
     Entry fetchEntry(SmbShare& share, const Node& node);
+    /// What the server answers to a question about the node's path. Where it knows no such path, what was
+    /// remembered is wrong, is forgotten, and ESTALE is thrown.
+    template <typename Question>
+    auto askAbout(const Node& node, const std::string& path, Question question) {
+        try {
+            return question();
+        } catch (const std::system_error& error) {
+            if (error.code().value() != ENOENT)
+                throw;
+        }
+        const Lock lock(mutex_);
+        cache_.invalidateParent(path);
+        hooks_.dropAttributes(node.number);
+        throw std::system_error(ESTALE, std::generic_category());
+    }
     void classify(SmbShare& share, const std::string& path, Entry& entry);
     void rememberMode(const std::string& path, mode_t mode);
     struct stat toStat(const Node& node, const Entry& entry);
@@ -129,7 +148,6 @@ private:
         return handle.file && handle.generation == worker_.generation();
     }
     SmbShare::File createFile(SmbShare& share, const std::string& path, int flags);
-    SmbShare::File openKnown(SmbShare& share, const std::string& path, int flags);
     void queueDrain(const HandlePtr& handle);
     void drain(SmbShare& share, const HandlePtr& handle);
     void drainNode(SmbShare& share, const NodePtr& node);

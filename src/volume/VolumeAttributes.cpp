@@ -58,11 +58,17 @@ std::string Volume::pathOf(std::uint64_t parent, std::string_view name) {
     return childPath(node->path, name);
 }
 
-std::string Volume::livePath(const Node& node) {
+/// Nothing when it was removed.
+std::optional<std::string> Volume::pathIfThere(const Node& node) {
     const Lock lock(mutex_);
-    if (node.gone)
+    return node.gone ? std::nullopt : std::optional(node.path);
+}
+
+std::string Volume::livePath(const Node& node) {
+    const auto path = pathIfThere(node);
+    if (!path)
         fail(ESTALE);
-    return node.path;
+    return *path;
 }
 
 /// What can be said of the path without the network; null when nothing. Lock held.

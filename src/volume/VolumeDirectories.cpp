@@ -250,13 +250,12 @@ void Volume::syncDirectory(const RequestPtr& request, std::uint64_t file) {
     if (it == directories_.end())
         fail(EBADF);
     worker_.submit(request, [this, request, directory = it->second->node](SmbShare&) {
-        const auto path = livePath(*directory);
-        {
+        if (const auto path = pathIfThere(*directory)) {
             const Lock relock(mutex_);
-            cache_.invalidateParent(path);
-            cache_.invalidate(path);
+            cache_.invalidateParent(*path);
+            cache_.invalidate(*path);
             nodes_.forEach([&](const Node& node) {
-                if (isWithin(node.path, path))
+                if (isWithin(node.path, *path))
                     hooks_.dropAttributes(node.number);
             });
         }

@@ -120,7 +120,8 @@ void Volume::open(const RequestPtr& request, std::uint64_t number, fuse_file_inf
                 prepareForWriting(share, path);
             }
             const auto entry = fetchEntry(share, *node);
-            const auto opened = openKnown(share, path, file.flags & (O_ACCMODE | O_TRUNC));
+            const auto opened =
+                askAbout(*node, path, [&] { return share.open(path, file.flags & (O_ACCMODE | O_TRUNC)); });
             {
                 const Lock relock(mutex_);
                 if (writable)
@@ -131,19 +132,6 @@ void Volume::open(const RequestPtr& request, std::uint64_t number, fuse_file_inf
                 release(nullptr, file.fh);
         },
         SmbWorker::Patience::UntilReconnected);
-}
-
-/// Throws ESTALE when the server has no such file any more, and forgets what was wrong.
-SmbShare::File Volume::openKnown(SmbShare& share, const std::string& path, int flags) {
-    try {
-        return share.open(path, flags);
-    } catch (const std::system_error& error) {
-        if (error.code().value() != ENOENT)
-            throw;
-    }
-    const Lock lock(mutex_);
-    cache_.invalidateParent(path);
-    fail(ESTALE);
 }
 
 void Volume::prepareForWriting(SmbShare& share, const std::string& path) {
@@ -290,13 +278,12 @@ void Volume::sync(const RequestPtr& request, std::uint64_t file) {
         flush(request, file);
         return;
     }
-    worker_.submit(request, [this, request, handle](SmbShare& share) {
-        const auto path = livePath(*handle->node);
-        const auto entry = share.stat(path);
-        {
+    worker_.submit(request, [this, request, node = handle->node](SmbShare& share) {
+        if (const auto path = pathIfThere(*node)) {
+            const auto entry = askAbout(*node, *path, [&] { return share.stat(*path); });
             const Lock relock(mutex_);
-            cache_.update(path, entry);
-            hooks_.dropAttributes(handle->node->number);
+            cache_.update(*path, entry);
+            hooks_.dropAttributes(node->number);
         }
         request->done();
     });

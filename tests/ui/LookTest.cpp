@@ -1,4 +1,5 @@
 #include "ui/ButtonKind.h"
+#include "ui/Colours.h"
 #include "ui/DropZone.h"
 #include "ui/MountBadge.h"
 #include "ui/TitledBox.h"
@@ -10,6 +11,7 @@
 #include <QRadioButton>
 #include <QScrollBar>
 
+#include <cmath>
 #include <map>
 
 namespace ternvault {
@@ -108,7 +110,8 @@ TEST_F(Look, HasRoomForEveryText) {
                     EXPECT_TRUE(inside.left() <= own.left() + standsOut && own.right() <= inside.right())
                         << around->metaObject()->className();
                     if (around->layout()) {
-                        EXPECT_TRUE(inside.top() <= own.top() && own.bottom() <= inside.bottom());
+                        EXPECT_TRUE(inside.top() <= own.top() + standsOut &&
+                                    own.bottom() <= inside.bottom() + standsOut);
                     }
                 }
                 for (const QWidget* const other : content) {
@@ -144,6 +147,36 @@ TEST_F(Look, FollowsTheFontWhileItRuns) {
     QCoreApplication::sendEvent(window.windowHandle(), &desktopChanged);
     EXPECT_EQ(QApplication::font(), usual) << "the desktop's own font, whatever was set before";
     EXPECT_EQ(heading.font().pixelSize(), usual.pixelSize() * 28 / 13);
+}
+
+double luminance(const QColor& colour) {
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+           0.0722 * linear(colour.blueF());
+}
+
+TEST(Colours, AreLegible) {
+    using enum ColourRole;
+    const std::pair<ColourRole, std::vector<ColourRole>> texts[] = {
+        {text, {window, surface, field, button, buttonHovered, border}},
+        {secondary, {window, surface, field}},
+        {tint, {surface}},
+        {error, {window, surface}},
+        {onAccent, {accent, accentHovered, accentPressed}},
+        {success, {window}},
+        {warning, {window}}};
+    for (const bool dark : {false, true}) {
+        for (const auto& [ink, grounds] : texts) {
+            for (const ColourRole ground : grounds) {
+                const double one = luminance(colour(ink, dark)), other = luminance(colour(ground, dark));
+                EXPECT_GE((std::max(one, other) + 0.05) / (std::min(one, other) + 0.05), 4.5)
+                    << colour(ink, dark).name().toStdString() << " on "
+                    << colour(ground, dark).name().toStdString();
+            }
+        }
+    }
 }
 
 TEST_F(Look, NamesAllThatTakesTheFocus) {

@@ -73,8 +73,10 @@ TEST(ApplicationService, TakesOverWhatASecondStartIsFor) {
     };
     EXPECT_TRUE(startAgain({u"--auto-mount"_s}));
     EXPECT_EQ(asked.activations, 1);
-    EXPECT_TRUE(startAgain({u"--add-files"_s}));
+    EXPECT_TRUE(startAgain({u"--add-files"_s, u"file:///e"_s}));
     EXPECT_EQ(asked.action, u"add-files"_s);
+    EXPECT_EQ(asked.urls, std::vector<std::string>{"file:///e"});
+    asked.urls.clear();
     EXPECT_TRUE(startAgain({u"a b#.txt"_s, u"--"_s, u"-x"_s, u"file:///c%20d"_s}));
     const std::string here = "file://" + folder.path().native();
     EXPECT_EQ(asked.urls, (std::vector<std::string>{here + "/a%20b%23.txt", here + "/-x", "file:///c%20d"}));

@@ -2,7 +2,9 @@
 
 #include <QSocketNotifier>
 
-#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -14,23 +16,33 @@ namespace {
 constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t wakeDescriptor = -1;
+/// What was done about them.
+std::array<struct sigaction, signals.size()> before;
 
-void onSignal(int) {
-    const eventfd_t one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(wakeDescriptor, &one, sizeof one);
+void restore() {
+    for (std::size_t i = 0; i < signals.size(); ++i)
+        ::sigaction(signals[i], &before[i], nullptr);
 }
 
-/// Only the first signal is ours: the kernel then puts the default action back. One that is ignored, as under
-/// nohup, stays so. Returns what was done before.
-struct sigaction handleOnce(int signal) {
+/// Only the first signal is ours.
+void onSignal(int) {
+    const int error = errno;
+    restore();
+    const eventfd_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(wakeDescriptor, &one, sizeof one);
+    errno = error;
+}
+
+/// A signal that is ignored, as under nohup, stays so.
+void handle() {
     struct sigaction action {};
     action.sa_handler = onSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    struct sigaction before {};
-    ::sigaction(signal, &action, &before);
-    if (before.sa_handler == SIG_IGN)
-        ::sigaction(signal, &before, nullptr);
-    return before;
+    action.sa_flags = SA_RESTART;
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+        ::sigaction(signals[i], nullptr, &before[i]);
+        if (before[i].sa_handler != SIG_IGN)
+            ::sigaction(signals[i], &action, nullptr);
+    }
 }
 
 } // namespace
@@ -44,12 +56,11 @@ Interrupts::Interrupts(std::function<void()> onFirst)
                          onFirst();
                      });
     wakeDescriptor = descriptor_;
-    std::ranges::transform(signals, before_.begin(), handleOnce);
+    handle();
 }
 
 Interrupts::~Interrupts() {
-    for (std::size_t i = 0; i < signals.size(); ++i)
-        ::sigaction(signals[i], &before_[i], nullptr);
+    restore();
     wakeDescriptor = -1;
     notifier_.reset();
     ::close(descriptor_);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <array>
-#include <csignal>
 #include <functional>
 #include <memory>
 
@@ -9,9 +7,8 @@ class QSocketNotifier;
 
 namespace ternvault {
 
-/// Turns the first SIGINT, SIGTERM or SIGHUP into a call on the main thread; a second one ends the process at
-/// once.
-/// One object at a time.
+/// Turns the first SIGINT, SIGTERM or SIGHUP into a call on the main thread; a second one, whichever, ends
+/// the process at once. One object at a time.
 class Interrupts {
 public:
     explicit Interrupts(std::function<void()> onFirst);
@@ -20,7 +17,6 @@ public:
     Interrupts& operator=(const Interrupts&) = delete;
 
 private:
-    std::array<struct sigaction, 3> before_{};
     int descriptor_;
     std::unique_ptr<QSocketNotifier> notifier_;
 };

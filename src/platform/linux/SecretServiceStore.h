@@ -10,8 +10,8 @@ namespace ternvault {
 class SecretServiceSession;
 
 /// The Secret Service of the user's session (GNOME Keyring, KWallet, KeePassXC), over libsecret. Out of reach
-/// while its default collection is locked: that is asked before every call, because the service would answer
-/// with a prompt. Any thread.
+/// while its default collection is locked: that is asked before every change, because the service would
+/// answer with a prompt. Any thread.
 class SecretServiceStore final : public SecretBackend {
 public:
     explicit SecretServiceStore(std::chrono::milliseconds deadline = std::chrono::milliseconds(1000));
@@ -26,7 +26,7 @@ public:
 
 private:
     struct EarlyFind;
-    /// Whether it was the first one, and nothing has begun instead of it.
+    /// Whether this call is the first one, which alone may take what was found early.
     bool endFirstCall();
 
     std::chrono::milliseconds deadline_;
