@@ -20,5 +20,6 @@ function(add_fuzzer name)
   # What AddressSanitizer keeps of freed memory counts as the program's; a little of it will do. So do stacks: without
   # frame pointers, as in Qt, every one looks new and is remembered.
   set_tests_properties(fuzz-${name} PROPERTIES LABELS fuzz TIMEOUT 120
-    ENVIRONMENT ASAN_OPTIONS=quarantine_size_mb=16:malloc_context_size=2)
+    ENVIRONMENT "ASAN_OPTIONS=quarantine_size_mb=16:malloc_context_size=2;\
+LSAN_OPTIONS=suppressions='${PROJECT_SOURCE_DIR}/tools/lsan.supp':print_suppressions=0")
 endfunction()
