@@ -66,7 +66,7 @@ ObjectDecoder ObjectDecoder::ofElement(const QJsonValue& element) {
 }
 
 QJsonValue ObjectDecoder::member(QLatin1String key) const {
-    const QJsonValue value = object_.value(key);
+    QJsonValue value = object_.value(key);
     if (value.isUndefined())
         throw DecodingError(u"is missing"_s, key);
     return value;
@@ -116,7 +116,8 @@ QJsonArray ObjectDecoder::array(QLatin1String key) const {
 
 std::vector<QString> ObjectDecoder::strings(QLatin1String key) const {
     std::vector<QString> result;
-    for (const QJsonValue& element : array(key)) {
+    const QJsonArray elements = array(key);
+    for (const auto& element : elements) {
         try {
             result.push_back(stringOf(element, {}));
         } catch (const DecodingError& error) {

@@ -58,7 +58,8 @@ private:
 template <typename Record>
 std::vector<Record> ObjectDecoder::objects(QLatin1String key, Record (*decode)(const ObjectDecoder&)) const {
     std::vector<Record> records;
-    for (const QJsonValue& element : array(key)) {
+    const QJsonArray elements = array(key);
+    for (const auto& element : elements) {
         try {
             records.push_back(decode(ofElement(element)));
         } catch (const DecodingError& error) {

@@ -27,7 +27,7 @@ QByteArray ClipboardPasteboard::content(const QString& mimeType) const {
     QElapsedTimer waiting;
     waiting.start();
     const QMimeData* const data = clipboard_.mimeData();
-    const QByteArray content = data != nullptr ? data->data(mimeType) : QByteArray();
+    QByteArray content = data != nullptr ? data->data(mimeType) : QByteArray();
     ownerHangs_ = waiting.hasExpired(patience.count());
     read_.insert(mimeType, content);
     return content;
