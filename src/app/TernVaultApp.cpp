@@ -5,6 +5,7 @@
 #include "app/LegalDocumentsDialog.h"
 #include "app/Route.h"
 #include "async/EscapeReport.h"
+#include "intake/PasteTapBridge.h"
 #include "platform/linux/MountedMedia.h"
 #include "ui/BringForward.h"
 #include "ui/Colours.h"
@@ -52,9 +53,9 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
                  report(escaped);
                  notices_.show(u"An internal error; the system's log tells more."_s);
              }),
-      mainWindow_(
-          desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-          {[this] { comeForwardOnceMapped(); }, [] { QApplication::setWindowIcon(applicationIcon()); }}),
+      pasteHook_(platform_, keys_, notifications_, tasks_),
+      mainWindow_(desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
+                  {[this] { onAppear(); }, [] { QApplication::setWindowIcon(applicationIcon()); }}),
       tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
@@ -90,6 +91,13 @@ void TernVaultApp::showMainWindow() {
         comeForwardOnceMapped();
     else
         mainWindow_.show();
+}
+
+void TernVaultApp::onAppear() {
+    PasteTapBridge::model = model_.weak();
+    pasteHook_.installLocalMonitor();
+    pasteHook_.installRemotePasteTrigger();
+    comeForwardOnceMapped();
 }
 
 /// The window manager hears of a window only after it was told to appear.

@@ -9,10 +9,13 @@
 #include "app/SettingsWindow.h"
 #include "app/TrayIcon.h"
 #include "async/TaskScope.h"
+#include "intake/PasteHook.h"
 #include "model/AppModel.h"
+#include "platform/linux/BusNotifications.h"
 #include "platform/linux/ClipboardPasteboard.h"
 #include "platform/linux/LinuxServices.h"
 #include "platform/linux/PortalAppearance.h"
+#include "platform/linux/QtKeyMonitor.h"
 #include "ui/FileChooser.h"
 #include "ui/Theme.h"
 
@@ -42,6 +45,7 @@ public:
 
 private:
     void connectCommands();
+    void onAppear();
     void comeForwardOnceMapped();
     void pasteFiles();
     void showSettings();
@@ -61,6 +65,9 @@ private:
     Platform platform_;
     AppModel model_;
     TaskScope tasks_;
+    BusNotifications notifications_;
+    QtKeyMonitor keys_;
+    PasteHook pasteHook_;
     Commands commands_;
     MainWindow mainWindow_;
     std::unique_ptr<SettingsWindow> settings_;

@@ -1,0 +1,82 @@
+#!/usr/bin/python3
+"""Pastes made by keys in the window, and those that other processes ask for, with files and without.
+Runs inside "private-pc run -- desktop-session --"; its argument is the agent."""
+import pathlib
+import subprocess
+import sys
+
+CLONE = pathlib.Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(CLONE / "tools"))
+import ternvault_window  # noqa: E402 (its folder comes first)
+from accessibility import press_keys, wait_for  # noqa: E402
+
+NOTIFICATION = "space.larkspur.ternvault.pasteFromClipboard"
+
+
+def command_line(*arguments, **options):
+    subprocess.run(["ternvault-cli", *arguments], check=True, stdout=subprocess.DEVNULL, text=True, **options)
+
+
+def log_in(pc):
+    command_line("accept-legal")
+    command_line("set", "serverIP", pc.address)
+    command_line("set", "smbUser", (pc.directory / "user").read_text().strip())
+    command_line("set", "agentToken", input=pc.token)
+    command_line("set", "smbPassword", input=pc.password)
+    command_line("setup", "--login", input=pc.password)
+
+
+def put_on_clipboard(kind, content):
+    """By a program that stays behind to deliver it."""
+    subprocess.run(["xclip", "-selection", "clipboard", "-t", kind], input=content, check=True, text=True,
+                   stdout=subprocess.DEVNULL)
+
+
+def post_notification():
+    subprocess.run(["gdbus", "emit", "--session", "--object-path", "/", "--signal", NOTIFICATION], check=True)
+
+
+def main():
+    pc = ternvault_window.PrivatePc(sys.argv[1])
+    log_in(pc)
+    files = [pathlib.Path.home() / name for name in ("a letter.txt", "another.txt")]
+    for file in files:
+        file.write_text(f"this is {file.name}\n")
+    put_on_clipboard("text/uri-list", "".join(f"{file.as_uri()}\r\n" for file in files))
+
+    app = ternvault_window.TernVault()
+    app.wait_listing("MOSSBOX1")
+    field = app.main.find("text", "IP address").focus()
+    press_keys("ctrl+v")
+    app.wait_copied(len(files))
+    for file in files:
+        ternvault_window.check((pc.share / file.name).read_bytes() == file.read_bytes(), f"{file.name} is the same")
+    ternvault_window.check(field.text == pc.address, "files are not pasted as text")
+    app.clear_counters()
+
+    for _ in range(10):
+        post_notification()
+    app.wait_copied(10 * len(files))
+    app.clear_counters()
+
+    press_keys("ctrl+w")
+    app.wait_gone("frame", "Tern Vault")
+    subprocess.run(["ternvault"], check=True)
+    app.wait_listing("MOSSBOX1")
+    post_notification()
+    app.wait_copied(len(files))
+    app.clear_counters()
+
+    put_on_clipboard("UTF8_STRING", "text")
+    post_notification()
+    app.wait_status("Clipboard has no files — copy files in Finder first")
+    field = app.main.find("text", "IP address").focus()
+    press_keys("End", "ctrl+v")
+    wait_for(lambda: field.text == f"{pc.address}text", lambda: f"text goes into the field, which has {field.text}")
+    app.main.find("label", "No transfers")
+    app.quit()
+
+
+if __name__ == "__main__":
+    main()
