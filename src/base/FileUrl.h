@@ -26,11 +26,12 @@ inline bool namesThisPC(const QString& host) {
 }
 
 /// The absolute path of a file of this PC, byte for byte also where a name is no UTF-8; nothing for another
-/// PC's file and for any other kind of URL. A bare absolute path counts as a file's URL.
+/// PC's file and for any other kind of URL. A bare absolute path counts as a file's URL. Of a URL that is not
+/// valid, as with a host that cannot be one, Qt keeps the rest.
 inline std::optional<std::filesystem::path> localPath(const QUrl& url) {
     const bool isFile = url.scheme() == QLatin1String("file") || url.scheme().isEmpty();
     const QByteArray path = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
-    if (!isFile || !namesThisPC(url.host()) || !path.startsWith('/') || path.contains('\0'))
+    if (!url.isValid() || !isFile || !namesThisPC(url.host()) || !path.startsWith('/') || path.contains('\0'))
         return std::nullopt;
     return path.toStdString();
 }
