@@ -19,13 +19,22 @@ def check(holds, what):
         raise Missed(f"not so: {what() if callable(what) else what}")
 
 
+def have_volumes_root():
+    """For all programs that are started from here."""
+    volumes = os.environ.setdefault("TERNVAULT_VOLUMES_ROOT", str(pathlib.Path.home() / "volumes"))
+    pathlib.Path(volumes).mkdir(exist_ok=True)
+
+
+def command_line(*arguments, **options):
+    subprocess.run(["ternvault-cli", *arguments], check=True, stdout=subprocess.DEVNULL, text=True, **options)
+
+
 class TernVault(Program):
     """The running application."""
 
     def __init__(self, *arguments):
         switch_on()
-        volumes = os.environ.setdefault("TERNVAULT_VOLUMES_ROOT", str(pathlib.Path.home() / "volumes"))
-        pathlib.Path(volumes).mkdir(exist_ok=True)
+        have_volumes_root()
         self.process = subprocess.Popen(["ternvault", *arguments])
         super().__init__(self.process.pid)
 
@@ -146,6 +155,16 @@ class PrivatePc:
 
     def control(self, *arguments):
         subprocess.run([TOOLS / "private-pc", *arguments], check=True)
+
+    def log_in(self):
+        """By command line, with the account that the PC has, as the next start of the application finds it."""
+        have_volumes_root()
+        command_line("accept-legal")
+        command_line("set", "serverIP", self.address)
+        command_line("set", "smbUser", self._told("user"))
+        command_line("set", "agentToken", input=self.token)
+        command_line("set", "smbPassword", input=self.password)
+        command_line("setup", "--login", input=self.password)
 
     def _told(self, name):
         return (self.directory / name).read_text(encoding="utf-8").rstrip("\n")

@@ -4,6 +4,7 @@
 #include "app/ContentView.h"
 #include "app/LegalDocumentsDialog.h"
 #include "app/Route.h"
+#include "app/StartupToken.h"
 #include "async/EscapeReport.h"
 #include "intake/PasteTapBridge.h"
 #include "platform/linux/MountedMedia.h"
@@ -48,12 +49,21 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
       filePanel_(desktopState_, mountedMedia, services.background(), services.mainLoop()),
       pasteboard_(*QApplication::clipboard()),
       platform_(services.platform({filePanel_, pasteboard_, activation_})), model_(platform_),
+      notification_([this](const QString& token) {
+          useStartupTokens({{u"activation-token"_s, token}});
+          showMainWindow();
+      }),
+      paste_(model_, platform_.mainLoop, notification_),
       tasks_(platform_.mainLoop,
              [this, report = reportEscapes(platform_.log)](const std::exception_ptr& escaped) {
                  report(escaped);
                  notices_.show(u"An internal error; the system's log tells more."_s);
              }),
-      pasteHook_(platform_, keys_, notifications_, tasks_),
+      tapRefusal_(eventTap_, notices, desktopState_),
+      pasteHook_(platform_,
+                 {keys_, notifications_, eventTap_, tapRefusal_, tapPasteboard_, frontmost_, finderScripts_},
+                 tasks_),
+      tapThread_(pasteHook_, eventTap_, platform_.log),
       mainWindow_(desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
                   {[this] { onAppear(); }, [] { QApplication::setWindowIcon(applicationIcon()); }}),
       tray_(commands_, [this] { showMainWindow(); }) {
@@ -94,8 +104,10 @@ void TernVaultApp::showMainWindow() {
 }
 
 void TernVaultApp::onAppear() {
-    PasteTapBridge::model = model_.weak();
+    PasteTapBridge::model = paste_.weak();
     pasteHook_.installLocalMonitor();
+    frontFolder_.start();
+    tapThread_.start();
     pasteHook_.installRemotePasteTrigger();
     comeForwardOnceMapped();
 }

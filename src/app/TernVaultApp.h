@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AnnouncedPaste.h"
 #include "app/ApplicationActivation.h"
 #include "app/ApplicationService.h"
 #include "app/Commands.h"
@@ -7,6 +8,8 @@
 #include "app/MainWindow.h"
 #include "app/Notices.h"
 #include "app/SettingsWindow.h"
+#include "app/TapRefusalNotice.h"
+#include "app/TapThread.h"
 #include "app/TrayIcon.h"
 #include "async/TaskScope.h"
 #include "intake/PasteHook.h"
@@ -16,6 +19,9 @@
 #include "platform/linux/LinuxServices.h"
 #include "platform/linux/PortalAppearance.h"
 #include "platform/linux/QtKeyMonitor.h"
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11Pasteboard.h"
+#include "platform/linux/finder/FinderScripts.h"
 #include "ui/FileChooser.h"
 #include "ui/Theme.h"
 
@@ -40,6 +46,9 @@ public:
     void open(const std::vector<QUrl>& urls);
     /// Does what the desktop entry's action of this name says; nothing for any other name.
     void performAction(const QString& name);
+    /// Before it is destroyed: false when a thread that uses it hangs, and the process has to leave through
+    /// std::_Exit.
+    bool finish(std::chrono::milliseconds grace) { return tapThread_.finish(grace); }
     /// What the desktop may ask for.
     ApplicationService::Handlers requests();
 
@@ -64,10 +73,19 @@ private:
     ApplicationActivation activation_;
     Platform platform_;
     AppModel model_;
+    DesktopNotification notification_;
+    AnnouncedPaste paste_;
     TaskScope tasks_;
     BusNotifications notifications_;
     QtKeyMonitor keys_;
+    X11EventTap eventTap_;
+    TapRefusalNotice tapRefusal_;
+    X11Pasteboard tapPasteboard_;
+    finder::X11FrontmostApplication frontmost_;
+    finder::FrontFolderWatch frontFolder_;
+    finder::FinderScripts finderScripts_{frontFolder_};
     PasteHook pasteHook_;
+    TapThread tapThread_;
     Commands commands_;
     MainWindow mainWindow_;
     std::unique_ptr<SettingsWindow> settings_;

@@ -60,6 +60,8 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
         app.performAction(commandLine.action);
         status = QApplication::exec();
         service.release();
+        if (!app.finish(1s))
+            std::_Exit(status);
     }
     if (!services.finishBackgroundWork(1s))
         std::_Exit(status);

@@ -1,7 +1,6 @@
 #include "intake/PasteHook.h"
 
-#include "intake/PasteTapBridge.h"
-#include "intake/PasteboardFiles.h"
+#include "intake/PasteboardURLs.h"
 
 #include <utility>
 
@@ -21,14 +20,19 @@ bool isCommandV(const KeyDown& key) {
 
 } // namespace
 
-PasteHook::PasteHook(const Platform& platform, KeyMonitor& keys, NotificationCenter& notifications,
-                     TaskScope& tasks)
-    : pasteboard_(platform.pasteboard), files_(platform.files), activation_(platform.activation), keys_(keys),
-      notifications_(notifications), tasks_(tasks) {}
+PasteHook::PasteHook(const Platform& platform, const PasteServices& services, TaskScope& tasks)
+    : pasteboard_(platform.pasteboard), files_(platform.files), activation_(platform.activation),
+      mainLoop_(platform.mainLoop), services_(services), tasks_(tasks),
+      tapContext_{services.tapPasteboard,
+                  platform.files,
+                  services.frontmost,
+                  services.scripts,
+                  platform.locations.volumesRoot(),
+                  [this] { mainLoop_.post([this] { handOver(); }); }} {}
 
 void PasteHook::installLocalMonitor() {
     if (localMonitor_ == nullptr)
-        localMonitor_ = keys_.addLocalMonitor([this](const KeyDown& key) { return takes(key); });
+        localMonitor_ = services_.keys.addLocalMonitor([this](const KeyDown& key) { return takes(key); });
 }
 
 bool PasteHook::takes(const KeyDown& key) {
@@ -42,7 +46,20 @@ bool PasteHook::takes(const KeyDown& key) {
 /// Registered twice, one notification would paste twice.
 void PasteHook::installRemotePasteTrigger() {
     if (!std::exchange(hasRemoteTrigger_, true))
-        notifications_.observe(pasteNotification, [this] { handOver(); });
+        services_.notifications.observe(pasteNotification, [this] { handOver(); });
+}
+
+void PasteHook::installFinderTap() {
+    const auto callback = [this](const TappedEvent& event) { PasteTapBridge::callback(tapContext_, event); };
+    if (services_.eventTap.run(1U << event_types::keyDown, callback))
+        return;
+    mainLoop_.post([this] { promptForAccessibility(); });
+    PasteTapBridge::tapThreadStarted = false;
+}
+
+void PasteHook::promptForAccessibility() {
+    if (!std::exchange(didPromptAccessibility, true))
+        services_.accessibilityPrompt.show();
 }
 
 void PasteHook::handOver() {

@@ -114,7 +114,7 @@ public:
     Task<> handleIncomingFileURLs(std::vector<QUrl> urls);
     /// Queues the files on the pasteboard, and brings the application to the front when there are any.
     Task<> pasteFromClipboard() override;
-    /// The existing files on the pasteboard. For another thread see intake/PasteboardFiles.h.
+    /// The existing files on the pasteboard. For another thread see intake/PasteboardURLs.h.
     std::vector<QUrl> fileURLsFromPasteboard() const;
 
     QString preferredShare() const override { return selectedShare; }

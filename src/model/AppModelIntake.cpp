@@ -1,5 +1,5 @@
 #include "intake/FileUrls.h"
-#include "intake/PasteboardFiles.h"
+#include "intake/PasteboardURLs.h"
 #include "model/AppModel.h"
 
 namespace ternvault {

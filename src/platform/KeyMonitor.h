@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/KeyNumbers.h"
+
 #include <QString>
 
 #include <cstdint>
@@ -9,19 +11,9 @@
 
 namespace ternvault {
 
-/// Bits of `KeyDown::flags`, as the reference platform numbers them. Its Command key is Ctrl on a PC, its
-/// Option key Alt, its Control key the one with the logo.
-namespace key_flags {
-inline constexpr std::uint32_t capsLock = 0x10000;
-inline constexpr std::uint32_t shift = 0x20000;
-inline constexpr std::uint32_t control = 0x40000;
-inline constexpr std::uint32_t option = 0x80000;
-inline constexpr std::uint32_t command = 0x100000;
-inline constexpr std::uint32_t deviceIndependent = 0xffff0000;
-} // namespace key_flags
-
 /// A key that went down in this application. One that is held goes down once.
 struct KeyDown {
+    /// Bits of `key_flags`.
     std::uint32_t flags = 0;
     /// Nothing for a key that types nothing.
     std::optional<QString> charactersIgnoringModifiers;

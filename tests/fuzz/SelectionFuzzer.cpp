@@ -1,5 +1,5 @@
 #include "base/FileUrl.h"
-#include "intake/PasteboardFiles.h"
+#include "intake/PasteboardURLs.h"
 #include "platform/linux/SelectionPasteboard.h"
 #include "support/FakePlatform.h"
 

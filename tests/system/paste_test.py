@@ -14,19 +14,6 @@ from accessibility import press_keys, wait_for  # noqa: E402
 NOTIFICATION = "space.larkspur.ternvault.pasteFromClipboard"
 
 
-def command_line(*arguments, **options):
-    subprocess.run(["ternvault-cli", *arguments], check=True, stdout=subprocess.DEVNULL, text=True, **options)
-
-
-def log_in(pc):
-    command_line("accept-legal")
-    command_line("set", "serverIP", pc.address)
-    command_line("set", "smbUser", (pc.directory / "user").read_text().strip())
-    command_line("set", "agentToken", input=pc.token)
-    command_line("set", "smbPassword", input=pc.password)
-    command_line("setup", "--login", input=pc.password)
-
-
 def put_on_clipboard(kind, content):
     """By a program that stays behind to deliver it."""
     subprocess.run(["xclip", "-selection", "clipboard", "-t", kind], input=content, check=True, text=True,
@@ -39,7 +26,7 @@ def post_notification():
 
 def main():
     pc = ternvault_window.PrivatePc(sys.argv[1])
-    log_in(pc)
+    pc.log_in()
     files = [pathlib.Path.home() / name for name in ("a letter.txt", "another.txt")]
     for file in files:
         file.write_text(f"this is {file.name}\n")

@@ -1,5 +1,5 @@
 #include "intake/DroppedFiles.h"
-#include "intake/PasteboardFiles.h"
+#include "intake/PasteboardURLs.h"
 #include "support/ModelFixture.h"
 
 namespace ternvault {

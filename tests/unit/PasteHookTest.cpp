@@ -1,6 +1,6 @@
 #include "intake/PasteHook.h"
 
-#include "intake/PasteTapBridge.h"
+#include "intake/PasteBoardFiles.h"
 #include "support/ModelFixture.h"
 
 namespace ternvault::test {
@@ -33,17 +33,66 @@ public:
     std::multimap<QString, std::function<void()>> observers;
 };
 
+/// Calls back for what the test presses, as long as it works.
+class FakeEventTap : public EventTap {
+public:
+    bool run(std::uint32_t eventTypes, const Callback& callback) override {
+        asked.push_back(eventTypes);
+        if (!works)
+            return false;
+        for (TappedEvent event : events) {
+            event.swallow = [this] {
+                ++swallowed;
+                return !isLate;
+            };
+            callback(event);
+        }
+        return true;
+    }
+    void stop() override {}
+
+    bool works = true;
+    bool isLate = false;
+    std::vector<TappedEvent> events;
+    std::vector<std::uint32_t> asked;
+    int swallowed = 0;
+};
+
+class FakeFinder : public FrontmostApplication, public ScriptHost, public AccessibilityPrompt {
+public:
+    std::optional<QString> bundleIdentifier() const override { return application; }
+    std::optional<QString> run(const QString& source) override {
+        scripts.push_back(source);
+        return folder;
+    }
+    void show() override { ++prompts; }
+
+    std::optional<QString> application = u"com.apple.finder"_s;
+    std::optional<QString> folder = u"/Volumes/MOSSBOX1/Photos/\n"_s;
+    std::vector<QString> scripts;
+    int prompts = 0;
+};
+
 class PasteHookTest : public ModelFixture {
 protected:
     PasteHookTest() {
         letMountsSucceed();
         fake.files.entries["/home/anna/a"] = false;
-        fake.pasteboard.urls = {QUrl(u"file:///home/anna/a"_s)};
+        tapPasteboard.urls = fake.pasteboard.urls = {QUrl(u"file:///home/anna/a"_s)};
         PasteTapBridge::model = model.weak();
     }
     ~PasteHookTest() override { PasteTapBridge::model = {}; }
     bool press(std::uint32_t flags, const std::optional<QString>& characters) const {
         return keys.press({flags, characters});
+    }
+    /// Of the key V with these flags.
+    int swallows(std::uint32_t flags, std::uint32_t type = event_types::keyDown,
+                 std::uint32_t key = key_codes::v) {
+        tap.events = {{type, flags, key, {}}};
+        tap.swallowed = 0;
+        hook.installFinderTap();
+        fake.time.run();
+        return tap.swallowed;
     }
     void appear() {
         hook.installLocalMonitor();
@@ -54,7 +103,10 @@ protected:
     TaskScope tasks{fake.time, [](const std::exception_ptr&) { ADD_FAILURE(); }};
     FakeKeys keys;
     FakeNotifications notifications;
-    PasteHook hook{fake.platform, keys, notifications, tasks};
+    FakeEventTap tap;
+    FakeFinder finder;
+    FakePasteboard tapPasteboard;
+    PasteHook hook{fake.platform, {keys, notifications, tap, finder, tapPasteboard, finder, finder}, tasks};
 };
 
 TEST_F(PasteHookTest, TakesCommandVAndNothingElse) {
@@ -95,12 +147,74 @@ TEST_F(PasteHookTest, EachNotificationIsOnePasteHoweverOftenTheWindowAppears) {
     EXPECT_TRUE(model.status->startsWith(u"Clipboard has no files"_s));
 }
 
+TEST_F(PasteHookTest, TheTapSwallowsPastesOfFilesOntoTheVolume) {
+    using namespace key_flags;
+    EXPECT_EQ(swallows(command | capsLock), 1);
+    EXPECT_EQ(model.transfers.totalCount, 1);
+    const std::vector<QString> asked = std::exchange(finder.scripts, {});
+    ASSERT_EQ(asked.size(), 1U);
+    EXPECT_EQ(asked[0].size(), 192);
+    EXPECT_TRUE(asked[0].startsWith(u"tell application \"Finder\"\n  if (count of Finder windows) is 0"_s));
+
+    for (const std::uint32_t flags : {0U, shift | command, option | command, control | command, shift})
+        EXPECT_EQ(swallows(flags), 0) << flags;
+    EXPECT_EQ(swallows(command, event_types::keyDown + 1), 0);
+    EXPECT_EQ(swallows(command, event_types::keyDown, key_codes::v + 1), 0);
+    tapPasteboard.urls.clear();
+    EXPECT_EQ(swallows(command), 0);
+    EXPECT_TRUE(finder.scripts.empty()) << "asked only about a paste of files";
+    EXPECT_EQ(model.transfers.totalCount, 1);
+}
+
+TEST_F(PasteHookTest, ATapThatDecidesTooLateHandsNothingOver) {
+    tap.isLate = true;
+    EXPECT_EQ(swallows(key_flags::command), 1);
+    EXPECT_EQ(fake.activation.count, 0);
+}
+
+TEST_F(PasteHookTest, KnowsFoldersOnTheVolume) {
+    const std::pair<std::optional<QString>, bool> folders[] = {{u"/Volumes/MOSSBOX"_s, true},
+                                                               {u"/Volumes/MOSS BOX 2/a"_s, true},
+                                                               {u" /Volumes/./MOSSBOX1/ \n"_s, true},
+                                                               {u"/Volumes/MOSSBOX1/.."_s, false},
+                                                               {u"/Volumes/PHOTOS"_s, false},
+                                                               {u"/home/anna/MOSSBOX1"_s, false},
+                                                               {u"/Volumes/x/../MOSSBOX1"_s, true},
+                                                               {u" \n"_s, false},
+                                                               {std::nullopt, false}};
+    for (const auto& [folder, isOnVolume] : folders) {
+        finder.folder = folder;
+        EXPECT_EQ(PasteBoardFiles::finderIsOnTernVault(finder, finder, "/Volumes"), isOnVolume)
+            << folder.value_or(u"none"_s).toStdString();
+    }
+    finder.folder = u"/Volumes/MOSSBOX1"_s;
+    finder.scripts.clear();
+    for (const std::optional<QString>& other :
+         {std::optional<QString>(), std::optional(u"org.gnome.Terminal"_s)}) {
+        finder.application = other;
+        EXPECT_FALSE(PasteBoardFiles::finderIsOnTernVault(finder, finder, "/Volumes"));
+    }
+    EXPECT_TRUE(finder.scripts.empty());
+}
+
+TEST_F(PasteHookTest, ARefusedTapIsToldOnceAndTriedAgain) {
+    tap.works = false;
+    for (int times = 0; times < 2; ++times) {
+        PasteTapBridge::tapThreadStarted = true;
+        hook.installFinderTap();
+        EXPECT_FALSE(PasteTapBridge::tapThreadStarted);
+        fake.time.run();
+    }
+    EXPECT_EQ(finder.prompts, 1);
+    EXPECT_EQ(tap.asked, (std::vector<std::uint32_t>{0x400, 0x400})) << "key presses only";
+}
+
 TEST_F(PasteHookTest, DoesNothingOnceTheModelIsGone) {
     appear();
     PasteTapBridge::model = {};
     EXPECT_FALSE(press(key_flags::command, u"v"_s));
     notifications.post(u"space.larkspur.ternvault.pasteFromClipboard"_s);
-    fake.time.run();
+    EXPECT_EQ(swallows(key_flags::command), 1);
     EXPECT_EQ(fake.activation.count, 0);
 }
 

@@ -1,40 +1,21 @@
 #include "platform/linux/X11Windows.h"
 
+#include "platform/linux/X11Connection.h"
+
 #include <QGuiApplication>
 
-#include <xcb/xcb.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 namespace ternvault::x11 {
 
 namespace {
 
-struct FreeDeleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
 /// Null where the display is not X11.
 xcb_connection_t* connection() {
     const auto* const x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
     return x11 != nullptr ? x11->connection() : nullptr;
-}
-
-/// Of the first screen, which is the only one on today's servers.
-xcb_window_t rootWindow(xcb_connection_t* connection) {
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
-
-xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
-    const xcb_intern_atom_cookie_t cookie =
-        xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const std::unique_ptr<xcb_intern_atom_reply_t, FreeDeleter> reply(
-        xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
 void sendToRoot(xcb_connection_t* connection, const xcb_client_message_event_t& message, std::uint32_t mask) {

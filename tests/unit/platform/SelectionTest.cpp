@@ -1,6 +1,6 @@
 #include "base/FileUrl.h"
 #include "intake/DroppedFiles.h"
-#include "intake/PasteboardFiles.h"
+#include "intake/PasteboardURLs.h"
 #include "platform/linux/QtMainLoop.h"
 #include "platform/linux/SelectionPasteboard.h"
 #include "support/FakePlatform.h"

@@ -1,4 +1,4 @@
-#include "intake/PasteboardFiles.h"
+#include "intake/PasteboardURLs.h"
 
 #include "base/FileUrl.h"
 #include "base/StandardizedPath.h"

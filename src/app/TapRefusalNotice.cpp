@@ -1,0 +1,42 @@
+#include "app/TapRefusalNotice.h"
+
+#include <QSettings>
+
+namespace ternvault {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto toldAboutWayland = u"toldAboutWayland"_s;
+
+} // namespace
+
+void TapRefusalNotice::show() {
+    switch (tap_.refusal()) {
+    case x11::TapRefusal::none:
+    case x11::TapRefusal::noDisplay:
+        break;
+    case x11::TapRefusal::waylandSession:
+        if (desktopState_.value(toldAboutWayland).toBool())
+            break;
+        desktopState_.setValue(toldAboutWayland, true);
+        notices_.show(
+            u"Pastes made in file managers are not taken over, because on Wayland no program sees keys that "
+            u"are meant for another. Paste in this window instead, drop files onto it, or choose “Send to "
+            u"Tern Vault” in the file manager's menu."_s);
+        break;
+    case x11::TapRefusal::keyTaken:
+        notices_.show(
+            u"Pastes made in file managers are not taken over, because another program has reserved Ctrl+V. "
+            u"Free it there, then close this window and open it again. Pasting in this window works."_s);
+        break;
+    case x11::TapRefusal::noPasteKey:
+        notices_.show(
+            u"Pastes made in file managers are not taken over, because no key of this keyboard types a V. "
+            u"Once one does, close this window and open it again."_s);
+        break;
+    }
+}
+
+} // namespace ternvault

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/FrontmostApplication.h"
+#include "platform/ScriptHost.h"
+
+#include <QString>
+
+#include <filesystem>
+#include <optional>
+
+/// What the file manager in front shows. On the thread of the ports.
+namespace ternvault::PasteBoardFiles {
+
+/// The folder in the file manager's front window; nothing where there is none or it cannot be told.
+std::optional<QString> finderFrontFolderPOSIX(ScriptHost& scripts);
+
+/// Whether a file manager is in front and shows a folder on the volume: anything below `volumesRoot` whose
+/// path begins with one of the agent's own names of shares.
+bool finderIsOnTernVault(const FrontmostApplication& frontmost, ScriptHost& scripts,
+                         const std::filesystem::path& volumesRoot);
+
+} // namespace ternvault::PasteBoardFiles

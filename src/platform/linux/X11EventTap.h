@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/EventTap.h"
+#include "platform/linux/WakeUp.h"
+#include "platform/linux/X11TapRefusal.h"
+
+#include <atomic>
+#include <memory>
+
+namespace ternvault {
+
+/// Holds back presses of Ctrl+V, with whatever locks are on, in a session on an X server. No other event
+/// comes to the callback, whatever types it is to be.
+///
+/// A press that nobody has swallowed after 150 ms goes on, and so does one that comes while the callback is
+/// still busy with the one before. Of a swallowed press, the repetitions and the release are swallowed, too.
+/// The callback's thread is the caller's of `run`; another thread, which waits for nobody, answers the X
+/// server.
+class X11EventTap final : public EventTap {
+public:
+    /// When an exception leaves the callback, the tap is stopped and the exception leaves this.
+    bool run(std::uint32_t eventTypes, const Callback& callback) override;
+    /// For good: `run` returns at once when it is called afterwards. A press that is held goes on. The X
+    /// server is left at once, even if the callback hangs and `run` has to wait for it.
+    void stop() override;
+
+    /// Why `run` returned false. Any thread.
+    x11::TapRefusal refusal() const { return refusal_; }
+
+private:
+    const std::shared_ptr<const WakeUp> wakeUp_ = std::make_shared<const WakeUp>();
+    std::atomic<bool> stopping_ = false;
+    std::atomic<x11::TapRefusal> refusal_ = x11::TapRefusal::none;
+};
+
+} // namespace ternvault

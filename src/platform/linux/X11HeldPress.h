@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/linux/WakeUp.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+namespace ternvault::x11 {
+
+/// A key press that the X server holds back until somebody settles what becomes of it. Any thread.
+class HeldPress {
+public:
+    enum class Fate { open, swallowed, passedOn };
+
+    /// `flags` are bits of `key_flags`.
+    HeldPress(std::uint32_t flags, std::shared_ptr<const WakeUp> keyboardThread)
+        : flags(flags), keyboardThread_(std::move(keyboardThread)) {}
+
+    /// The first one settles it; false for all others.
+    bool settle(Fate fate) {
+        Fate before = Fate::open;
+        const bool first = fate_.compare_exchange_strong(before, fate);
+        if (first)
+            keyboardThread_->ring();
+        return first;
+    }
+    Fate fate() const { return fate_; }
+
+    const std::uint32_t flags;
+
+private:
+    const std::shared_ptr<const WakeUp> keyboardThread_;
+    std::atomic<Fate> fate_ = Fate::open;
+};
+
+} // namespace ternvault::x11

@@ -1,0 +1,202 @@
+#include "platform/linux/X11Pasteboard.h"
+
+#include "platform/linux/X11Connection.h"
+
+#include <poll.h>
+
+#include <optional>
+#include <utility>
+
+namespace ternvault {
+
+using x11::Owned;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr xcb_window_t none = XCB_NONE;              // atoms have the same type
+constexpr std::uint32_t largest = 64U * 1024 * 1024; // bytes
+
+} // namespace
+
+/// Who asks the clipboard's owner. Each transfer that is given up keeps its window, and what follows gets a
+/// new one: so what comes late is known by its window, and no owner's program meets a window that is gone,
+/// which ends many of them.
+class X11Pasteboard::Requestor {
+public:
+    explicit Requestor(x11::Connection connection)
+        : connection_(std::move(connection)), clipboard_(x11::atom(connection_.get(), "CLIPBOARD")),
+          incremental_(x11::atom(connection_.get(), "INCR")),
+          property_(x11::atom(connection_.get(), "TERNVAULT_SELECTION")), window_(newWindow()) {}
+
+    QByteArray read(std::string_view format, std::chrono::milliseconds patience) {
+        const xcb_atom_t target = x11::atom(connection_.get(), format);
+        const xcb_window_t owner = clipboardOwner();
+        discardLate();
+        if (owner == none || owner == owing_)
+            return {};
+        owing_ = owner;
+        owedTo_ = none;
+        noticeEndOf(owner);
+        xcb_convert_selection(connection_.get(), window_, clipboard_, target, property_, XCB_CURRENT_TIME);
+        std::optional<QByteArray> content = answer(Clock::now() + patience);
+        if (content)
+            owing_ = none;
+        else
+            owedTo_ = std::exchange(window_, newWindow());
+        return std::move(content).value_or(QByteArray());
+    }
+
+private:
+    struct Part {
+        xcb_atom_t type;
+        QByteArray bytes;
+    };
+
+    xcb_window_t newWindow() {
+        const xcb_window_t window = xcb_generate_id(connection_.get());
+        const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window, x11::rootWindow(connection_.get()),
+                          0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                          &events);
+        return window;
+    }
+
+    /// It ends the wait, and another program may get the same window's number.
+    void noticeEndOf(xcb_window_t window) {
+        const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        xcb_change_window_attributes(connection_.get(), window, XCB_CW_EVENT_MASK, &events);
+    }
+
+    /// What happened before it was asked for has come as events then.
+    xcb_window_t clipboardOwner() {
+        const xcb_get_selection_owner_cookie_t cookie =
+            xcb_get_selection_owner(connection_.get(), clipboard_);
+        const Owned<xcb_get_selection_owner_reply_t> reply(
+            xcb_get_selection_owner_reply(connection_.get(), cookie, nullptr));
+        return reply ? reply->owner : none;
+    }
+
+    /// Nothing when it did not come in time, or not whole.
+    std::optional<QByteArray> answer(Clock::time_point deadline) {
+        const Owned<xcb_generic_event_t> notice = next(XCB_SELECTION_NOTIFY, deadline);
+        if (!notice)
+            return std::nullopt;
+        const auto& answered = reinterpret_cast<const xcb_selection_notify_event_t&>(*notice);
+        if (answered.property == none)
+            return QByteArray();
+        Part whole = takePart();
+        return whole.type == incremental_ ? allParts(deadline) : std::move(whole.bytes);
+    }
+
+    /// The owner writes a part each time the one before was removed, and an empty one at the end.
+    std::optional<QByteArray> allParts(Clock::time_point deadline) {
+        QByteArray content;
+        while (next(XCB_PROPERTY_NOTIFY, deadline)) {
+            const Part part = takePart();
+            if (part.type == none)
+                continue; // a notice of what has been taken already, or of its removal
+            if (part.bytes.isEmpty())
+                return content;
+            content += part.bytes;
+            if (content.size() > qsizetype(largest))
+                break;
+        }
+        return std::nullopt;
+    }
+
+    Part takePart() {
+        const xcb_get_property_cookie_t cookie = xcb_get_property(connection_.get(), 1, window_, property_,
+                                                                  XCB_GET_PROPERTY_TYPE_ANY, 0, largest / 4);
+        const Owned<xcb_get_property_reply_t> reply(
+            xcb_get_property_reply(connection_.get(), cookie, nullptr));
+        if (!reply || reply->bytes_after != 0)
+            return {none, {}};
+        const auto* const bytes = static_cast<const char*>(xcb_get_property_value(reply.get()));
+        return {reply->type, QByteArray(bytes, xcb_get_property_value_length(reply.get()))};
+    }
+
+    /// The next event of the kind for the present transfer; null at the deadline, or when the owner is gone.
+    Owned<xcb_generic_event_t> next(std::uint8_t kind, Clock::time_point deadline) {
+        xcb_flush(connection_.get());
+        while (true) {
+            while (Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
+                if (windowOf(*event) != window_)
+                    takeLate(*event);
+                else if (kindOf(*event) == kind)
+                    return event;
+            }
+            if (owing_ == none)
+                return nullptr;
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+            pollfd readable{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
+            if (left.count() <= 0 || xcb_connection_has_error(connection_.get()) != 0 ||
+                ::poll(&readable, 1, static_cast<int>(left.count())) == 0)
+                return nullptr;
+        }
+    }
+
+    void discardLate() {
+        while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())})
+            takeLate(*event);
+    }
+
+    /// Whoever still answers is asked again. Parts are removed, so that their owner comes to an end.
+    void takeLate(const xcb_generic_event_t& event) {
+        const xcb_window_t window = windowOf(event);
+        if (window == none || window == window_)
+            return;
+        if (window == owing_ || window == owedTo_)
+            owing_ = none;
+        if (kindOf(event) != XCB_DESTROY_NOTIFY)
+            xcb_delete_property(connection_.get(), window, property_);
+    }
+
+    static std::uint8_t kindOf(const xcb_generic_event_t& event) {
+        constexpr std::uint8_t sentByClient = 0x80;
+        return event.response_type & static_cast<std::uint8_t>(~sentByClient);
+    }
+
+    /// Which one an answer came to, or which owner is gone; none for what is neither.
+    static xcb_window_t windowOf(const xcb_generic_event_t& event) {
+        switch (kindOf(event)) {
+        case XCB_SELECTION_NOTIFY:
+            return reinterpret_cast<const xcb_selection_notify_event_t&>(event).requestor;
+        case XCB_DESTROY_NOTIFY:
+            return reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+        case XCB_PROPERTY_NOTIFY: {
+            const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+            return change.state == XCB_PROPERTY_NEW_VALUE ? change.window : none;
+        }
+        default:
+            return none;
+        }
+    }
+
+    x11::Connection connection_;
+    xcb_atom_t clipboard_;
+    xcb_atom_t incremental_;
+    xcb_atom_t property_;
+    xcb_window_t window_;
+    /// The owner that has not answered yet.
+    xcb_window_t owing_ = none;
+    /// The window of the transfer that was given up because of it.
+    xcb_window_t owedTo_ = none;
+};
+
+X11Pasteboard::X11Pasteboard(std::chrono::milliseconds patience) : patience_(patience) {}
+
+X11Pasteboard::~X11Pasteboard() = default;
+
+QByteArray X11Pasteboard::content(const QString& mimeType) const {
+    if (!requestor_) {
+        if (x11::Connection connection = x11::connect())
+            requestor_ = std::make_unique<Requestor>(std::move(connection));
+    }
+    const QByteArray format = mimeType.toLatin1();
+    return requestor_
+               ? requestor_->read({format.constData(), static_cast<std::size_t>(format.size())}, patience_)
+               : QByteArray();
+}
+
+} // namespace ternvault

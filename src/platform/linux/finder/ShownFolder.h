@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/linux/finder/AccessibleWindow.h"
+
+#include <filesystem>
+#include <vector>
+
+/// What the controls of a file manager's window say, whichever file manager it is.
+namespace ternvault::finder {
+
+/// What says that it has the focus, each stronger than the one before: nothing, only an item of a list,
+/// another control, one that takes text. An item may say so without having it (Qt, GTK 2), while a field
+/// above it that is not told of does.
+enum class Focus { nothing, item, control, text };
+
+/// What it stands for if it has the focus.
+Focus focusOf(const AccessibleNode& node);
+Focus focusIn(const AccessibleWindow& window);
+
+/// The folders that the window may be showing, by its title, its location fields and its rows of path
+/// buttons. Only those whose name the title begins with, or which it names whole.
+std::vector<std::filesystem::path> shownFolders(const AccessibleWindow& window, const QString& title);
+
+/// Whether the title begins with the folder's name, or with all of its path.
+bool isTitledAfter(const QString& title, const std::filesystem::path& folder);
+
+} // namespace ternvault::finder

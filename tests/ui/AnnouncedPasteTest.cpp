@@ -1,0 +1,91 @@
+#include "app/AnnouncedPaste.h"
+#include "support/ModelFixture.h"
+#include "support/PrivateBus.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QTest>
+#include <QWidget>
+
+namespace ternvault::test {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto name = u"org.freedesktop.Notifications"_s;
+const auto path = u"/org/freedesktop/Notifications"_s;
+
+/// The desktop's service for notifications, as far as the test looks at it.
+class Service final : public QDBusVirtualObject {
+public:
+    Service() : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"service"_s)) {
+        bus_.registerVirtualObject(path, this);
+        bus_.registerService(name);
+    }
+    ~Service() override { QDBusConnection::disconnectFromBus(u"service"_s); }
+    void choose(uint id) {
+        const auto signal = [](const QString& member) {
+            return QDBusMessage::createSignal(path, name, member);
+        };
+        bus_.send(signal(u"ActivationToken"_s) << id << u"token"_s);
+        bus_.send(signal(u"ActionInvoked"_s) << id << u"default"_s);
+    }
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override {
+        shown.push_back(call.arguments()[3].toString());
+        replaced.push_back(call.arguments()[1].toUInt());
+        return bus.send(call.createReply(7U));
+    }
+
+    QStringList shown;
+    std::vector<uint> replaced;
+
+private:
+    QDBusConnection bus_;
+};
+
+} // namespace
+
+class AnnouncedPastes : public ModelFixture {
+protected:
+    /// As far as a paste goes within the moment that windows have to become active, and beyond.
+    void paste() {
+        perform(pastes.pasteFromClipboard());
+        fake.time.advance(std::chrono::seconds(1));
+    }
+
+    const TemporaryFolder folder;
+    PrivateBus bus{folder.path()};
+    const bool hasBus = bus.start();
+    AppModel& model = startWithAccount();
+    QString token;
+    DesktopNotification notification{[this](const QString& given) { token = given; }};
+    AnnouncedPaste pastes{model, fake.time, notification};
+};
+
+TEST_F(AnnouncedPastes, AreToldOnTheDesktopWhereNoWindowOfOursIsActive) {
+    ASSERT_TRUE(hasBus);
+    paste(); // no service is there
+    fake.files.entries = {{"/a", false}, {"/b", false}, {"/Volumes", true}, {"/Volumes/MOSSBOX1", true}};
+    fake.pasteboard.urls = {QUrl(u"file:///a"_s), QUrl(u"file:///b"_s)};
+    model.refreshMounted();
+    Service service;
+    QWidget window;
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    paste();
+    window.close();
+    fake.pasteboard.urls.pop_back();
+    for (int i = 0; i < 3; ++i)
+        paste();
+    ASSERT_TRUE(QTest::qWaitFor([&service] { return service.shown.size() == 2; }));
+    EXPECT_EQ(service.shown[0], u"Queued 1 item(s) → /Volumes/MOSSBOX1"_s);
+    EXPECT_EQ(service.replaced, (std::vector<uint>{0, 7}));
+    service.choose(8);
+    service.choose(7);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !token.isEmpty(); }));
+}
+
+} // namespace ternvault::test
