@@ -112,6 +112,7 @@ void TappedKeyboard::followMapping() {
 
 void TappedKeyboard::grab(const std::vector<PasteKeys::Chord>& chords) {
     std::vector<xcb_void_cookie_t> requests;
+    requests.reserve(chords.size());
     for (const PasteKeys::Chord& chord : chords)
         requests.push_back(xcb_grab_key_checked(connection_.get(), 0, rootWindow(connection_.get()),
                                                 chord.modifiers, chord.key, XCB_GRAB_MODE_ASYNC,
