@@ -14,9 +14,9 @@ class HeldPress {
 public:
     enum class Fate { open, swallowed, passedOn };
 
-    /// `flags` are bits of `key_flags`.
-    HeldPress(std::uint32_t flags, std::shared_ptr<const WakeUp> keyboardThread)
-        : flags(flags), keyboardThread_(std::move(keyboardThread)) {}
+    /// `eventFlags` are bits of `key_flags`.
+    HeldPress(std::uint32_t eventFlags, std::shared_ptr<const WakeUp> keyboardThread)
+        : flags(eventFlags), keyboardThread_(std::move(keyboardThread)) {}
 
     /// The first one settles it; false for all others.
     bool settle(Fate fate) {
