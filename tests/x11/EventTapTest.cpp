@@ -25,6 +25,8 @@ using Key = xcb_keycode_t;
 constexpr Key control = 37, shift = 50, alt = 64, c = 54, v = 55, x = 53, period = 60;
 constexpr std::uint8_t capsLock = XCB_MOD_MASK_LOCK, numLock = XCB_MOD_MASK_2;
 constexpr auto patience = 5s;
+/// Other tests run meanwhile; the benchmark knows the bare limit.
+constexpr auto busyMachine = 100ms;
 /// Repetitions come every 20 ms.
 constexpr auto manyRepetitions = 300ms;
 
@@ -254,7 +256,7 @@ TEST_F(EventTapTest, HoldsNoKeyUpForLongWhenTheCallbackHangs) {
         const auto pressed = ForeignWindow::Clock::now();
         window.type(v);
         EXPECT_EQ(nextKey(patience), v);
-        EXPECT_LT(ForeignWindow::Clock::now() - pressed, 160ms);
+        EXPECT_LT(ForeignWindow::Clock::now() - pressed, 160ms + busyMachine);
     }
     window.release(control);
     EXPECT_FALSE(seen.get_future().get().swallow());

@@ -178,23 +178,34 @@ void TappedKeyboard::answerSettled() {
 void TappedKeyboard::handleWhileDown(const xcb_key_press_event_t& event) {
     if (event.detail != keyDown_) {
         answer(XCB_ALLOW_REPLAY_KEYBOARD);
-        const auto cookie = xcb_grab_keyboard(connection_.get(), 0, rootWindow(connection_.get()),
-                                              XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC);
-        const Owned<xcb_grab_keyboard_reply_t> reply(
-            xcb_grab_keyboard_reply(connection_.get(), cookie, nullptr));
-        grabbedAnew_ = reply != nullptr && reply->status == XCB_GRAB_STATUS_SUCCESS;
-        if (grabbedAnew_)
-            answer(XCB_ALLOW_SYNC_KEYBOARD);
-        else
-            keyDown_ = 0;
+        takeAgain();
     } else if (event.response_type == XCB_KEY_PRESS) {
         answer(XCB_ALLOW_SYNC_KEYBOARD);
     } else {
-        // The passive grab has ended with the key, and the next press may be held already.
-        if (std::exchange(grabbedAnew_, false))
-            xcb_ungrab_keyboard(connection_.get(), XCB_CURRENT_TIME);
-        keyDown_ = 0;
+        keyIsUp();
     }
+}
+
+/// In between, a release may have gone on to the window in front.
+void TappedKeyboard::takeAgain() {
+    const auto grabbing = xcb_grab_keyboard(connection_.get(), 0, rootWindow(connection_.get()),
+                                            XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC);
+    const auto asking = xcb_query_keymap(connection_.get());
+    const Owned<xcb_grab_keyboard_reply_t> grab(
+        xcb_grab_keyboard_reply(connection_.get(), grabbing, nullptr));
+    const Owned<xcb_query_keymap_reply_t> keys(xcb_query_keymap_reply(connection_.get(), asking, nullptr));
+    grabbedAnew_ = grab != nullptr && grab->status == XCB_GRAB_STATUS_SUCCESS;
+    if (grabbedAnew_ && keys != nullptr && (keys->keys[keyDown_ / 8] >> keyDown_ % 8 & 1) != 0)
+        answer(XCB_ALLOW_SYNC_KEYBOARD);
+    else
+        keyIsUp();
+}
+
+/// The grab that came with the press has ended by itself, and the next press may be held already.
+void TappedKeyboard::keyIsUp() {
+    if (std::exchange(grabbedAnew_, false))
+        xcb_ungrab_keyboard(connection_.get(), XCB_CURRENT_TIME);
+    keyDown_ = 0;
 }
 
 void TappedKeyboard::answer(xcb_allow_t mode) {

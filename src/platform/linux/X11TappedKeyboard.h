@@ -38,6 +38,8 @@ private:
     void handle(const xcb_generic_event_t& event);
     void hold(const xcb_key_press_event_t& press);
     void handleWhileDown(const xcb_key_press_event_t& event);
+    void takeAgain();
+    void keyIsUp();
     void settleByDeadline();
     void answerSettled();
     void answer(xcb_allow_t mode);
