@@ -318,6 +318,22 @@ TEST_F(EventTapTest, LetsGoOfEverythingWhenItIsStopped) {
     EXPECT_TRUE(run()) << "it is stopped for good";
 }
 
+TEST_F(EventTapTest, LosesNoKeyThatComesWhileItStops) {
+    for (int i = 0; i < 50; ++i) {
+        X11EventTap stopped;
+        std::atomic<bool> works = false;
+        std::thread thread(
+            [&] { stopped.run(1U << event_types::keyDown, [&](const TappedEvent&) { works = true; }); });
+        while (!works)
+            paste(), arrived();
+        paste();
+        window.sync();
+        stopped.stop();
+        EXPECT_THAT(arrived(), ElementsAre(v));
+        thread.join();
+    }
+}
+
 TEST_F(EventTapTest, DoesNotKeepAKeyWhenTheCallbackThrows) {
     start();
     act([](const TappedEvent&) { throw std::runtime_error("callback"); });

@@ -70,7 +70,12 @@ std::uint8_t setUpXkb(xcb_connection_t* connection) {
 TappedKeyboard::TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, Offer offer)
     : wakeUp_(std::move(wakeUp)), offer_(std::move(offer)), connection_(connectOrRefuse()),
       xkbEvent_(setUpXkb(connection_.get())) {
-    followMapping();
+    try {
+        followMapping();
+    } catch (TapRefusal) {
+        giveUp();
+        throw;
+    }
     if (isLost())
         throw TapRefusal::noDisplay;
     if (grabbed_.empty())
@@ -82,7 +87,7 @@ TappedKeyboard::~TappedKeyboard() {
         held_->settle(HeldPress::Fate::passedOn);
         answerSettled();
     }
-    ungrab();
+    giveUp();
 }
 
 void TappedKeyboard::serve(const std::atomic<bool>& stopping) {
@@ -123,15 +128,20 @@ void TappedKeyboard::grab(const std::vector<PasteKeys::Chord>& chords) {
         const Owned<xcb_generic_error_t> error(xcb_request_check(connection_.get(), request));
         refused |= error != nullptr;
     }
-    if (refused) {
-        ungrab();
+    if (refused)
         throw TapRefusal::keyTaken;
-    }
 }
 
 void TappedKeyboard::ungrab() {
     for (const PasteKeys::Chord& chord : std::exchange(grabbed_, {}))
         xcb_ungrab_key(connection_.get(), chord.key, rootWindow(connection_.get()), chord.modifiers);
+}
+
+/// A press that is held, but has not been read yet, goes on.
+void TappedKeyboard::giveUp() {
+    ungrab();
+    answer(XCB_ALLOW_REPLAY_KEYBOARD);
+    xcb_ungrab_keyboard(connection_.get(), XCB_CURRENT_TIME);
     // A server that finds the connection closed may not read what was sent last.
     const Owned<xcb_get_input_focus_reply_t> done(
         xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));

@@ -34,6 +34,7 @@ private:
     void followMapping();
     void grab(const std::vector<PasteKeys::Chord>& chords);
     void ungrab();
+    void giveUp();
 
     void handle(const xcb_generic_event_t& event);
     void hold(const xcb_key_press_event_t& press);
