@@ -5,7 +5,6 @@
 #include "server/Log.h"
 #include "server/Programs.h"
 #include "server/Requests.h"
-#include "server/Token.h"
 #include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -14,14 +13,11 @@
 #include <functional>
 #include <thread>
 
-#include <sys/stat.h>
-
 namespace ternvault::server {
 
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using test::readFile;
-using test::writeFile;
 using testing::ElementsAre;
 
 /// The code of the refusal, with its status; "" when there is none.
@@ -191,31 +187,6 @@ TEST(Configuration, NamesTheKeyAtFault) {
         }
 }
 
-TEST(Token, IsMadeOnceAndKeptPrivate) {
-    const test::TemporaryFolder folder;
-    const auto file = folder / "token";
-    const auto expectError = [&](auto action, int expected) {
-        try {
-            action(file);
-            ADD_FAILURE() << expected;
-        } catch (const std::system_error& error) {
-            EXPECT_EQ(error.code().value(), expected);
-        }
-    };
-    const std::string token = createToken(file);
-    EXPECT_THAT(token, testing::MatchesRegex("[0-9a-f]{64}"));
-    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
-    expectError(createToken, EEXIST);
-    EXPECT_EQ(readToken(file), token);
-    ::chmod(file.c_str(), 0640);
-    expectError(readToken, EPERM);
-    ::chmod(file.c_str(), 0600);
-    for (const char* content : {"\n", "short\n", "0123456789 0123456789\n"}) {
-        writeFile(file, content);
-        expectError(readToken, EINVAL);
-    }
-}
-
 TEST(Log, ShowsNothingThatIsNotPlain) {
     EXPECT_EQ(printable("/a b\n\x1b\\ä"), "/a b\\x0a\\x1b\\x5c\\xc3\\xa4");
     EXPECT_EQ(printable(std::string(1000, 'x')), std::string(128, 'x') + "...");
@@ -266,21 +237,13 @@ TEST(Shares, AreThePlacesForFiles) {
                                     Share{"Films", "/srv/films", false}));
 }
 
-TEST(Mounts, AreFoundByTheLongestPoint) {
-    const auto mounts =
-        parseMounts("22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
-                    "30 22 8:17 / /srv/my\\040data rw shared:5 master:2 - ext4 /dev/sdb1 ro,x\n"
-                    "31 22 0:40 /@ /srv rw - btrfs /dev/sdc1 rw\n"
-                    "32 22 0:41 / /srv ro,nosuid - tmpfs tmpfs rw\n"
-                    "broken\n");
-    EXPECT_THAT(mounts,
-                ElementsAre(Mount{"8:1", "/", false, "/dev/sda1"},
-                            Mount{"8:17", "/srv/my data", true, "/dev/sdb1"},
-                            Mount{"0:40", "/srv", false, "/dev/sdc1"}, Mount{"0:41", "/srv", true, "tmpfs"}));
-    const std::pair<const char*, int> cases[] = {
-        {"/", 0}, {"/srv2", 0}, {"/srv", 3}, {"/srv/my data/x", 1}, {"/srv/my", 3}};
-    for (const auto& [path, index] : cases)
-        EXPECT_EQ(mountOf(path, mounts), &mounts[static_cast<std::size_t>(index)]) << path;
+TEST(Mounts, OfOnePointTheLatestCounts) {
+    const auto mounts = parseMounts("22 1 8:1 / / rw - ext4 /dev/sda1 rw\n"
+                                    "31 22 0:40 /@ /srv rw - btrfs /dev/sdc1 rw\n"
+                                    "32 22 0:41 / /srv ro,nosuid - tmpfs tmpfs rw\n"
+                                    "broken\n");
+    EXPECT_EQ(mountOf("/srv/my", mounts), &mounts.at(2));
+    EXPECT_EQ(mountOf("/srv2", mounts), &mounts.at(0));
     EXPECT_EQ(mountOf("/", {}), nullptr);
 }
 
