@@ -114,21 +114,10 @@ TEST_F(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
     EXPECT_EQ(readFile(to / "file/precious"), "kept");
     EXPECT_EQ(readFile(to / "folder"), "in the way of a file");
 
-    const struct {
-        fs::path from, to;
-        std::string error;
-    } refused[] = {
-        {from / "missing", to / "new", (from / "missing").native() + ": No such file or directory"},
-        {from / "file", to / "none/file", (to / "none/file").native() + ": No such file or directory"},
-        {from / "file", from / "file", (from / "file").native() + ": Is the source itself"},
-        {to, to / "folder2", (to / "folder2").native() + ": A folder cannot be copied into itself"},
-    };
-    for (const auto& [source, target, error] : refused) {
-        const ProcessResult refusal = ditto(source, target);
-        EXPECT_EQ(refusal.exitStatus, 1) << error;
-        EXPECT_EQ(refusal.standardError.toStdString(), error + '\n');
-    }
-    EXPECT_EQ(readFile(from / "file"), "in the way of a folder");
+    const ProcessResult refusal = ditto(to, to / "folder2");
+    EXPECT_EQ(refusal.exitStatus, 1);
+    EXPECT_EQ(refusal.standardError.toStdString(),
+              (to / "folder2").native() + ": A folder cannot be copied into itself\n");
 }
 
 TEST_F(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {

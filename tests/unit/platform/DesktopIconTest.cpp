@@ -89,19 +89,6 @@ TEST(FileFlags, WritersAtTheSameTimeLoseNoName) {
     EXPECT_EQ(list.substr(8), "\n\n\n\nabcd");
 }
 
-TEST(DesktopIconPrograms, RefuseWhatTheyDoNotKnow) {
-    const std::pair<StandIn, QString> calls[] = {
-        {runFileFlags, u""_s},
-        {runFileFlags, u"uchg|/tmp"_s},
-        {runFileFlags, u"hidden|relative"_s},
-        {runFileFlags, u"hidden|/tmp/a\nb"_s},
-        {runKillAll, u"xfdesktop"_s},
-    };
-    for (const auto& [program, words] : calls)
-        EXPECT_EQ(program(words.split(u'|', Qt::SkipEmptyParts)).exitStatus, 64) << words.toStdString();
-    EXPECT_EQ(show(u"1"_s), 64);
-}
-
 TEST(DesktopPreference, GoesToTheSettingOfXfce) {
     const TemporaryFolder folder;
     for (const char* variable : {"XDG_CONFIG_HOME", "HOME"})

@@ -59,18 +59,4 @@ TEST(ProcessLauncher, DoesNotWaitForADaemonThatKeepsTheStreams) {
     ::kill(result.standardOutput.mid(8).trimmed().toInt(), SIGKILL);
 }
 
-TEST(ProcessLauncher, TakesWhatTheTableHasInPlaceOfAProgram) {
-    ProgramTable table;
-    table.substitute(u"/usr/bin/open"_s, shell);
-    table.substitute(u"/usr/bin/osascript"_s, StandIn([](const QStringList& arguments) {
-                         return ProcessResult{{}, 7, arguments.join(u'|').toUtf8(), {}};
-                     }));
-    LinuxProcessLauncher launcher(table);
-    EXPECT_TRUE(launcher.isExecutable(u"/usr/bin/osascript"_s));
-    EXPECT_EQ(launcher.run(u"/usr/bin/open"_s, {u"-c"_s, u"exit 3"_s}).exitStatus, 3);
-    const ProcessResult result = launcher.run(u"/usr/bin/osascript"_s, {u"-e"_s, u"x y"_s});
-    EXPECT_EQ(result.exitStatus, 7);
-    EXPECT_EQ(result.standardOutput, "-e|x y");
-}
-
 } // namespace ternvault

@@ -58,17 +58,12 @@ protected:
 
 } // namespace
 
-TEST_F(UserDefaultsTest, KeepsTypesTellsAbsentApartAndWritesOnlyChanges) {
+TEST_F(UserDefaultsTest, TellsAbsentApartAndWritesOnlyChanges) {
     fs::remove_all(file.parent_path());
     LinuxUserDefaults defaults = open();
     EXPECT_FALSE(defaults.object(u"a"_s));
-    const QVariant values[] = {u"true"_s, true, 1.0, qlonglong{1}, others};
-    for (const QVariant& value : values) {
-        defaults.set(u"a"_s, value);
-        const QVariant stored = open().object(u"a"_s).value_or(QVariant());
-        EXPECT_EQ(stored.typeId(), value.typeId());
-        EXPECT_EQ(stored, value);
-    }
+    defaults.set(u"a"_s, others);
+    EXPECT_EQ(open().object(u"a"_s), QVariant(others));
     EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600));
     fs::create_hard_link(file, folder / "before");
     defaults.set(u"a"_s, others);
