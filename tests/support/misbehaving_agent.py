@@ -55,12 +55,6 @@ def body_a_byte_a_second(connection):
     connection.sendall(b"}")
 
 
-def in_pauses(connection):
-    for part in (b"HTTP/1.1 200 OK\r\n", b"Content-Length: 26\r\n\r\n", b'{"disks": [],', b'"shares": []}'):
-        time.sleep(7)
-        connection.sendall(part)
-
-
 def padded(size):
     return answer(200, json.dumps(LISTING).encode().ljust(size))
 
@@ -71,7 +65,6 @@ def redirect(status, location):
 
 BEHAVIOURS = {
     "listing": answer(200, LISTING),
-    "half a body": text(1000) + b'{"disks": [',
     "8 MiB": padded(8 << 20),
     "8 MiB and one": padded((8 << 20) + 1),
     "endless chunks": endless_chunks,
@@ -84,7 +77,6 @@ BEHAVIOURS = {
     "invalid UTF-8": answer(200, json.dumps(LISTING).encode().replace(b"sda", b"s\xffa")),
     "a byte a second": body_a_byte_a_second,
     "a header a second": lambda connection: slowly(connection, b"HTTP/1.1 200 OK\r\nX-Slow: " + b"x" * 60),
-    "in pauses": in_pauses,
     "elsewhere on this host": redirect(302, "/elsewhere"),
     "round and round": redirect(307, "/api/disks"),
     "another host": redirect(301, "http://127.0.0.2:{port}/api/disks"),
