@@ -179,14 +179,9 @@ TEST(Colours, AreLegible) {
     }
 }
 
-TEST_F(Look, NamesAllThatTakesTheFocus) {
+TEST_F(Look, HasAKeyOfItsOwnForEachTitle) {
     model.transfers.isTransferring = false;
     eachScreen([this] {
-        QList<QWidget*> focusable = shown([](QWidget& any) { return any.focusPolicy() != Qt::NoFocus; });
-        if (screen->focusPolicy() != Qt::NoFocus)
-            focusable << screen.get();
-        for (QWidget* const widget : focusable)
-            EXPECT_FALSE(test::nameOf(*widget).isEmpty()) << widget->metaObject()->className();
         std::map<QKeySequence, QString> mnemonics;
         for (QWidget* const widget : shown(isContent)) {
             const auto* const action = qobject_cast<QAbstractButton*>(widget);
@@ -202,29 +197,6 @@ TEST_F(Look, NamesAllThatTakesTheFocus) {
                 << title.toStdString() << mnemonics[key].toStdString();
             EXPECT_EQ(test::nameOf(*widget),
                       QString(title).replace(u"&&"_s, u"\n"_s).remove(u'&').replace(u'\n', u'&'));
-        }
-    });
-}
-
-TEST_F(Look, TabGoesThroughAllInReadingOrder) {
-    eachScreen([this] {
-        const QList<QWidget*> stops = shown([](QWidget& widget) {
-            const auto* const segment = qobject_cast<QRadioButton*>(&widget);
-            return (widget.focusPolicy() & Qt::TabFocus) != 0 && widget.isEnabled() &&
-                   !(segment && !segment->isChecked());
-        });
-        stops.first()->setFocus();
-        QList<QWidget*> visited;
-        do {
-            visited << QApplication::focusWidget();
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        } while (!visited.contains(QApplication::focusWidget()));
-        EXPECT_EQ(visited.size(), stops.size());
-        for (qsizetype index = 1; index < visited.size(); ++index) {
-            const QRect before = place(*visited[index - 1]), next = place(*visited[index]);
-            EXPECT_TRUE(next.top() >= before.bottom() || next.left() >= before.right() ||
-                        before.contains(next))
-                << test::nameOf(*visited[index]).toStdString();
         }
     });
 }
