@@ -76,18 +76,30 @@ private:
     xcb_atom_t property_ = 0;
 };
 
-/// By a program that stays behind to deliver it.
+xcb_window_t clipboardOwner() {
+    const x11::Connection connection = x11::connect();
+    const xcb_atom_t clipboard = x11::atom(connection.get(), "CLIPBOARD");
+    const x11::Owned<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+        connection.get(), xcb_get_selection_owner(connection.get(), clipboard), nullptr));
+    return reply->owner;
+}
+
+/// By a program that stays behind to deliver it, and owns the clipboard a moment after it seems to have
+/// ended.
 void copyUriList(const QByteArray& list) {
+    const xcb_window_t before = clipboardOwner();
     QProcess xclip;
     xclip.setStandardOutputFile(QProcess::nullDevice());
     xclip.start(u"xclip"_s, {u"-selection"_s, u"clipboard"_s, u"-t"_s, u"text/uri-list"_s});
     xclip.write(list);
     xclip.closeWriteChannel();
     ASSERT_TRUE(xclip.waitForFinished());
+    while (clipboardOwner() == before)
+        std::this_thread::yield();
 }
 
 const std::vector<QUrl> letter{QUrl(u"file:///a%20letter"_s)};
-constexpr auto patience = 200ms;
+constexpr auto patience = 500ms;
 
 bool answersAtOnce(const X11Pasteboard& pasteboard) {
     QElapsedTimer waiting;
