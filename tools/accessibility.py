@@ -191,6 +191,17 @@ def type_text(text):
     xdotool("type", "--clearmodifiers", "--delay", "20", "--file", "-", input=text)
 
 
+def drag(start, target, while_held=lambda: None):
+    """From one point of the screen to another, looking at `while_held` before what is dragged is dropped there."""
+    xdotool("mousemove", *start, "mousedown", 1)
+    for step in range(1, DRAG_STEPS + 1):
+        xdotool("mousemove", *(round(a + (b - a) * step / DRAG_STEPS) for a, b in zip(start, target)))
+        time.sleep(0.02)
+    while_held()
+    xdotool("mouseup", 1)
+    time.sleep(1)  # the target asks for the files
+
+
 def drop_files(paths, target, while_held):
     """Drags the files from a window of another program, holds them over that point of the screen for as long as
     `while_held` looks at it, and drops them there."""
@@ -198,14 +209,8 @@ def drop_files(paths, target, while_held):
     try:
         window = window_id(source.pid, "Drag source")
         xdotool("windowmove", "--sync", window, 0, 0, "windowraise", window)
-        xdotool("mousemove", "--window", window, 80, 40, "mousedown", 1)
-        start = [int(value) for value in re.findall(r"[xy]:(\d+)", xdotool("getmouselocation"))]
-        for step in range(1, DRAG_STEPS + 1):
-            xdotool("mousemove", *(round(a + (b - a) * step / DRAG_STEPS) for a, b in zip(start, target)))
-            time.sleep(0.02)
-        while_held()
-        xdotool("mouseup", 1)
-        time.sleep(1)  # the target asks for the files
+        xdotool("mousemove", "--window", window, 80, 40)
+        drag([int(value) for value in re.findall(r"[xy]:(\d+)", xdotool("getmouselocation"))], target, while_held)
     finally:
         source.kill()
         source.wait()

@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """Pastes made in a file manager: those of files onto the volume become jobs of our queue, all others stay its own, and
-so do pastes in other programs. Runs inside "private-pc run -- desktop-session --"; its arguments are the agent and the
+so do pastes in other programs. Files dragged from it onto our window are queued. Runs inside "private-pc run -- desktop-session --"; its arguments are the agent and the
 command that opens a window of the file manager."""
 import contextlib
 import pathlib
+import re
 import subprocess
 import sys
 import time
@@ -12,7 +13,7 @@ CLONE = pathlib.Path(__file__).resolve().parents[2]
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
-from accessibility import PATIENCE, wait_for, xdotool  # noqa: E402
+from accessibility import PATIENCE, drag, wait_for, xdotool  # noqa: E402
 from ternvault_window import check  # noqa: E402
 
 HOME = pathlib.Path.home()
@@ -20,6 +21,8 @@ VOLUME = HOME / "volumes" / "MOSSBOX1"
 COPIED_FILES = CLONE / "tests" / "support" / "copied-files"
 LOG = HOME / "data" / "Tern Vault" / "transfer.log"
 SETTLING = 1  # second that a window takes to know who has the focus
+MANY = 300  # files
+FIRST_ICON = (180, 115)  # pixels from the corner of Thunar's window
 SELECTING_FIRST = {"pcmanfm-qt": ["Down", "ctrl+space"]}
 # A program in a terminal that tells the first byte that it gets.
 FIRST_BYTE = 'stty raw; dd bs=1 count=1 of="$1.part" 2>/dev/null; mv "$1.part" "$1"'
@@ -130,6 +133,22 @@ def other_programs_keep_theirs(windows, files):
     windows.check_gets_text(files)
 
 
+def drag_many(windows, target):
+    """By hand, from the file manager's window onto ours."""
+    folder = HOME / "many"
+    folder.mkdir()
+    names = [f"{number:03}.txt" for number in range(MANY)]
+    for name in names:
+        (folder / name).write_text(name)
+    windows.open(folder)
+    xdotool("getactivewindow", "windowmove", "--sync", 0, 0)
+    press("ctrl+a")
+    xdotool("mousemove", "--window", xdotool("getactivewindow").strip(), *FIRST_ICON)
+    drag([int(value) for value in re.findall(r"[xy]:(\d+)", xdotool("getmouselocation"))], target)
+    wait_for(lambda: copies() == names, lambda: f"all of them: {len(copies())}", ternvault_window.COPYING + MANY)
+    LOG.unlink()
+
+
 def main():
     pc = ternvault_window.PrivatePc(sys.argv[1])
     pc.log_in()
@@ -142,6 +161,7 @@ def main():
     app = ternvault_window.TernVault()
     app.wait_listing("MOSSBOX1")
     app.main.find("label", "Mounted")
+    drop_zone = app.main.find("panel", "Drop files here  ·  or click then ⌘V").centre()
     # From here on without its help: the library behind it locks itself up when programs like these come and go.
     windows = Windows(sys.argv[2:])
     try:
@@ -168,6 +188,8 @@ def main():
         press("Escape")  # some say in a dialog that there is nothing to paste
         fields_keep_theirs(windows, files)
         other_programs_keep_theirs(windows, files)
+        if windows.file_manager[0] == "thunar":
+            drag_many(windows, drop_zone)
         check(not LOG.exists(), lambda: f"nothing else was ours: {copies()}")
         windows.bring_forward("Tern Vault")
         press("ctrl+q")

@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Pastes made by keys in the window, and those that other processes ask for, with files and without.
+"""Pastes made by keys in the window, and those that other processes ask for, with files and without; and a key that
+somebody else holds.
 Runs inside "private-pc run -- desktop-session --"; its argument is the agent."""
 import pathlib
 import subprocess
@@ -7,9 +8,10 @@ import sys
 
 CLONE = pathlib.Path(__file__).resolve().parents[2]
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(CLONE / "tools"))
+sys.path[:0] = [str(CLONE / "tools"), str(CLONE / "tests" / "support")]
 import ternvault_window  # noqa: E402 (its folder comes first)
 from accessibility import press_keys, wait_for  # noqa: E402
+from key_holder import KeyHolder  # noqa: E402
 
 NOTIFICATION = "space.larkspur.ternvault.pasteFromClipboard"
 
@@ -18,10 +20,40 @@ def put_on_clipboard(kind, content):
     """By a program that stays behind to deliver it."""
     subprocess.run(["xclip", "-selection", "clipboard", "-t", kind], input=content, check=True, text=True,
                    stdout=subprocess.DEVNULL)
+    wait_for(lambda: subprocess.run(["xclip", "-selection", "clipboard", "-o", "-t", kind], capture_output=True, text=True,
+                                    check=False).stdout.split() == content.split(), "the clipboard's new content")
 
 
 def post_notification():
     subprocess.run(["gdbus", "emit", "--session", "--object-path", "/", "--signal", NOTIFICATION], check=True)
+
+
+def close_and_open(app):
+    app.main.find("text", "IP address").focus()
+    press_keys("ctrl+w")
+    app.wait_gone("frame", "Tern Vault")
+    subprocess.run(["ternvault"], check=True)
+    app.wait_listing("MOSSBOX1")
+
+
+def refused_key(app, holder):
+    """Told once; the next appearance tries again."""
+    app.find("label", test=lambda label: label.name.startswith("Pastes made in file managers are not taken over"))
+    app.find("push button", "OK").press()
+    close_and_open(app)
+    post_notification()
+    app.wait_copied(2)
+    app.clear_counters()
+    ternvault_window.check(not app.first("push button", "OK"), "no second message")
+    holder.let_go()
+    close_and_open(app)
+
+    def is_held_by_the_application():
+        if holder.hold():
+            holder.let_go()
+            return False
+        return True
+    wait_for(is_held_by_the_application, "the tap at work")
 
 
 def main():
@@ -32,8 +64,12 @@ def main():
         file.write_text(f"this is {file.name}\n")
     put_on_clipboard("text/uri-list", "".join(f"{file.as_uri()}\r\n" for file in files))
 
+    holder = KeyHolder()
+    ternvault_window.check(holder.hold(), "the key is free")
     app = ternvault_window.TernVault()
     app.wait_listing("MOSSBOX1")
+    refused_key(app, holder)
+
     field = app.main.find("text", "IP address").focus()
     press_keys("ctrl+v")
     app.wait_copied(len(files))
@@ -47,10 +83,7 @@ def main():
     app.wait_copied(10 * len(files))
     app.clear_counters()
 
-    press_keys("ctrl+w")
-    app.wait_gone("frame", "Tern Vault")
-    subprocess.run(["ternvault"], check=True)
-    app.wait_listing("MOSSBOX1")
+    close_and_open(app)
     post_notification()
     app.wait_copied(len(files))
     app.clear_counters()

@@ -1,0 +1,137 @@
+#include "platform/linux/finder/FileManagers.h"
+#include "platform/linux/finder/WatchedFolders.h"
+
+#include "support/FakePlatform.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace ternvault::test {
+
+using namespace finder;
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uint64_t bit(accessible::State state) {
+    return std::uint64_t{1} << state;
+}
+
+constexpr std::uint64_t focused = bit(accessible::focused);
+constexpr std::uint64_t editable = bit(accessible::editable);
+constexpr std::uint64_t checked = bit(accessible::checked);
+constexpr std::uint32_t panel = 39;
+
+AccessibleNode window() {
+    return {-1, accessible::window, bit(accessible::active), {}, {}};
+}
+AccessibleNode in(int parent, std::uint32_t role, std::uint64_t states = 0, const QString& name = {},
+                  const QString& content = {}) {
+    return {parent, role, states, name, content};
+}
+
+} // namespace
+
+TEST(Finder, KnowsWhatHasTheFocusInEachFileManager) {
+    struct Row {
+        const char* what;
+        AccessibleWindow controls;
+        Focus focus;
+    } const rows[] = {
+        {"Thunar, files",
+         {window(), in(0, accessible::text, editable), in(0, panel, focused)},
+         Focus::control},
+        {"Thunar, after a change of folder", {window(), in(0, panel)}, Focus::nothing},
+        {"Thunar, location", {window(), in(0, accessible::text, editable | focused)}, Focus::text},
+        {"PCManFM, search in a popup",
+         {window(), window(), in(0, accessible::icon, focused), in(1, accessible::text, editable | focused)},
+         Focus::text},
+        {"PCManFM-Qt, files",
+         {window(), in(0, accessible::pageTab, focused), in(0, panel, focused)},
+         Focus::control},
+        {"PCManFM-Qt, new name", {window(), in(0, accessible::pageTab, focused)}, Focus::item},
+        {"Dolphin, new name",
+         {window(), in(0, accessible::pageTab, focused), in(0, accessible::tableCell, focused)},
+         Focus::item},
+        {"Dolphin, terminal", {window(), in(0, accessible::terminal, focused)}, Focus::text},
+        {"Dolphin, location", {window(), in(0, accessible::comboBox, focused)}, Focus::text},
+        {"Nautilus, files", {window(), in(0, accessible::tableCell, focused)}, Focus::item},
+        {"the window alone", {{-1, accessible::window, focused, {}, {}}}, Focus::nothing}};
+    for (const Row& row : rows)
+        EXPECT_EQ(focusIn(row.controls), row.focus) << row.what;
+}
+
+TEST(Finder, TakesOnlyMainWindowsOfKnownFileManagers) {
+    WindowInfo info;
+    info.className = "Thunar";
+    EXPECT_NE(fileManagerOf(info), nullptr);
+    info.isTransient = true;
+    EXPECT_EQ(fileManagerOf(info), nullptr);
+    info = {};
+    info.className = "XTerm";
+    EXPECT_EQ(fileManagerOf(info), nullptr);
+}
+
+TEST(Finder, FindsTheFolderInTitleLocationAndButtons) {
+    const auto button = [](std::uint32_t role, const QString& name, std::uint64_t states = 0) {
+        return in(0, role, states, name);
+    };
+    struct Row {
+        const char* what;
+        QString title;
+        AccessibleWindow controls;
+        std::vector<fs::path> folders;
+    } const rows[] = {
+        {"full path in the title",
+         u"/Volumes/MOSSBOX1/a - b - Thunar"_s,
+         {},
+         {"/Volumes/MOSSBOX1/a - b", "/Volumes/MOSSBOX1/a - b - Thunar"}},
+        {"location",
+         u"a"_s,
+         {window(), in(0, accessible::text, editable, {}, u"/Volumes/MOSSBOX1/a/"_s)},
+         {"/Volumes/MOSSBOX1/a"}},
+        {"location as an address",
+         u"ä"_s,
+         {window(), in(0, accessible::text, editable, {}, u"file:///Volumes/%C3%A4"_s)},
+         {"/Volumes/ä"}},
+        {"buttons, the pressed one not the last",
+         u"MOSSBOX1"_s,
+         {window(), button(accessible::radioButton, u"/"_s), button(accessible::radioButton, u"Volumes"_s),
+          button(accessible::radioButton, u"MOSSBOX1"_s, checked), button(accessible::radioButton, u"a"_s)},
+         {"/Volumes/MOSSBOX1"}},
+        {"buttons from right to left",
+         u"MOSSBOX1"_s,
+         {window(), button(accessible::checkBox, u"MOSSBOX1"_s, checked),
+          button(accessible::checkBox, u"Volumes"_s), button(accessible::checkBox, u"/"_s)},
+         {"/", "/Volumes/MOSSBOX1"}},
+        {"buttons without a root", u"a"_s, {window(), button(accessible::pushButton, u"a"_s)}, {}}};
+    for (const Row& row : rows) {
+        std::vector<fs::path> found = shownFolders(row.controls, row.title);
+        std::erase_if(found, [&](const fs::path& folder) { return !isTitledAfter(row.title, folder); });
+        std::vector<fs::path> wanted = row.folders;
+        std::erase(wanted, fs::path("/"));
+        EXPECT_EQ(found, wanted) << row.what;
+    }
+    EXPECT_FALSE(isTitledAfter(u"a - Thunar"_s, "/Volumes/b"));
+}
+
+TEST(Finder, KnowsWhatAProcessWatches) {
+    const TemporaryFolder folder;
+    const fs::path watched = folder / "a", other = folder / "b";
+    fs::create_directory(watched);
+    fs::create_directory(other);
+    EXPECT_FALSE(isWatched(watched, getpid()));
+    const int descriptor = inotify_init1(IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(descriptor, watched.c_str(), IN_CREATE), 0);
+    EXPECT_TRUE(isWatched(watched, getpid()));
+    EXPECT_FALSE(isWatched(other, getpid()));
+    EXPECT_FALSE(isWatched(folder / "none", getpid()));
+    EXPECT_FALSE(isWatched(watched, getppid())) << "another process";
+    close(descriptor);
+}
+
+} // namespace ternvault::test
