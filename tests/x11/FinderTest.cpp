@@ -1,0 +1,66 @@
+#include "intake/PasteBoardFiles.h"
+#include "platform/linux/finder/FinderScripts.h"
+#include "support/TemporaryFolder.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+namespace ternvault::test {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A real file manager that shows a folder, watched while another thread asks about it.
+class FinderTest : public testing::Test {
+protected:
+    FinderTest() {
+        fs::create_directory(shown);
+        watch.start();
+        fileManager.start(u"thunar"_s, {QString::fromStdString(shown)});
+    }
+    ~FinderTest() override {
+        fileManager.kill();
+        fileManager.waitForFinished();
+    }
+    std::optional<QString> folder() {
+        return frontmost.bundleIdentifier() == u"com.apple.finder"_s
+                   ? PasteBoardFiles::finderFrontFolderPOSIX(scripts)
+                   : std::nullopt;
+    }
+    bool comesToShow(const std::optional<QString>& wanted) {
+        constexpr int patience = 30000;
+        QElapsedTimer waiting;
+        waiting.start();
+        while (folder() != wanted && !waiting.hasExpired(patience))
+            QThread::msleep(1);
+        return folder() == wanted;
+    }
+    static void press(const QString& key) { QProcess::execute(u"xdotool"_s, {u"key"_s, key}); }
+
+    const TemporaryFolder home;
+    const fs::path shown = home / "MOSSBOX1";
+    finder::FrontFolderWatch watch;
+    finder::X11FrontmostApplication frontmost;
+    finder::FinderScripts scripts{watch};
+    QProcess fileManager;
+};
+
+} // namespace
+
+TEST_F(FinderTest, FollowsTheFolderAndTheFocus) {
+    EXPECT_TRUE(comesToShow(QString::fromStdString(shown)));
+    EXPECT_EQ(scripts.run(u"tell application \"Finder\" to quit"_s), std::nullopt);
+    press(u"ctrl+l"_s);
+    EXPECT_TRUE(comesToShow(std::nullopt)) << "the location has the focus";
+    press(u"alt+Up"_s);
+    EXPECT_TRUE(comesToShow(QString::fromStdString(home.path())));
+    fileManager.kill();
+    EXPECT_TRUE(comesToShow(std::nullopt));
+}
+
+} // namespace ternvault::test
