@@ -47,8 +47,8 @@ MainWindow::~MainWindow() {
 
 void MainWindow::paintEvent(QPaintEvent* event) {
     QMainWindow::paintEvent(event);
-    if (moments_.firstPainted)
-        QTimer::singleShot(0, this, std::exchange(moments_.firstPainted, nullptr));
+    if (std::exchange(awaitsPaint_, false) && moments_.painted)
+        QTimer::singleShot(0, this, moments_.painted);
 }
 
 void MainWindow::showEvent(QShowEvent* event) {
@@ -64,6 +64,7 @@ void MainWindow::appear() {
         static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(content_.get(), 0, 0);
         content_->show();
     }
+    awaitsPaint_ = true;
     moments_.appeared();
 }
 

@@ -18,8 +18,9 @@ public:
     struct Moments {
         /// Each time the content appears.
         std::function<void()> appeared;
-        /// Once: what the user sees is on the screen, and there is time for what is not needed for that.
-        std::function<void()> firstPainted;
+        /// Each time after that: what the user sees is on the screen, and there is time for what is not
+        /// needed for that.
+        std::function<void()> painted;
     };
 
     /// `placement` keeps size and position across starts.
@@ -41,6 +42,7 @@ private:
     ContentFactory makeContent_;
     Moments moments_;
     QTimer saveSoon_;
+    bool awaitsPaint_ = false;
     std::unique_ptr<QWidget> content_;
 };
 

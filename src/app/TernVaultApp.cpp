@@ -65,7 +65,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
                  tasks_),
       tapThread_(pasteHook_, eventTap_, platform_.log),
       mainWindow_(desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
-                  {[this] { onAppear(); }, [] { QApplication::setWindowIcon(applicationIcon()); }}),
+                  {[this] { onAppear(); }, [this] { onPainted(); }}),
       tray_(commands_, [this] { showMainWindow(); }) {
     activation_.setWindow(mainWindow_);
     auto* const edit = new EditMenu(
@@ -106,10 +106,15 @@ void TernVaultApp::showMainWindow() {
 void TernVaultApp::onAppear() {
     PasteTapBridge::model = paste_.weak();
     pasteHook_.installLocalMonitor();
+    comeForwardOnceMapped();
+}
+
+/// What takes pastes over that are made elsewhere can wait until the window is on the screen.
+void TernVaultApp::onPainted() {
+    QApplication::setWindowIcon(applicationIcon());
     frontFolder_.start();
     tapThread_.start();
     pasteHook_.installRemotePasteTrigger();
-    comeForwardOnceMapped();
 }
 
 /// The window manager hears of a window only after it was told to appear.

@@ -55,6 +55,7 @@ public:
 private:
     void connectCommands();
     void onAppear();
+    void onPainted();
     void comeForwardOnceMapped();
     void pasteFiles();
     void showSettings();
