@@ -1,6 +1,5 @@
 #include "app/TapThread.h"
 
-#include "async/EscapeReport.h"
 #include "intake/PasteTapBridge.h"
 
 #include <thread>
@@ -10,14 +9,7 @@ namespace ternvault {
 void TapThread::start() {
     if (PasteTapBridge::tapThreadStarted.exchange(true))
         return;
-    std::packaged_task<void()> run([this] {
-        try {
-            hook_.installFinderTap();
-        } catch (...) {
-            reportEscapes(log_)(std::current_exception());
-            PasteTapBridge::tapThreadStarted = false;
-        }
-    });
+    std::packaged_task<void()> run([this] { hook_.installFinderTap(); });
     ended_ = run.get_future();
     std::thread(std::move(run)).detach();
 }

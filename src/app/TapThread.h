@@ -1,7 +1,6 @@
 #pragma once
 
 #include "intake/PasteHook.h"
-#include "platform/UnifiedLog.h"
 
 #include <chrono>
 #include <future>
@@ -12,7 +11,7 @@ namespace ternvault {
 /// because a file system that hangs can hold it up. Main thread.
 class TapThread {
 public:
-    TapThread(PasteHook& hook, EventTap& tap, UnifiedLog& log) : hook_(hook), tap_(tap), log_(log) {}
+    TapThread(PasteHook& hook, EventTap& tap) : hook_(hook), tap_(tap) {}
 
     /// Starts the thread, unless it runs already. One that gave up is started anew.
     void start();
@@ -23,7 +22,6 @@ public:
 private:
     PasteHook& hook_;
     EventTap& tap_;
-    UnifiedLog& log_;
     std::future<void> ended_;
 };
 

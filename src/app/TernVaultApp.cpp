@@ -60,10 +60,11 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
                  notices_.show(u"An internal error; the system's log tells more."_s);
              }),
       tapRefusal_(eventTap_, notices, desktopState_),
-      pasteHook_(platform_,
-                 {keys_, notifications_, eventTap_, tapRefusal_, tapPasteboard_, frontmost_, finderScripts_},
-                 tasks_),
-      tapThread_(pasteHook_, eventTap_, platform_.log),
+      pasteHook_(
+          platform_,
+          {keys_, notifications_, watchedTap_, tapRefusal_, tapPasteboard_, frontmost_, finderScripts_},
+          tasks_),
+      tapThread_(pasteHook_, watchedTap_),
       mainWindow_(desktopState_, [this] { return std::make_unique<ContentView>(model_, tasks_, platform_); },
                   {[this] { onAppear(); }, [this] { onPainted(); }}),
       tray_(commands_, [this] { showMainWindow(); }) {
@@ -112,7 +113,6 @@ void TernVaultApp::onAppear() {
 /// What takes pastes over that are made elsewhere can wait until the window is on the screen.
 void TernVaultApp::onPainted() {
     QApplication::setWindowIcon(applicationIcon());
-    frontFolder_.start();
     tapThread_.start();
     pasteHook_.installRemotePasteTrigger();
 }

@@ -22,6 +22,7 @@
 #include "platform/linux/X11EventTap.h"
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/finder/FinderScripts.h"
+#include "platform/linux/finder/WatchedTap.h"
 #include "ui/FileChooser.h"
 #include "ui/Theme.h"
 
@@ -48,7 +49,9 @@ public:
     void performAction(const QString& name);
     /// Before it is destroyed: false when a thread that uses it hangs, and the process has to leave through
     /// std::_Exit.
-    bool finish(std::chrono::milliseconds grace) { return tapThread_.finish(grace); }
+    bool finish(std::chrono::milliseconds grace) {
+        return tapThread_.finish(grace) && frontFolder_.finish(grace);
+    }
     /// What the desktop may ask for.
     ApplicationService::Handlers requests();
 
@@ -85,6 +88,7 @@ private:
     finder::X11FrontmostApplication frontmost_;
     finder::FrontFolderWatch frontFolder_;
     finder::FinderScripts finderScripts_{frontFolder_};
+    finder::WatchedTap watchedTap_{eventTap_, frontFolder_};
     PasteHook pasteHook_;
     TapThread tapThread_;
     Commands commands_;

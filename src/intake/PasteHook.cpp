@@ -1,5 +1,6 @@
 #include "intake/PasteHook.h"
 
+#include "async/EscapeReport.h"
 #include "intake/PasteboardURLs.h"
 
 #include <utility>
@@ -22,7 +23,7 @@ bool isCommandV(const KeyDown& key) {
 
 PasteHook::PasteHook(const Platform& platform, const PasteServices& services, TaskScope& tasks)
     : pasteboard_(platform.pasteboard), files_(platform.files), activation_(platform.activation),
-      mainLoop_(platform.mainLoop), services_(services), tasks_(tasks),
+      mainLoop_(platform.mainLoop), log_(platform.log), services_(services), tasks_(tasks),
       tapContext_{services.tapPasteboard,
                   platform.files,
                   services.frontmost,
@@ -50,7 +51,13 @@ void PasteHook::installRemotePasteTrigger() {
 }
 
 void PasteHook::installFinderTap() {
-    const auto callback = [this](const TappedEvent& event) { PasteTapBridge::callback(tapContext_, event); };
+    const auto callback = [this](const TappedEvent& event) {
+        try {
+            PasteTapBridge::callback(tapContext_, event);
+        } catch (...) {
+            reportEscapes(log_)(std::current_exception());
+        }
+    };
     if (services_.eventTap.run(1U << event_types::keyDown, callback))
         return;
     mainLoop_.post([this] { promptForAccessibility(); });

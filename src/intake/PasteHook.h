@@ -52,6 +52,7 @@ private:
     FileManager& files_;
     Activation& activation_;
     MainLoop& mainLoop_;
+    UnifiedLog& log_;
     PasteServices services_;
     TaskScope& tasks_;
     PasteTapBridge::Context tapContext_;

@@ -71,6 +71,11 @@ class Windows:
         return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], capture_output=True, text=True,
                               check=False).stdout
 
+    @staticmethod
+    def titles():
+        return sorted(subprocess.run(["xdotool", "search", "--onlyvisible", "--name", ".", "getwindowname", "%@"],
+                                     capture_output=True, text=True, check=True).stdout.splitlines())
+
     def copy_all(self, folder):
         """Of a folder, by the file manager itself."""
         self.bring_forward(folder.name)
@@ -102,6 +107,9 @@ def copies():
 
 def taken(windows, files, pc):
     """The paste in front becomes jobs of ours, and nobody else's."""
+    for file in files:
+        (pc.share / file.name).unlink(missing_ok=True)
+    before = windows.titles()
     press("ctrl+v")
     names = sorted(file.name for file in files)
     wait_for(lambda: copies() == names, lambda: f"one copy of each: {copies()}", ternvault_window.COPYING)
@@ -110,6 +118,7 @@ def taken(windows, files, pc):
         check((pc.share / file.name).read_bytes() == file.read_bytes(), f"{file.name} is the same")
     there = sorted(entry.name for entry in pc.share.iterdir() if not entry.name.startswith("."))
     check(there == names, lambda: f"nothing else on the server: {there}")
+    check(windows.titles() == before, lambda: f"the file manager asks nothing: {windows.titles()}")
     LOG.unlink()
 
 
@@ -126,6 +135,7 @@ def fields_keep_theirs(windows, files):
 
 def other_programs_keep_theirs(windows, files):
     told = HOME / "first-byte"
+    windows.copy_all(files[0].parent)
     windows.start("Terminal", "xterm", "-T", "Terminal", "-e", "sh", "-c", FIRST_BYTE, "-", told)
     press("ctrl+v")
     check(wait_for(told.exists, "the terminal gets the key") and told.read_bytes() == b"\x16", "Ctrl+V as such")

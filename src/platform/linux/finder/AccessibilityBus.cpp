@@ -63,6 +63,10 @@ public:
         return call_.isError() ? QString() : call_.reply().arguments().value(0).toString();
     }
     uint number() { return value().toUInt(); }
+    uint numberOrZero() {
+        call_.waitForFinished();
+        return call_.isError() ? 0 : number();
+    }
     QVariant property() { return qvariant_cast<QDBusVariant>(value()).variant(); }
     /// Two words, the lower one first.
     std::uint64_t states() {
@@ -90,6 +94,11 @@ private:
 };
 
 AccessibilityBus::~AccessibilityBus() {
+    leave();
+}
+
+void AccessibilityBus::leave() {
+    bus_ = QDBusConnection(QString());
     QDBusConnection::disconnectFromBus(connectionName);
 }
 
@@ -105,7 +114,8 @@ QString AccessibilityBus::program(pid_t process, Deadline deadline) {
         for (const Reference& program : programs)
             processes.push_back(ask(bus, bus.program, u"GetConnectionUnixProcessID"_s, {program.program}));
         for (std::size_t index = 0; index < programs.size(); ++index) {
-            if (processes[index].number() == static_cast<uint>(process))
+            // One that has just ended has no process.
+            if (processes[index].numberOrZero() == static_cast<uint>(process))
                 return programs[index].program;
         }
     } catch (const NoAnswer&) {

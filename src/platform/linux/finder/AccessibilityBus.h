@@ -37,6 +37,8 @@ public:
     /// The window of that program that has the focus, and its popups. Empty where it has no such window, or
     /// owes an answer at the deadline.
     AccessibleWindow activeWindow(const QString& program, Deadline deadline);
+    /// Until the next question; the programs need not tell any more where the focus goes.
+    void leave();
     /// One control, as if it were alone.
     std::optional<AccessibleNode> control(const QString& program, const QString& path, Deadline deadline);
 

@@ -5,10 +5,13 @@
 #include "platform/linux/finder/OpenLocations.h"
 #include "platform/linux/finder/ShownFolder.h"
 
+#include <QDeadlineTimer>
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <atomic>
 #include <chrono>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -23,8 +26,6 @@ namespace {
 constexpr auto patience = 500ms;
 /// What is in a window follows its title.
 constexpr auto settling = 50ms;
-/// A press that is held back takes the focus for as long at most, and gives it back.
-constexpr auto longestPress = 160ms;
 /// For a window that is not finished yet.
 constexpr auto nextTry = 250ms;
 constexpr int mostTries = 12;
@@ -38,45 +39,71 @@ AccessibilityBus::Deadline deadline() {
 class FrontFolderWatch::Eyes final : public QObject {
 public:
     Eyes() {
-        for (QTimer* const timer : {&soon_, &focusLost_}) {
-            timer->setSingleShot(true);
-            timer->callOnTimeout(this, [this] { look(); });
-        }
+        soon_.setSingleShot(true);
+        soon_.callOnTimeout(this, [this] { look(); });
     }
 
     void open() {
         if (notifier_ != nullptr)
             return;
         if (const std::optional<int> display = front_.follow()) {
-            notifier_ = new QSocketNotifier(*display, QSocketNotifier::Read, this);
-            connect(notifier_, &QSocketNotifier::activated, this, [this] { onDisplayEvent(); });
-            lookSoon();
+            notifier_ = std::make_unique<QSocketNotifier>(*display, QSocketNotifier::Read);
+            connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { onDisplayEvent(); });
+            lookAnew();
         }
     }
+    void close() {
+        notifier_.reset();
+        soon_.stop();
+        program_.clear();
+        see(false);
+        accessibility_.leave();
+    }
+
+    // Any thread.
     std::optional<Sight> sight() const {
         const std::lock_guard lock(mutex_);
-        return sight_;
+        return held_.value_or(sight_);
     }
+    void hold() {
+        const std::lock_guard lock(mutex_);
+        held_ = sight_;
+    }
+    void release() {
+        const std::lock_guard lock(mutex_);
+        held_.reset();
+    }
+    /// What waits to be done is not done any more.
+    void end() { isEnding_ = true; }
 
 private:
     void onDisplayEvent() {
         if (front_.hasChanged())
-            lookSoon();
-        else if (!front_.isConnected())
-            notifier_->setEnabled(false);
+            lookAnew();
+        else if (!front_.isConnected()) {
+            // Not from within its own signal.
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    close();
+                    open();
+                },
+                Qt::QueuedConnection);
+        }
     }
 
-    void lookSoon() {
-        see(false);
+    void lookAnew() {
+        textHasFocus_ = false;
         triesLeft_ = mostTries;
+        see(false);
         soon_.start(settling);
     }
 
     void look() {
-        focusLost_.stop();
+        if (isEnding_)
+            return;
         see(false);
         program_.clear();
-        folders_.clear();
         const std::optional<WindowInfo> front = front_.read();
         const FileManager* const fileManager = front ? fileManagerOf(*front) : nullptr;
         if (fileManager != nullptr) {
@@ -85,7 +112,7 @@ private:
         }
         // Changes may have come together with the answers.
         if (front_.hasChanged())
-            lookSoon();
+            lookAnew();
     }
 
     void lookInto(const FileManager& fileManager) {
@@ -96,28 +123,36 @@ private:
         folders_ = shownFolders(controls, window_.title);
         for (const fs::path& folder : openLocations(window_.busName, window_.objectPath, end))
             folders_.push_back(folder);
-        const Focus focus = focusIn(controls);
+        const Focus focus = textHasFocus_ ? Focus::text : focusIn(controls);
         see(!controls.empty() && focus >= fileManager.focusOnFiles && focus != Focus::text);
-        if (!sight() && focus != Focus::text && --triesLeft_ > 0)
+        if (!isSeen() && focus != Focus::text && --triesLeft_ > 0)
             soon_.start(nextTry);
     }
 
+    /// The folder may be another one now, too: that of another tab has the same title where it has the same
+    /// name.
     void onFocusMoved(const QString& program, const QString& path, bool got) {
-        if (program_.isEmpty() || program != program_)
+        if (isEnding_ || program_.isEmpty() || program != program_)
             return;
-        if (!got) {
-            focusLost_.start(longestPress);
-            return;
+        // A press takes the focus, too, and that may be heard of before the press is. So a loss counts once
+        // the window has settled.
+        if (got) {
+            see(false);
+            // Not all fields are among the controls of their window.
+            const std::optional<AccessibleNode> control = accessibility_.control(program, path, deadline());
+            textHasFocus_ = !control || focusOf(*control) == Focus::text;
         }
-        focusLost_.stop();
-        see(false);
-        const std::optional<AccessibleNode> control = accessibility_.control(program, path, deadline());
-        see(control && focusOf(*control) != Focus::text);
+        triesLeft_ = mostTries;
+        soon_.start(settling);
     }
 
     void see(bool isFocusOnFiles) {
         const std::lock_guard lock(mutex_);
         sight_ = isFocusOnFiles && !folders_.empty() ? std::optional(Sight{window_, folders_}) : std::nullopt;
+    }
+    bool isSeen() const {
+        const std::lock_guard lock(mutex_);
+        return sight_.has_value();
     }
 
     FrontWindow front_;
@@ -125,18 +160,20 @@ private:
                                         onFocusMoved(program, control, got);
                                     },
                                     this};
-    QSocketNotifier* notifier_ = nullptr;
+    std::unique_ptr<QSocketNotifier> notifier_;
     QTimer soon_{this};
-    QTimer focusLost_{this};
     int triesLeft_ = 0;
+    bool textHasFocus_ = false;
 
     // Of the window in front, whatever in it has the focus.
     WindowInfo window_;
     QString program_;
     std::vector<fs::path> folders_;
 
+    std::atomic<bool> isEnding_ = false;
     mutable std::mutex mutex_;
     std::optional<Sight> sight_;
+    std::optional<std::optional<Sight>> held_;
 };
 
 FrontFolderWatch::FrontFolderWatch() : eyes_(new Eyes) {
@@ -145,14 +182,34 @@ FrontFolderWatch::FrontFolderWatch() : eyes_(new Eyes) {
 }
 
 FrontFolderWatch::~FrontFolderWatch() {
+    if (hasFinished_)
+        return;
     thread_.start(); // one that never ran would not end the eyes
+    finish(std::chrono::milliseconds::max());
+}
+
+bool FrontFolderWatch::finish(std::chrono::milliseconds grace) {
+    eyes_->end();
     thread_.quit();
-    thread_.wait();
+    hasFinished_ = thread_.wait(QDeadlineTimer(grace));
+    return hasFinished_;
 }
 
 void FrontFolderWatch::start() {
     thread_.start();
-    QMetaObject::invokeMethod(eyes_, [this] { eyes_->open(); });
+    QMetaObject::invokeMethod(eyes_, [eyes = eyes_] { eyes->open(); });
+}
+
+void FrontFolderWatch::rest() {
+    QMetaObject::invokeMethod(eyes_, [eyes = eyes_] { eyes->close(); });
+}
+
+void FrontFolderWatch::hold() {
+    eyes_->hold();
+}
+
+void FrontFolderWatch::release() {
+    eyes_->release();
 }
 
 std::optional<FrontFolderWatch::Sight> FrontFolderWatch::sight() const {

@@ -4,6 +4,7 @@
 
 #include <QThread>
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -22,17 +23,24 @@ public:
     };
 
     FrontFolderWatch();
-    /// Waits, for half a second at most.
     ~FrontFolderWatch();
     FrontFolderWatch(const FrontFolderWatch&) = delete;
     FrontFolderWatch& operator=(const FrontFolderWatch&) = delete;
 
-    /// From now on it looks. May be called again. Main thread.
+    // Any thread, one at a time. It looks from `start` on, until `rest`.
     void start();
+    void rest();
 
     /// Nothing where no file manager is in front, a field in it has the focus, or any of that cannot be told.
     /// Any thread.
     std::optional<Sight> sight() const;
+    // From `hold` on to `release`, `sight` answers what was to be seen at `hold`. Any thread, one at a time.
+    void hold();
+    void release();
+
+    /// For good, before the end of the process: false when a program that owes answers still holds it up
+    /// after `grace`. Main thread.
+    bool finish(std::chrono::milliseconds grace);
 
 private:
     class Eyes;
@@ -40,6 +48,7 @@ private:
     QThread thread_;
     /// Lives and ends on the thread.
     Eyes* eyes_;
+    bool hasFinished_ = false;
 };
 
 } // namespace ternvault::finder

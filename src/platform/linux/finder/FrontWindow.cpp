@@ -75,6 +75,7 @@ std::optional<WindowInfo> FrontWindow::read() {
     const auto process = ask(display, window, atoms_.process, XCB_ATOM_CARDINAL);
     const auto owner = ask(display, window, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW);
 
+    window_ = window;
     if (isFollowing_)
         hearOfProperties(display, window);
     WindowInfo info;
@@ -104,8 +105,9 @@ bool FrontWindow::hasChanged() {
         constexpr unsigned withoutSender = 0x7f;
         if ((event->response_type & withoutSender) != XCB_PROPERTY_NOTIFY)
             continue;
-        const xcb_atom_t property = reinterpret_cast<const xcb_property_notify_event_t&>(*event).atom;
-        changed |= property == atoms_.activeWindow || property == atoms_.title;
+        const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(*event);
+        changed |=
+            change.atom == atoms_.activeWindow || (change.atom == atoms_.title && change.window == window_);
     }
     return changed;
 }

@@ -49,6 +49,8 @@ private:
         xcb_atom_t activeWindow, title, process, busName, objectPath, text;
     } atoms_{};
     bool isFollowing_ = false;
+    /// The one read last.
+    xcb_window_t window_ = XCB_WINDOW_NONE;
 };
 
 } // namespace ternvault::finder

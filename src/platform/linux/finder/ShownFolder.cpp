@@ -132,8 +132,9 @@ std::vector<fs::path> shownFolders(const AccessibleWindow& window, const QString
 }
 
 bool isTitledAfter(const QString& title, const fs::path& folder) {
-    return title.startsWith(QString::fromStdString(folder.filename())) ||
-           title.startsWith(QString::fromStdString(folder));
+    const QStringList texts = textsOfTitle(title);
+    return texts.contains(QString::fromStdString(folder.filename())) ||
+           texts.contains(QString::fromStdString(folder));
 }
 
 } // namespace ternvault::finder

@@ -18,10 +18,10 @@ Focus focusOf(const AccessibleNode& node);
 Focus focusIn(const AccessibleWindow& window);
 
 /// The folders that the window may be showing, by its title, its location fields and its rows of path
-/// buttons. Only those whose name the title begins with, or which it names whole.
+/// buttons.
 std::vector<std::filesystem::path> shownFolders(const AccessibleWindow& window, const QString& title);
 
-/// Whether the title begins with the folder's name, or with all of its path.
+/// Whether the title is the folder's name or its path, with or without the file manager's name behind it.
 bool isTitledAfter(const QString& title, const std::filesystem::path& folder);
 
 } // namespace ternvault::finder

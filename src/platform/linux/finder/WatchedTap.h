@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/EventTap.h"
+#include "platform/linux/finder/FrontFolderWatch.h"
+
+namespace ternvault::finder {
+
+/// Taps with the watch at work, and lets the callback see what was in front when the press came. Both outlive
+/// it.
+class WatchedTap final : public EventTap {
+public:
+    WatchedTap(EventTap& tap, FrontFolderWatch& watch) : tap_(tap), watch_(watch) {}
+
+    bool run(std::uint32_t eventTypes, const Callback& callback) override {
+        watch_.start();
+        const bool wasStopped = tap_.run(eventTypes, [&](const TappedEvent& event) {
+            watch_.hold();
+            callback(event);
+            watch_.release();
+        });
+        if (!wasStopped)
+            watch_.rest();
+        return wasStopped;
+    }
+    void stop() override { tap_.stop(); }
+
+private:
+    EventTap& tap_;
+    FrontFolderWatch& watch_;
+};
+
+} // namespace ternvault::finder
