@@ -43,6 +43,7 @@ public:
     /// Neither contacts the PC nor mounts. What the ports refer to outlives the model.
     explicit AppModel(const Platform& platform);
 
+    /// For who may outlive the model, and then does nothing.
     WeakRef<AppModel> weak() const { return anchor_.weak(); }
 
     Published<std::vector<ServerDisk>> disks;

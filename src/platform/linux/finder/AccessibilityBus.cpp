@@ -47,7 +47,7 @@ bool isMenu(const AccessibleNode& node) {
 /// the way to the program and back.
 class AccessibilityBus::Question {
 public:
-    explicit Question(QDBusPendingCall call) : call_(std::move(call)) {}
+    explicit Question(const QDBusPendingCall& call) : call_(call) {}
 
     /// Waits. Throws NoAnswer.
     QVariant value() {
@@ -111,6 +111,7 @@ QString AccessibilityBus::program(pid_t process, Deadline deadline) {
         const std::vector<Reference> programs =
             ask(registry, accessibleInterface, u"GetChildren"_s).references();
         std::vector<Question> processes;
+        processes.reserve(programs.size());
         for (const Reference& program : programs)
             processes.push_back(ask(bus, bus.program, u"GetConnectionUnixProcessID"_s, {program.program}));
         for (std::size_t index = 0; index < programs.size(); ++index) {
@@ -204,6 +205,7 @@ AccessibilityBus::Question AccessibilityBus::askProperty(const Reference& object
 std::vector<AccessibilityBus::Reference> AccessibilityBus::windowsOf(const Reference& program) const {
     const std::vector<Reference> windows = ask(program, accessibleInterface, u"GetChildren"_s).references();
     std::vector<std::pair<Question, Question>> answers;
+    answers.reserve(windows.size());
     for (const Reference& window : windows) {
         answers.emplace_back(ask(window, accessibleInterface, u"GetRole"_s),
                              ask(window, accessibleInterface, u"GetState"_s));
@@ -232,6 +234,7 @@ struct AccessibilityBus::Description {
 std::vector<AccessibilityBus::Child> AccessibilityBus::describe(const std::vector<Child>& children,
                                                                 AccessibleWindow& window) const {
     std::vector<Description> descriptions;
+    descriptions.reserve(children.size());
     for (const auto& [parent, object] : children) {
         descriptions.push_back({ask(object, accessibleInterface, u"GetRole"_s),
                                 ask(object, accessibleInterface, u"GetState"_s),
