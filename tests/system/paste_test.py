@@ -89,7 +89,8 @@ def main():
     app.clear_counters()
 
     put_on_clipboard("UTF8_STRING", "text")
-    post_notification()
+    for _ in range(10):
+        post_notification()
     app.wait_status("Clipboard has no files — copy files in Finder first")
     field = app.main.find("text", "IP address").focus()
     press_keys("End", "ctrl+v")
