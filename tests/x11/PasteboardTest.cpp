@@ -138,10 +138,12 @@ TEST(X11Pasteboard, WaitsOnceForWhoeverIsSilent) {
     std::thread answering([&slow] { slow.answer("file:///a%20letter\n"); });
     EXPECT_EQ(pasteboard.fileURLs(), letter) << "asked again after its late answer";
     answering.join();
+    EXPECT_EQ(pasteboard.fileURLs(), letter) << "remembered";
 
+    Owner silent;
     EXPECT_FALSE(answersAtOnce(pasteboard));
     copyUriList("file:///a%20letter\n");
-    slow.answer("file:///late\n");
+    silent.answer("file:///late\n");
     EXPECT_EQ(pasteboard.fileURLs(), letter) << "not what was asked of another one";
 }
 

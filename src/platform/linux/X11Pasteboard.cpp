@@ -3,8 +3,11 @@
 #include "platform/linux/X11Connection.h"
 
 #include <poll.h>
+#include <xcb/xfixes.h>
 
+#include <map>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace ternvault {
@@ -16,6 +19,7 @@ namespace {
 
 constexpr xcb_window_t none = XCB_NONE;              // atoms have the same type
 constexpr std::uint32_t largest = 64U * 1024 * 1024; // bytes
+constexpr qsizetype largestRemembered = 1024 * 1024; // bytes
 
 } // namespace
 
@@ -27,12 +31,48 @@ public:
     explicit Requestor(x11::Connection connection)
         : connection_(std::move(connection)), clipboard_(x11::atom(connection_.get(), "CLIPBOARD")),
           incremental_(x11::atom(connection_.get(), "INCR")),
-          property_(x11::atom(connection_.get(), "TERNVAULT_SELECTION")), window_(newWindow()) {}
+          property_(x11::atom(connection_.get(), "TERNVAULT_SELECTION")), window_(newWindow()) {
+        hearOfNewContent();
+    }
 
     QByteArray read(std::string_view format, std::chrono::milliseconds patience) {
-        const xcb_atom_t target = x11::atom(connection_.get(), format);
         const xcb_window_t owner = clipboardOwner();
         discardLate();
+        if (const auto known = known_.find(format); known != known_.end())
+            return known->second;
+        const int newContents = newContents_;
+        QByteArray content = ask(owner, x11::atom(connection_.get(), format), patience);
+        if (newContentNotice_ != 0 && newContents == newContents_ && owing_ == none &&
+            content.size() <= largestRemembered)
+            known_.emplace(format, content);
+        return content;
+    }
+
+private:
+    struct Part {
+        xcb_atom_t type;
+        QByteArray bytes;
+    };
+
+    /// Where the server tells, what was read is remembered until somebody else copies.
+    void hearOfNewContent() {
+        const auto* const extension = xcb_get_extension_data(connection_.get(), &xcb_xfixes_id);
+        if (extension == nullptr || extension->present == 0)
+            return;
+        const Owned<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
+            connection_.get(),
+            xcb_xfixes_query_version(connection_.get(), XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION),
+            nullptr));
+        if (!version)
+            return;
+        xcb_xfixes_select_selection_input(connection_.get(), x11::rootWindow(connection_.get()), clipboard_,
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+        newContentNotice_ = static_cast<std::uint8_t>(extension->first_event + XCB_XFIXES_SELECTION_NOTIFY);
+    }
+
+    QByteArray ask(xcb_window_t owner, xcb_atom_t target, std::chrono::milliseconds patience) {
         if (owner == none || owner == owing_)
             return {};
         owing_ = owner;
@@ -46,12 +86,6 @@ public:
             owedTo_ = std::exchange(window_, newWindow());
         return std::move(content).value_or(QByteArray());
     }
-
-private:
-    struct Part {
-        xcb_atom_t type;
-        QByteArray bytes;
-    };
 
     xcb_window_t newWindow() {
         const xcb_window_t window = xcb_generate_id(connection_.get());
@@ -143,6 +177,11 @@ private:
 
     /// Whoever still answers is asked again. Parts are removed, so that their owner comes to an end.
     void takeLate(const xcb_generic_event_t& event) {
+        if (newContentNotice_ != 0 && kindOf(event) == newContentNotice_) {
+            known_.clear();
+            ++newContents_;
+            return;
+        }
         const xcb_window_t window = windowOf(event);
         if (window == none || window == window_)
             return;
@@ -182,6 +221,12 @@ private:
     xcb_window_t owing_ = none;
     /// The window of the transfer that was given up because of it.
     xcb_window_t owedTo_ = none;
+    /// Number of the event that tells that somebody else copied; 0 where the server does not.
+    std::uint8_t newContentNotice_ = 0;
+    /// How often it came.
+    int newContents_ = 0;
+    /// By format.
+    std::map<std::string, QByteArray, std::less<>> known_;
 };
 
 X11Pasteboard::X11Pasteboard(std::chrono::milliseconds patience) : patience_(patience) {}
