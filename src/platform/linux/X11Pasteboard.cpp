@@ -19,7 +19,7 @@ namespace {
 
 constexpr xcb_window_t none = XCB_NONE;              // atoms have the same type
 constexpr std::uint32_t largest = 64U * 1024 * 1024; // bytes
-constexpr qsizetype largestRemembered = 1024 * 1024; // bytes
+constexpr qsizetype largestRemembered = qsizetype(1024) * 1024; // bytes
 
 } // namespace
 
