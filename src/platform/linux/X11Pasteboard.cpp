@@ -17,8 +17,8 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr xcb_window_t none = XCB_NONE;              // atoms have the same type
-constexpr std::uint32_t largest = 64U * 1024 * 1024; // bytes
+constexpr xcb_window_t none = XCB_NONE;                         // atoms have the same type
+constexpr std::uint32_t largest = 64U * 1024 * 1024;            // bytes
 constexpr qsizetype largestRemembered = qsizetype(1024) * 1024; // bytes
 
 } // namespace
