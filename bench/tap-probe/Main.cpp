@@ -19,8 +19,9 @@ int main(int argc, char* argv[]) {
     const X11Pasteboard pasteboard;
     finder::FrontFolderWatch watch;
     watch.start();
-    const finder::X11FrontmostApplication frontmost;
-    finder::FinderScripts scripts(watch);
+    finder::FrontWindow front;
+    const finder::X11FrontmostApplication frontmost(front);
+    finder::FinderScripts scripts(watch, front);
     if (fileURLsFromPasteboard(pasteboard, files).empty()) {
         std::fputs("no files on the clipboard\n", stderr);
         return EXIT_FAILURE;

@@ -85,9 +85,11 @@ private:
     X11EventTap eventTap_;
     TapRefusalNotice tapRefusal_;
     X11Pasteboard tapPasteboard_;
-    finder::X11FrontmostApplication frontmost_;
+    /// Used on the tap's thread.
+    finder::FrontWindow frontWindow_;
+    finder::X11FrontmostApplication frontmost_{frontWindow_};
     finder::FrontFolderWatch frontFolder_;
-    finder::FinderScripts finderScripts_{frontFolder_};
+    finder::FinderScripts finderScripts_{frontFolder_, frontWindow_};
     finder::WatchedTap watchedTap_{eventTap_, frontFolder_};
     PasteHook pasteHook_;
     TapThread tapThread_;

@@ -45,8 +45,9 @@ protected:
     const TemporaryFolder home;
     const fs::path shown = home / "MOSSBOX1";
     finder::FrontFolderWatch watch;
-    finder::X11FrontmostApplication frontmost;
-    finder::FinderScripts scripts{watch};
+    finder::FrontWindow front;
+    finder::X11FrontmostApplication frontmost{front};
+    finder::FinderScripts scripts{watch, front};
     QProcess fileManager;
 };
 
