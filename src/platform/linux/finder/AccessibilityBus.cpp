@@ -77,14 +77,8 @@ public:
         std::vector<Reference> result;
         const auto array = value().value<QDBusArgument>();
         array.beginArray();
-        while (!array.atEnd()) {
-            QString program;
-            QDBusObjectPath path;
-            array.beginStructure();
-            array >> program >> path;
-            array.endStructure();
-            result.push_back({program, path.path()});
-        }
+        while (!array.atEnd())
+            result.push_back(takeReference(array));
         array.endArray();
         return result;
     }
@@ -92,6 +86,15 @@ public:
 private:
     QDBusPendingCall call_;
 };
+
+AccessibilityBus::Reference AccessibilityBus::takeReference(const QDBusArgument& from) {
+    QString program;
+    QDBusObjectPath path;
+    from.beginStructure();
+    from >> program >> path;
+    from.endStructure();
+    return {program, path.path()};
+}
 
 AccessibilityBus::~AccessibilityBus() {
     leave();
@@ -140,15 +143,17 @@ AccessibleWindow AccessibilityBus::activeWindow(const QString& program, Deadline
     }
 }
 
-std::optional<AccessibleNode> AccessibilityBus::control(const QString& program, const QString& path,
-                                                        Deadline deadline) {
+std::optional<AccessibilityBus::Control> AccessibilityBus::control(const QString& program,
+                                                                   const QString& path, Deadline deadline) {
     if (!reach(deadline))
         return std::nullopt;
     try {
         const Reference object{program, path};
         Question role = ask(object, accessibleInterface, u"GetRole"_s);
         Question states = ask(object, accessibleInterface, u"GetState"_s);
-        return AccessibleNode{-1, role.number(), states.states(), {}, {}};
+        Question parent = askProperty(object, u"Parent"_s);
+        return Control{{-1, role.number(), states.states(), {}, {}},
+                       takeReference(parent.property().value<QDBusArgument>()).path};
     } catch (const NoAnswer&) {
         return std::nullopt;
     }

@@ -12,6 +12,7 @@
 
 #include <sys/types.h>
 
+class QDBusArgument;
 class QDBusMessage;
 
 namespace ternvault::finder {
@@ -39,8 +40,13 @@ public:
     AccessibleWindow activeWindow(const QString& program, Deadline deadline);
     /// Until the next question; the programs need not tell any more where the focus goes.
     void leave();
+    struct Control {
+        AccessibleNode node;
+        /// What it is in, such as the list of an item.
+        QString container;
+    };
     /// One control, as if it were alone.
-    std::optional<AccessibleNode> control(const QString& program, const QString& path, Deadline deadline);
+    std::optional<Control> control(const QString& program, const QString& path, Deadline deadline);
 
 private:
     struct Reference {
@@ -54,6 +60,7 @@ private:
     class Question;
     struct Description;
 
+    static Reference takeReference(const QDBusArgument& from);
     bool reach(Deadline deadline);
     void listen();
     Q_SLOT void onStateChanged(const QDBusMessage& signal);

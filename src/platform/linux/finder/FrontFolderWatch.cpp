@@ -94,9 +94,9 @@ private:
 
     void lookAnew() {
         textHasFocus_ = false;
-        triesLeft_ = mostTries;
+        list_.clear();
         see(false);
-        soon_.start(settling);
+        lookOnceSettled();
     }
 
     void look() {
@@ -129,19 +129,44 @@ private:
             soon_.start(nextTry);
     }
 
-    /// The folder may be another one now, too: that of another tab has the same title where it has the same
-    /// name.
     void onFocusMoved(const QString& program, const QString& path, bool got) {
         if (isEnding_ || program_.isEmpty() || program != program_)
             return;
-        // A press takes the focus, too, and that may be heard of before the press is. So a loss counts once
-        // the window has settled.
-        if (got) {
-            see(false);
-            // Not all fields are among the controls of their window.
-            const std::optional<AccessibleNode> control = accessibility_.control(program, path, deadline());
-            textHasFocus_ = !control || focusOf(*control) == Focus::text;
+        if (got)
+            onFocus(program, path);
+        else
+            onFocusLost();
+    }
+
+    /// Another control may be of another tab, whose title is the same where its folder has the same name, and
+    /// not all fields are among the controls of their window.
+    void onFocus(const QString& program, const QString& path) {
+        const bool wasSeen = isSeen();
+        see(false);
+        const auto control = accessibility_.control(program, path, deadline());
+        const Focus focus = control ? focusOf(control->node) : Focus::text;
+        textHasFocus_ = focus == Focus::text;
+        const QString list = focus == Focus::item ? control->container : QString();
+        const bool isNextItem = std::exchange(list_, list) == list && !list.isEmpty();
+        if (wasSeen && isNextItem && (onlyLost_ || !soon_.isActive())) {
+            soon_.stop();
+            see(true);
+        } else {
+            lookOnceSettled();
         }
+    }
+
+    /// A press takes the focus, too, and that may be heard of before the press is. So a loss counts once the
+    /// window has settled.
+    void onFocusLost() {
+        if (!soon_.isActive()) {
+            lookOnceSettled();
+            onlyLost_ = true;
+        }
+    }
+
+    void lookOnceSettled() {
+        onlyLost_ = false;
         triesLeft_ = mostTries;
         soon_.start(settling);
     }
@@ -163,7 +188,11 @@ private:
     std::unique_ptr<QSocketNotifier> notifier_;
     QTimer soon_{this};
     int triesLeft_ = 0;
+    /// The look that is due is because of a loss of focus alone.
+    bool onlyLost_ = false;
     bool textHasFocus_ = false;
+    /// Of the item that had the focus last.
+    QString list_;
 
     // Of the window in front, whatever in it has the focus.
     WindowInfo window_;
