@@ -151,7 +151,7 @@ ApplicationService::Handlers TernVaultApp::requests() {
 }
 
 void TernVaultApp::pasteFiles() {
-    tasks_.spawn(model_.pasteFromClipboard());
+    tasks_.spawn(paste_.pasteFromClipboard());
 }
 
 void TernVaultApp::showSettings() {
