@@ -8,7 +8,8 @@
 namespace ternvault {
 
 /// The desktop's clipboard over an X connection of its own, which the first reading opens, so that a thread
-/// beside the main thread can read without an event loop. One thread at a time.
+/// beside the main thread can read without an event loop. What was read is remembered until somebody copies.
+/// One thread at a time.
 ///
 /// A reading ends within `patience`: what is not there by then is empty. The program that let it pass is not
 /// asked again before its late answer comes or another one owns the clipboard. What is larger than 64 MiB is
