@@ -20,6 +20,8 @@ constexpr QSize minimumContentSize(640, 620);
 constexpr QSize firstSize(680, 860);
 /// A window that is dragged moves many times a second.
 constexpr auto saveDelay = 500ms;
+/// A window that others cover, or on another workspace, gets no paint.
+constexpr auto longestWaitForPaint = 1s;
 const auto placementKey = u"mainWindow"_s;
 
 } // namespace
@@ -38,6 +40,8 @@ MainWindow::MainWindow(QSettings& placement, ContentFactory makeContent, Moments
     saveSoon_.setSingleShot(true);
     saveSoon_.setInterval(saveDelay);
     saveSoon_.callOnTimeout(this, [this] { savePlacement(); });
+    painted_.setSingleShot(true);
+    painted_.callOnTimeout(this, [this] { moments_.painted(); });
 }
 
 MainWindow::~MainWindow() {
@@ -47,8 +51,8 @@ MainWindow::~MainWindow() {
 
 void MainWindow::paintEvent(QPaintEvent* event) {
     QMainWindow::paintEvent(event);
-    if (std::exchange(awaitsPaint_, false) && moments_.painted)
-        QTimer::singleShot(0, this, moments_.painted);
+    if (painted_.isActive())
+        painted_.start(0ms);
 }
 
 void MainWindow::showEvent(QShowEvent* event) {
@@ -64,7 +68,7 @@ void MainWindow::appear() {
         static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(content_.get(), 0, 0);
         content_->show();
     }
-    awaitsPaint_ = true;
+    painted_.start(longestWaitForPaint);
     moments_.appeared();
 }
 

@@ -18,8 +18,8 @@ public:
     struct Moments {
         /// Each time the content appears.
         std::function<void()> appeared;
-        /// Each time after that: what the user sees is on the screen, and there is time for what is not
-        /// needed for that.
+        /// Each time after that: what the user sees is on the screen, or cannot be seen anyway, and there
+        /// is time for what is not needed for that.
         std::function<void()> painted;
     };
 
@@ -42,7 +42,7 @@ private:
     ContentFactory makeContent_;
     Moments moments_;
     QTimer saveSoon_;
-    bool awaitsPaint_ = false;
+    QTimer painted_;
     std::unique_ptr<QWidget> content_;
 };
 

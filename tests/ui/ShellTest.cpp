@@ -137,11 +137,12 @@ TEST(MainWindow, KeepsItsPlaceAndHasContentOnlyWhileItIsShown) {
         content = made.get();
         return made;
     };
-    const auto appeared = [&appearances] { ++appearances; };
+    int paints = 0;
+    const MainWindow::Moments moments{[&appearances] { ++appearances; }, [&paints] { ++paints; }};
     const QRect place(60, 40, 700, 690);
     {
         QSettings settings(file, QSettings::IniFormat);
-        MainWindow window(settings, makeContent, {appeared, {}});
+        MainWindow window(settings, makeContent, moments);
         EXPECT_FALSE(content);
         window.show();
         EXPECT_TRUE(content);
@@ -154,10 +155,11 @@ TEST(MainWindow, KeepsItsPlaceAndHasContentOnlyWhileItIsShown) {
         turn();
         EXPECT_TRUE(content);
         EXPECT_EQ(appearances, 2);
+        EXPECT_EQ(paints, 1) << "the first time, it was closed at once";
         EXPECT_EQ(window.geometry(), place);
     }
     QSettings settings(file, QSettings::IniFormat);
-    MainWindow next(settings, makeContent, {appeared, {}});
+    MainWindow next(settings, makeContent, moments);
     next.show();
     EXPECT_EQ(next.geometry(), place);
 }
