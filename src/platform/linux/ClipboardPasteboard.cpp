@@ -11,25 +11,28 @@ namespace {
 
 /// Slower than this is no one who answers.
 constexpr std::chrono::milliseconds patience(4000);
+constexpr std::chrono::seconds rest(30);
 
 } // namespace
 
 ClipboardPasteboard::ClipboardPasteboard(const QClipboard& clipboard) : clipboard_(clipboard) {
     QObject::connect(&clipboard, &QClipboard::dataChanged, &context_, [this] {
         read_.clear();
-        ownerHangs_ = false;
+        ownerRests_ = QDeadlineTimer();
     });
 }
 
 QByteArray ClipboardPasteboard::content(const QString& mimeType) const {
-    if (ownerHangs_ || read_.contains(mimeType))
+    if (!ownerRests_.hasExpired() || read_.contains(mimeType))
         return read_.value(mimeType);
     QElapsedTimer waiting;
     waiting.start();
     const QMimeData* const data = clipboard_.mimeData();
     QByteArray content = data != nullptr ? data->data(mimeType) : QByteArray();
-    ownerHangs_ = waiting.hasExpired(patience.count());
-    read_.insert(mimeType, content);
+    if (waiting.hasExpired(patience.count()))
+        ownerRests_.setRemainingTime(rest);
+    if (!content.isEmpty())
+        read_.insert(mimeType, content);
     return content;
 }
 

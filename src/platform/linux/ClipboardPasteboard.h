@@ -3,14 +3,15 @@
 #include "platform/linux/SelectionPasteboard.h"
 
 #include <QClipboard>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QObject>
 
 namespace ternvault {
 
 /// The desktop's clipboard. Main thread, within the life of the QGuiApplication. Reading waits for the
-/// program that copied, up to the 5 s that Qt gives it; one that let them pass is not asked again before
-/// something else is copied.
+/// program that copied, up to the 5 s that Qt gives it; one that let them pass is asked again half a minute
+/// later.
 class ClipboardPasteboard final : public SelectionPasteboard {
 public:
     explicit ClipboardPasteboard(const QClipboard& clipboard);
@@ -21,7 +22,7 @@ private:
     const QClipboard& clipboard_;
     /// What was read since something was copied, by format.
     mutable QHash<QString, QByteArray> read_;
-    mutable bool ownerHangs_ = false;
+    mutable QDeadlineTimer ownerRests_;
     /// Ends the connection to the clipboard.
     QObject context_;
 };
