@@ -17,9 +17,8 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr xcb_window_t none = XCB_NONE;                         // atoms have the same type
-constexpr std::uint32_t largest = 64U * 1024 * 1024;            // bytes
-constexpr qsizetype largestRemembered = qsizetype(1024) * 1024; // bytes
+constexpr xcb_window_t none = XCB_NONE;              // atoms have the same type
+constexpr std::uint32_t largest = 64U * 1024 * 1024; // bytes
 
 } // namespace
 
@@ -35,6 +34,8 @@ public:
         hearOfNewContent();
     }
 
+    bool isConnected() const { return xcb_connection_has_error(connection_.get()) == 0; }
+
     QByteArray read(std::string_view format, std::chrono::milliseconds patience) {
         const xcb_window_t owner = clipboardOwner();
         discardLate();
@@ -42,8 +43,7 @@ public:
             return known->second;
         const int newContents = newContents_;
         QByteArray content = ask(owner, x11::atom(connection_.get(), format), patience);
-        if (newContentNotice_ != 0 && newContents == newContents_ && owing_ == none &&
-            content.size() <= largestRemembered)
+        if (newContentNotice_ != 0 && newContents == newContents_ && owing_ == none)
             known_.emplace(format, content);
         return content;
     }
@@ -234,9 +234,9 @@ X11Pasteboard::X11Pasteboard(std::chrono::milliseconds patience) : patience_(pat
 X11Pasteboard::~X11Pasteboard() = default;
 
 QByteArray X11Pasteboard::content(const QString& mimeType) const {
-    if (!requestor_) {
-        if (x11::Connection connection = x11::connect())
-            requestor_ = std::make_unique<Requestor>(std::move(connection));
+    if (!requestor_ || !requestor_->isConnected()) {
+        x11::Connection connection = x11::connect();
+        requestor_ = connection ? std::make_unique<Requestor>(std::move(connection)) : nullptr;
     }
     const QByteArray format = mimeType.toLatin1();
     return requestor_
