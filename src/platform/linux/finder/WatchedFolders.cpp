@@ -7,6 +7,7 @@
 #include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
@@ -59,14 +60,17 @@ bool isWatchedBy(const fs::path& descriptorInfo, const Watch& wanted) {
 } // namespace
 
 bool isWatched(const fs::path& folder, pid_t process) {
-    struct stat status {};
-    if (stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+    // Of a volume whose server does not answer, too.
+    struct statx status {};
+    if (::statx(AT_FDCWD, folder.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE | STATX_INO, &status) != 0 ||
+        !S_ISDIR(status.stx_mode))
         return false;
+    const Watch wanted{status.stx_ino, makedev(status.stx_dev_major, status.stx_dev_minor)};
     // The process may end meanwhile.
     std::error_code gone;
     fs::directory_iterator descriptor("/proc/" + std::to_string(process) + "/fdinfo", gone);
     for (; !gone && descriptor != fs::directory_iterator(); descriptor.increment(gone)) {
-        if (isWatchedBy(*descriptor, {status.st_ino, status.st_dev}))
+        if (isWatchedBy(*descriptor, wanted))
             return true;
     }
     return false;
