@@ -163,12 +163,12 @@ bool AccessibilityBus::reach(Deadline deadline) {
     deadline_ = deadline;
     if (bus_.isConnected())
         return true;
-    if (!sessionHasBus())
+    const int patience = millisecondsUntil(deadline);
+    if (patience <= 0 || !sessionHasBus())
         return false;
     const QDBusMessage question = QDBusMessage::createMethodCall(u"org.a11y.Bus"_s, u"/org/a11y/bus"_s,
                                                                  u"org.a11y.Bus"_s, u"GetAddress"_s);
-    const QDBusMessage answer =
-        QDBusConnection::sessionBus().call(question, QDBus::Block, millisecondsUntil(deadline));
+    const QDBusMessage answer = QDBusConnection::sessionBus().call(question, QDBus::Block, patience);
     if (answer.type() != QDBusMessage::ReplyMessage)
         return false;
     QDBusConnection::disconnectFromBus(connectionName);

@@ -58,6 +58,7 @@ public:
         program_.clear();
         see(false);
         accessibility_.leave();
+        front_ = FrontWindow();
     }
 
     // Any thread.
