@@ -29,7 +29,9 @@ void TapRefusalNotice::show() {
     case x11::TapRefusal::keyTaken:
         notices_.show(
             u"Pastes made in file managers are not taken over, because another program has reserved Ctrl+V. "
-            u"Free it there, then close this window and open it again. Pasting in this window works."_s);
+            u"Free it there, then close this window and open it again. Until then choose “Paste Files into "
+            u"Tern "
+            u"Vault” in the menu, or drop files onto this window."_s);
         break;
     case x11::TapRefusal::noPasteKey:
         notices_.show(
