@@ -13,6 +13,7 @@ Commands::Commands()
       settings(u"&Settings…"_s), closeWindow(u"&Close"_s), quit(u"&Quit"_s), minimise(u"&Minimise"_s),
       legal(u"&Legal"_s), about(u"&About Tern Vault"_s) {
     pasteFiles.setShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_V);
+    pasteFiles.setAutoRepeat(false);
     addFiles.setShortcut(Qt::CTRL | Qt::Key_O);
     settings.setShortcut(Qt::CTRL | Qt::Key_Comma);
     closeWindow.setShortcut(Qt::CTRL | Qt::Key_W);

@@ -33,6 +33,7 @@ EditMenu::EditMenu(const Pasteboard& pasteboard, std::function<bool()> takesFile
     insertSeparator(cut_);
     insertSeparator(selectAll_);
     paste_->setShortcuts(QKeySequence::Paste);
+    paste_->setAutoRepeat(false);
     connect(paste_, &QAction::triggered, this, [this] { paste(); });
     connect(this, &QMenu::aboutToShow, this, [this] { lookAtClipboard(); });
     connect(this, &QMenu::aboutToHide, this, [this] { update(); });
