@@ -16,6 +16,8 @@
 #include <QMessageBox>
 #include <QTimer>
 
+#include <utility>
+
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
@@ -27,6 +29,16 @@ constexpr QSize aboutIconSize(64, 64);
 QString desktopStateFile(const LinuxServices& services) {
     const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
     return QString::fromStdString(folder / "desktop.ini");
+}
+
+/// The first one mounts the volume for all; where it could not, no other one can.
+Task<> takeOneByOne(AppModel& model, std::vector<QUrl> urls) {
+    for (const QUrl& url : urls) {
+        Task<> taking = model.handleIncomingFileURLs({url});
+        co_await std::move(taking);
+        if (!model.mountedVolumeName->has_value())
+            co_return;
+    }
 }
 
 QMessageBox* makeAboutBox(QWidget& window) {
@@ -125,9 +137,8 @@ void TernVaultApp::comeForwardOnceMapped() {
     });
 }
 
-void TernVaultApp::open(const std::vector<QUrl>& urls) {
-    for (const QUrl& url : urls)
-        tasks_.spawn(model_.handleIncomingFileURLs({url}));
+void TernVaultApp::open(std::vector<QUrl> urls) {
+    tasks_.spawn(takeOneByOne(model_, std::move(urls)));
 }
 
 void TernVaultApp::performAction(const QString& name) {

@@ -43,8 +43,8 @@ public:
 
     /// Opens the main window, or brings it back.
     void showMainWindow();
-    /// Hands each of the files to the model, in a task of its own.
-    void open(const std::vector<QUrl>& urls);
+    /// Hands the files to the model, each by itself; none after the first that finds no volume.
+    void open(std::vector<QUrl> urls);
     /// Does what the desktop entry's action of this name says; nothing for any other name.
     void performAction(const QString& name);
     /// Before it is destroyed: false when a thread that uses it hangs, and the process has to leave through
