@@ -11,6 +11,7 @@
 #include <QMessageBox>
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -38,6 +39,15 @@ Opens Tern Vault, or brings the window of the running one back, and copies the f
 The other program, ternvault-cli, does the same work in terminals and scripts.
 )";
 
+/// Stopped from a terminal, it would leave the next Ctrl+V of the session held back, and every key behind it.
+/// The programs that it starts do not inherit a handler as they would that it is ignored.
+void goOnWhenTerminalStops() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    action.sa_flags = SA_RESTART;
+    ::sigaction(SIGTSTP, &action, nullptr);
+}
+
 int refuse(const QString& problem, int status) {
     std::fputs(("ternvault: " + problem.toUtf8() + '\n').constData(), stderr);
     QMessageBox::critical(nullptr, u"Tern Vault"_s, problem);
@@ -50,6 +60,7 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
     LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
     int status = 0;
     {
+        goOnWhenTerminalStops();
         const Interrupts interrupts([] { QApplication::quit(); });
         TernVaultApp app(application, services, notices);
         service.setHandlers(app.requests());
