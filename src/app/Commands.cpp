@@ -10,10 +10,12 @@ using namespace Qt::StringLiterals;
 
 Commands::Commands()
     : showWindow(u"&Tern Vault"_s), pasteFiles(u"&Paste Files into Tern Vault"_s), addFiles(u"&Add Files…"_s),
+      takePastesOver(u"Take Over Pastes in &File Managers"_s),
       settings(u"&Settings…"_s), closeWindow(u"&Close"_s), quit(u"&Quit"_s), minimise(u"&Minimise"_s),
       legal(u"&Legal"_s), about(u"&About Tern Vault"_s) {
     pasteFiles.setShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_V);
     pasteFiles.setAutoRepeat(false);
+    takePastesOver.setCheckable(true);
     addFiles.setShortcut(Qt::CTRL | Qt::Key_O);
     settings.setShortcut(Qt::CTRL | Qt::Key_Comma);
     closeWindow.setShortcut(Qt::CTRL | Qt::Key_W);
@@ -30,6 +32,8 @@ void Commands::fill(QMenuBar& bar, QMenu* edit) {
     file->addAction(&settings);
     file->addSeparator();
     file->addActions({&closeWindow, &quit});
+    edit->addSeparator();
+    edit->addAction(&takePastesOver);
     bar.addMenu(edit);
     bar.addMenu(u"&Transfer"_s)->addActions({&pasteFiles, &addFiles});
     bar.addMenu(u"&Window"_s)->addActions({&minimise, &showWindow});

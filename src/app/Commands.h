@@ -23,6 +23,8 @@ public:
     QAction showWindow;
     QAction pasteFiles;
     QAction addFiles;
+    /// Checked while it holds.
+    QAction takePastesOver;
     QAction settings;
     QAction closeWindow;
     QAction quit;

@@ -25,6 +25,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QSize aboutIconSize(64, 64);
+const auto takesPastesOver = u"takesPastesOver"_s;
 
 QString desktopStateFile(const LinuxServices& services) {
     const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
@@ -94,6 +95,11 @@ void TernVaultApp::connectCommands() {
     };
     onTrigger(commands_.showWindow, [this] { showMainWindow(); });
     onTrigger(commands_.pasteFiles, [this] { pasteFiles(); });
+    commands_.takePastesOver.setChecked(desktopState_.value(takesPastesOver, true).toBool());
+    onTrigger(commands_.takePastesOver, [this](bool isOn) {
+        desktopState_.setValue(takesPastesOver, isOn);
+        switchTap();
+    });
     onTrigger(commands_.addFiles, [this] { model_.transfers.pickAndEnqueueFiles(); });
     onTrigger(commands_.settings, [this] { showSettings(); });
     onTrigger(commands_.legal, [this] { showLegalDocuments(); });
@@ -125,7 +131,7 @@ void TernVaultApp::onAppear() {
 /// What takes pastes over that are made elsewhere can wait until the window is on the screen.
 void TernVaultApp::onPainted() {
     QApplication::setWindowIcon(applicationIcon());
-    tapThread_.start();
+    switchTap();
     pasteHook_.installRemotePasteTrigger();
 }
 
@@ -159,6 +165,13 @@ ApplicationService::Handlers TernVaultApp::requests() {
                 showMainWindow();
                 performAction(name);
             }};
+}
+
+void TernVaultApp::switchTap() {
+    const bool isOn = commands_.takePastesOver.isChecked();
+    watchedTap_.enable(isOn);
+    if (isOn)
+        tapThread_.start();
 }
 
 void TernVaultApp::pasteFiles() {

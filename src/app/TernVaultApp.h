@@ -60,6 +60,7 @@ private:
     void onAppear();
     void onPainted();
     void comeForwardOnceMapped();
+    void switchTap();
     void pasteFiles();
     void showSettings();
     void showLegalDocuments();
@@ -70,7 +71,7 @@ private:
     /// Made before the theme sets a palette of ours.
     PortalAppearance appearance_;
     Theme theme_;
-    /// Window placement and the like: nothing that the user set.
+    /// Window placement and other things of this desktop alone.
     QSettings desktopState_;
     FileChooser filePanel_;
     ClipboardPasteboard pasteboard_;

@@ -14,8 +14,8 @@ from accessibility import Missed, press_keys, type_text, wait_for  # noqa: E402
 INTERACTIVE = {"push button", "toggle button", "check box", "radio button", "text", "password text", "list",
                "progress bar", "tree", "combo box", "menu item", "panel"}
 MENUS = {("menu item", name) for name in (
-    "File", "Settings…", "Close", "Quit", "Edit", "Undo", "Redo", "Cut", "Copy", "Paste", "Select All", "Transfer",
-    "Paste Files into Tern Vault", "Add Files…", "Window", "Minimise", "Tern Vault", "Help", "Legal",
+    "File", "Settings…", "Close", "Quit", "Edit", "Undo", "Redo", "Cut", "Copy", "Paste", "Select All",
+    "Take Over Pastes in File Managers", "Transfer", "Paste Files into Tern Vault", "Add Files…", "Window", "Minimise", "Tern Vault", "Help", "Legal",
     "About Tern Vault")}
 # Of each screen: the Tab stops, and what is no stop.
 LEGAL = [("push button", "Open Privacy Policy"), ("push button", "Open Terms & Conditions"),

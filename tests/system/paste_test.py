@@ -5,6 +5,7 @@ Runs inside "private-pc run -- desktop-session --"; its argument is the agent.""
 import pathlib
 import subprocess
 import sys
+import time
 
 CLONE = pathlib.Path(__file__).resolve().parents[2]
 sys.dont_write_bytecode = True
@@ -47,13 +48,27 @@ def refused_key(app, holder):
     ternvault_window.check(not app.first("push button", "OK"), "no second message")
     holder.let_go()
     close_and_open(app)
+    wait_for(lambda: not is_free(holder), "the tap at work")
 
-    def is_held_by_the_application():
-        if holder.hold():
-            holder.let_go()
-            return False
-        return True
-    wait_for(is_held_by_the_application, "the tap at work")
+
+def is_free(holder):
+    free = holder.hold()
+    if free:
+        holder.let_go()
+    return free
+
+
+def switched_off_and_on(app, holder):
+    app.choose("Take Over Pastes in File Managers")
+    wait_for(lambda: is_free(holder), "the key given up")
+    app.quit()
+    again = ternvault_window.TernVault()
+    again.wait_listing("MOSSBOX1")
+    time.sleep(2)  # longer than the tap takes to start
+    ternvault_window.check(is_free(holder), "the key is left alone by the next start, too")
+    again.choose("Take Over Pastes in File Managers")
+    wait_for(lambda: not is_free(holder), "the tap at work")
+    return again
 
 
 def main():
@@ -69,6 +84,7 @@ def main():
     app = ternvault_window.TernVault()
     app.wait_listing("MOSSBOX1")
     refused_key(app, holder)
+    app = switched_off_and_on(app, holder)
 
     field = app.main.find("text", "IP address").focus()
     press_keys("ctrl+v")

@@ -36,6 +36,7 @@ public:
 /// Calls back for what the test presses, as long as it works.
 class FakeEventTap : public EventTap {
 public:
+    void enable(bool) override {}
     bool run(std::uint32_t eventTypes, const Callback& callback) override {
         asked.push_back(eventTypes);
         if (!works)

@@ -265,6 +265,24 @@ TEST_F(EventTapTest, HoldsNoKeyUpForLongWhenTheCallbackHangs) {
     end.set_value();
 }
 
+TEST_F(EventTapTest, LeavesTheKeyToOthersWhileItIsOff) {
+    start();
+    for (int i = 0; i < 2; ++i) {
+        tap.enable(false);
+        const auto deadline = ForeignWindow::Clock::now() + patience;
+        while (!grabsByItself(XCB_MOD_MASK_CONTROL))
+            ASSERT_LT(ForeignWindow::Clock::now(), deadline) << "the key is not given up";
+        giveUpGrabs();
+        paste();
+        EXPECT_THAT(arrived(), ElementsAre(v));
+        tap.enable(true);
+        awaitTapOf(v);
+        paste();
+        EXPECT_THAT(arrived(), IsEmpty());
+        asked = 0;
+    }
+}
+
 TEST_F(EventTapTest, IsRefusedWhileAnotherProgramHasTheKey) {
     ASSERT_TRUE(grabsByItself(XCB_MOD_MASK_CONTROL | capsLock));
     EXPECT_FALSE(run());

@@ -58,13 +58,13 @@ private:
 };
 
 /// A connection that is lost, for example because somebody ended it, is made anew.
-TapRefusal serveKeyboard(const std::shared_ptr<const WakeUp>& wakeUp, const std::atomic<bool>& stopping,
-                         Desk& desk) {
+TapRefusal serveKeyboard(const std::shared_ptr<const WakeUp>& wakeUp, const std::atomic<bool>& enabled,
+                         const std::atomic<bool>& stopping, Desk& desk) {
     try {
         while (!stopping) {
             TappedKeyboard keyboard(
                 wakeUp, [&](std::shared_ptr<HeldPress> press) { return desk.put(std::move(press)); });
-            keyboard.serve(stopping);
+            keyboard.serve(enabled, stopping);
         }
         return TapRefusal::none;
     } catch (TapRefusal refusal) {
@@ -82,7 +82,7 @@ TappedEvent eventOf(const std::shared_ptr<HeldPress>& press) {
 bool X11EventTap::run(std::uint32_t, const Callback& callback) {
     Desk desk;
     std::thread keyboard([&] {
-        refusal_ = serveKeyboard(wakeUp_, stopping_, desk);
+        refusal_ = serveKeyboard(wakeUp_, enabled_, stopping_, desk);
         desk.close();
     });
     try {
@@ -99,6 +99,11 @@ bool X11EventTap::run(std::uint32_t, const Callback& callback) {
     }
     keyboard.join();
     return stopping_;
+}
+
+void X11EventTap::enable(bool isOn) {
+    enabled_ = isOn;
+    wakeUp_->ring();
 }
 
 void X11EventTap::stop() {

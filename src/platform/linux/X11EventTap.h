@@ -20,6 +20,9 @@ class X11EventTap final : public EventTap {
 public:
     /// When an exception leaves the callback, the tap is stopped and the exception leaves this.
     bool run(std::uint32_t eventTypes, const Callback& callback) override;
+    /// While it is off, other programs can have the keys. Where one has them when it is to be on again, `run`
+    /// returns false.
+    void enable(bool isOn) override;
     /// For good: `run` returns at once when it is called afterwards. A press that is held goes on. The X
     /// server is left at once, even if the callback hangs and `run` has to wait for it.
     void stop() override;
@@ -29,6 +32,7 @@ public:
 
 private:
     const std::shared_ptr<const WakeUp> wakeUp_ = std::make_shared<const WakeUp>();
+    std::atomic<bool> enabled_ = true;
     std::atomic<bool> stopping_ = false;
     std::atomic<x11::TapRefusal> refusal_ = x11::TapRefusal::none;
 };

@@ -90,7 +90,7 @@ TappedKeyboard::~TappedKeyboard() {
     giveUp();
 }
 
-void TappedKeyboard::serve(const std::atomic<bool>& stopping) {
+void TappedKeyboard::serve(const std::atomic<bool>& enabled, const std::atomic<bool>& stopping) {
     while (!stopping && !isLost()) {
         settleByDeadline();
         answerSettled();
@@ -100,22 +100,28 @@ void TappedKeyboard::serve(const std::atomic<bool>& stopping) {
             handle(*event);
         else if (std::exchange(mappingChanged_, false))
             followMapping();
+        else if (enabled != isOn_)
+            enable(!isOn_);
         else if (!isLost())
             wait();
     }
 }
 
-/// Keys that go on meaning the same stay grabbed without a gap.
 void TappedKeyboard::followMapping() {
     keys_ = PasteKeys(connection_.get());
-    const std::vector<PasteKeys::Chord> chords = keys_.chords();
+    enable(isOn_);
+}
+
+void TappedKeyboard::enable(bool isOn) {
+    isOn_ = isOn;
+    grab(isOn ? keys_.chords() : std::vector<PasteKeys::Chord>());
+}
+
+/// Keys that go on meaning the same stay grabbed without a gap.
+void TappedKeyboard::grab(const std::vector<PasteKeys::Chord>& chords) {
     if (chords == grabbed_)
         return;
     ungrab();
-    grab(chords);
-}
-
-void TappedKeyboard::grab(const std::vector<PasteKeys::Chord>& chords) {
     std::vector<xcb_void_cookie_t> requests;
     requests.reserve(chords.size());
     for (const PasteKeys::Chord& chord : chords)

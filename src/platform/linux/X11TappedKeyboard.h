@@ -26,12 +26,14 @@ public:
     TappedKeyboard(const TappedKeyboard&) = delete;
     TappedKeyboard& operator=(const TappedKeyboard&) = delete;
 
-    /// Serves until it is woken up with `stopping` set, or the connection is lost. Throws a TapRefusal when
-    /// a new keyboard mapping cannot be tapped.
-    void serve(const std::atomic<bool>& stopping);
+    /// Serves until it is woken up with `stopping` set, or the connection is lost. Woken up with `enabled`
+    /// changed, it gives the keys up or takes them again. Throws a TapRefusal when they, or those of a new
+    /// keyboard mapping, cannot be tapped.
+    void serve(const std::atomic<bool>& enabled, const std::atomic<bool>& stopping);
 
 private:
     void followMapping();
+    void enable(bool isOn);
     void grab(const std::vector<PasteKeys::Chord>& chords);
     void ungrab();
     void giveUp();
@@ -53,6 +55,7 @@ private:
     const std::uint8_t xkbEvent_;
     PasteKeys keys_;
     std::vector<PasteKeys::Chord> grabbed_;
+    bool isOn_ = true;
     bool mappingChanged_ = false;
 
     std::shared_ptr<HeldPress> held_;

@@ -27,7 +27,7 @@ public:
     FrontFolderWatch(const FrontFolderWatch&) = delete;
     FrontFolderWatch& operator=(const FrontFolderWatch&) = delete;
 
-    // Any thread, one at a time. It looks from `start` on, until `rest`.
+    // Any thread. It looks from `start` on, until `rest`.
     void start();
     void rest();
 

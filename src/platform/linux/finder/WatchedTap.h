@@ -22,6 +22,10 @@ public:
             watch_.rest();
         return wasStopped;
     }
+    void enable(bool isOn) override {
+        tap_.enable(isOn);
+        isOn ? watch_.start() : watch_.rest();
+    }
     void stop() override { tap_.stop(); }
 
 private:
