@@ -1,6 +1,7 @@
 #include "app/AnnouncedPaste.h"
 
 #include "async/Await.h"
+#include "platform/linux/ClipboardPasteboard.h"
 
 #include <QApplication>
 
@@ -11,14 +12,20 @@ namespace {
 /// What a window manager takes at most to make a window active.
 constexpr std::chrono::milliseconds moment(500);
 
+bool isActive() {
+    return QApplication::activeWindow() != nullptr;
+}
+
 } // namespace
 
 Task<> AnnouncedPaste::pasteFromClipboard() {
+    if (ClipboardPasteboard::isHidden())
+        co_await sleepFor(mainLoop_, moment);
     co_await model_.pasteFromClipboard();
     const QString outcome = model_.status;
-    if (QApplication::activeWindow() == nullptr)
+    if (!isActive())
         co_await sleepFor(mainLoop_, moment);
-    if (QApplication::activeWindow() == nullptr)
+    if (!isActive())
         notification_.show(outcome);
 }
 

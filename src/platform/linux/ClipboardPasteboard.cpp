@@ -1,11 +1,14 @@
 #include "platform/linux/ClipboardPasteboard.h"
 
 #include <QElapsedTimer>
+#include <QGuiApplication>
 #include <QMimeData>
 
 #include <chrono>
 
 namespace ternvault {
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -22,7 +25,14 @@ ClipboardPasteboard::ClipboardPasteboard(const QClipboard& clipboard) : clipboar
     });
 }
 
+bool ClipboardPasteboard::isHidden() {
+    return QGuiApplication::platformName().startsWith("wayland"_L1) &&
+           QGuiApplication::applicationState() != Qt::ApplicationActive;
+}
+
 QByteArray ClipboardPasteboard::content(const QString& mimeType) const {
+    if (isHidden())
+        return {};
     if (!ownerRests_.hasExpired() || read_.contains(mimeType))
         return read_.value(mimeType);
     QElapsedTimer waiting;

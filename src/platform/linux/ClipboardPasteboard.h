@@ -11,10 +11,13 @@ namespace ternvault {
 
 /// The desktop's clipboard. Main thread, within the life of the QGuiApplication. Reading waits for the
 /// program that copied, up to the 5 s that Qt gives it; one that let them pass is asked again half a minute
-/// later.
+/// later. Empty while it is hidden.
 class ClipboardPasteboard final : public SelectionPasteboard {
 public:
     explicit ClipboardPasteboard(const QClipboard& clipboard);
+
+    /// Wayland tells only the application in front what was copied; what another one knows may be out of date.
+    static bool isHidden();
 
 private:
     QByteArray content(const QString& mimeType) const override;
