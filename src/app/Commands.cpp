@@ -10,9 +10,9 @@ using namespace Qt::StringLiterals;
 
 Commands::Commands()
     : showWindow(u"&Tern Vault"_s), pasteFiles(u"&Paste Files into Tern Vault"_s), addFiles(u"&Add Files…"_s),
-      takePastesOver(u"Take Over Pastes in &File Managers"_s),
-      settings(u"&Settings…"_s), closeWindow(u"&Close"_s), quit(u"&Quit"_s), minimise(u"&Minimise"_s),
-      legal(u"&Legal"_s), about(u"&About Tern Vault"_s) {
+      takePastesOver(u"Take Over Pastes in &File Managers"_s), settings(u"&Settings…"_s),
+      closeWindow(u"&Close"_s), quit(u"&Quit"_s), minimise(u"&Minimise"_s), legal(u"&Legal"_s),
+      about(u"&About Tern Vault"_s) {
     pasteFiles.setShortcut(Qt::CTRL | Qt::SHIFT | Qt::Key_V);
     pasteFiles.setAutoRepeat(false);
     takePastesOver.setCheckable(true);
