@@ -122,15 +122,13 @@ def taken(windows, files, pc):
     LOG.unlink()
 
 
-def fields_keep_theirs(windows, files):
-    select_first = SELECTING_FIRST.get(windows.file_manager[0], ["Down"])
-    for way_in in ([*select_first, "F2"], ["ctrl+l"]):
-        windows.bring_forward(VOLUME.name)
-        for key in way_in:
-            press(key)
-            time.sleep(SETTLING)
-        windows.check_gets_text(files)
-        press("Escape")
+def field_keeps_its(windows, files, *way_in):
+    windows.bring_forward(VOLUME.name)
+    for key in way_in:
+        press(key)
+        time.sleep(SETTLING)
+    windows.check_gets_text(files)
+    press("Escape")
 
 
 def other_programs_keep_theirs(windows, files):
@@ -156,6 +154,7 @@ def drag_many(windows, target):
     xdotool("mousemove", "--window", xdotool("getactivewindow").strip(), *FIRST_ICON)
     drag([int(value) for value in re.findall(r"[xy]:(\d+)", xdotool("getmouselocation"))], target)
     wait_for(lambda: copies() == names, lambda: f"all of them: {len(copies())}", ternvault_window.COPYING + MANY)
+    check(len(list(folder.iterdir())) == MANY, "what was dragged is still there")
     LOG.unlink()
 
 
@@ -196,7 +195,11 @@ def main():
         press("ctrl+v")
         time.sleep(SETTLING)
         press("Escape")  # some say in a dialog that there is nothing to paste
-        fields_keep_theirs(windows, files)
+        field_keeps_its(windows, files, *SELECTING_FIRST.get(windows.file_manager[0], ["Down"]), "F2")
+        windows.copy_all(files[0].parent)
+        windows.bring_forward(VOLUME.name)
+        taken(windows, files, pc)
+        field_keeps_its(windows, files, "ctrl+l")
         other_programs_keep_theirs(windows, files)
         if windows.file_manager[0] == "thunar":
             drag_many(windows, drop_zone)
