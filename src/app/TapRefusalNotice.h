@@ -16,6 +16,8 @@ public:
         : tap_(tap), notices_(notices), desktopState_(desktopState) {}
 
     void show() override;
+    /// However often it was said before, because the user asked for the tap.
+    void tell();
 
 private:
     const X11EventTap& tap_;

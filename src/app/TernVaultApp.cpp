@@ -21,10 +21,13 @@
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr QSize aboutIconSize(64, 64);
+/// What the tap takes at most to be refused.
+constexpr auto tapPatience = 500ms;
 const auto takesPastesOver = u"takesPastesOver"_s;
 
 QString desktopStateFile(const LinuxServices& services) {
@@ -86,6 +89,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
         pasteboard_, [this] { return routeOf(model_) == Route::main; }, [this] { pasteFiles(); });
     edit->setParent(mainWindow_.menuBar(), edit->windowFlags());
     commands_.fill(*mainWindow_.menuBar(), edit);
+    commands_.takePastesOver.setChecked(desktopState_.value(takesPastesOver, true).toBool());
     connectCommands();
 }
 
@@ -95,11 +99,7 @@ void TernVaultApp::connectCommands() {
     };
     onTrigger(commands_.showWindow, [this] { showMainWindow(); });
     onTrigger(commands_.pasteFiles, [this] { pasteFiles(); });
-    commands_.takePastesOver.setChecked(desktopState_.value(takesPastesOver, true).toBool());
-    onTrigger(commands_.takePastesOver, [this](bool isOn) {
-        desktopState_.setValue(takesPastesOver, isOn);
-        switchTap();
-    });
+    onTrigger(commands_.takePastesOver, [this](bool isOn) { onTapSwitched(isOn); });
     onTrigger(commands_.addFiles, [this] { model_.transfers.pickAndEnqueueFiles(); });
     onTrigger(commands_.settings, [this] { showSettings(); });
     onTrigger(commands_.legal, [this] { showLegalDocuments(); });
@@ -130,7 +130,8 @@ void TernVaultApp::onAppear() {
 
 /// What takes pastes over that are made elsewhere can wait until the window is on the screen.
 void TernVaultApp::onPainted() {
-    QApplication::setWindowIcon(applicationIcon());
+    if (QApplication::windowIcon().isNull())
+        QApplication::setWindowIcon(applicationIcon());
     switchTap();
     pasteHook_.installRemotePasteTrigger();
 }
@@ -172,6 +173,17 @@ void TernVaultApp::switchTap() {
     watchedTap_.enable(isOn);
     if (isOn)
         tapThread_.start();
+}
+
+void TernVaultApp::onTapSwitched(bool isOn) {
+    desktopState_.setValue(takesPastesOver, isOn);
+    switchTap();
+    if (isOn) {
+        QTimer::singleShot(tapPatience, &mainWindow_, [this] {
+            if (!PasteTapBridge::tapThreadStarted)
+                tapRefusal_.tell();
+        });
+    }
 }
 
 void TernVaultApp::pasteFiles() {

@@ -48,7 +48,7 @@ public:
     /// Does what the desktop entry's action of this name says; nothing for any other name.
     void performAction(const QString& name);
     /// Before it is destroyed: false when a thread that uses it hangs, and the process has to leave through
-    /// std::_Exit.
+    /// std::_Exit. Waits for each thread for `grace`.
     bool finish(std::chrono::milliseconds grace) {
         return tapThread_.finish(grace) && frontFolder_.finish(grace);
     }
@@ -61,6 +61,7 @@ private:
     void onPainted();
     void comeForwardOnceMapped();
     void switchTap();
+    void onTapSwitched(bool isOn);
     void pasteFiles();
     void showSettings();
     void showLegalDocuments();

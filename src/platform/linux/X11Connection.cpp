@@ -4,7 +4,11 @@ namespace ternvault::x11 {
 
 Connection connect() {
     Connection connection(xcb_connect(nullptr, nullptr));
-    return xcb_connection_has_error(connection.get()) == 0 ? std::move(connection) : nullptr;
+    return isConnected(connection) ? std::move(connection) : nullptr;
+}
+
+bool isConnected(const Connection& connection) {
+    return connection != nullptr && xcb_connection_has_error(connection.get()) == 0;
 }
 
 xcb_window_t rootWindow(xcb_connection_t* connection) {

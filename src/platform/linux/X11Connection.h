@@ -24,6 +24,9 @@ using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
 /// cannot be reached.
 Connection connect();
 
+/// False also where there never was one.
+bool isConnected(const Connection& connection);
+
 /// Of the first screen, which is the only one on today's servers.
 xcb_window_t rootWindow(xcb_connection_t* connection);
 

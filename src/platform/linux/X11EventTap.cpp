@@ -62,9 +62,10 @@ TapRefusal serveKeyboard(const std::shared_ptr<const WakeUp>& wakeUp, const std:
                          const std::atomic<bool>& stopping, Desk& desk) {
     try {
         while (!stopping) {
-            TappedKeyboard keyboard(
-                wakeUp, [&](std::shared_ptr<HeldPress> press) { return desk.put(std::move(press)); });
-            keyboard.serve(enabled, stopping);
+            TappedKeyboard keyboard(wakeUp, enabled, [&](std::shared_ptr<HeldPress> press) {
+                return desk.put(std::move(press));
+            });
+            keyboard.serve(stopping);
         }
         return TapRefusal::none;
     } catch (TapRefusal refusal) {

@@ -67,8 +67,9 @@ std::uint8_t setUpXkb(xcb_connection_t* connection) {
 
 } // namespace
 
-TappedKeyboard::TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, Offer offer)
-    : wakeUp_(std::move(wakeUp)), offer_(std::move(offer)), connection_(connectOrRefuse()),
+TappedKeyboard::TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, const std::atomic<bool>& enabled,
+                               Offer offer)
+    : wakeUp_(std::move(wakeUp)), enabled_(enabled), offer_(std::move(offer)), connection_(connectOrRefuse()),
       xkbEvent_(setUpXkb(connection_.get())) {
     try {
         followMapping();
@@ -78,7 +79,7 @@ TappedKeyboard::TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, Offer offer
     }
     if (isLost())
         throw TapRefusal::noDisplay;
-    if (grabbed_.empty())
+    if (keys_.chords().empty())
         throw TapRefusal::noPasteKey;
 }
 
@@ -90,7 +91,7 @@ TappedKeyboard::~TappedKeyboard() {
     giveUp();
 }
 
-void TappedKeyboard::serve(const std::atomic<bool>& enabled, const std::atomic<bool>& stopping) {
+void TappedKeyboard::serve(const std::atomic<bool>& stopping) {
     while (!stopping && !isLost()) {
         settleByDeadline();
         answerSettled();
@@ -100,8 +101,8 @@ void TappedKeyboard::serve(const std::atomic<bool>& enabled, const std::atomic<b
             handle(*event);
         else if (std::exchange(mappingChanged_, false))
             followMapping();
-        else if (enabled != isOn_)
-            enable(!isOn_);
+        else if (enabled_ != isOn_)
+            followSwitch();
         else if (!isLost())
             wait();
     }
@@ -109,12 +110,12 @@ void TappedKeyboard::serve(const std::atomic<bool>& enabled, const std::atomic<b
 
 void TappedKeyboard::followMapping() {
     keys_ = PasteKeys(connection_.get());
-    enable(isOn_);
+    followSwitch();
 }
 
-void TappedKeyboard::enable(bool isOn) {
-    isOn_ = isOn;
-    grab(isOn ? keys_.chords() : std::vector<PasteKeys::Chord>());
+void TappedKeyboard::followSwitch() {
+    isOn_ = enabled_;
+    grab(isOn_ ? keys_.chords() : std::vector<PasteKeys::Chord>());
 }
 
 /// Keys that go on meaning the same stay grabbed without a gap.
@@ -194,16 +195,16 @@ void TappedKeyboard::answerSettled() {
 void TappedKeyboard::handleWhileDown(const xcb_key_press_event_t& event) {
     if (event.detail != keyDown_) {
         answer(XCB_ALLOW_REPLAY_KEYBOARD);
-        takeAgain();
+        regrab();
     } else if (event.response_type == XCB_KEY_PRESS) {
         answer(XCB_ALLOW_SYNC_KEYBOARD);
     } else {
-        keyIsUp();
+        onKeyUp();
     }
 }
 
 /// In between, a release may have gone on to the window in front.
-void TappedKeyboard::takeAgain() {
+void TappedKeyboard::regrab() {
     const auto grabbing = xcb_grab_keyboard(connection_.get(), 0, rootWindow(connection_.get()),
                                             XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC);
     const auto asking = xcb_query_keymap(connection_.get());
@@ -214,11 +215,11 @@ void TappedKeyboard::takeAgain() {
     if (grabbedAnew_ && keys != nullptr && (keys->keys[keyDown_ / 8] >> keyDown_ % 8 & 1) != 0)
         answer(XCB_ALLOW_SYNC_KEYBOARD);
     else
-        keyIsUp();
+        onKeyUp();
 }
 
 /// The grab that came with the press has ended by itself, and the next press may be held already.
-void TappedKeyboard::keyIsUp() {
+void TappedKeyboard::onKeyUp() {
     if (std::exchange(grabbedAnew_, false))
         xcb_ungrab_keyboard(connection_.get(), XCB_CURRENT_TIME);
     keyDown_ = 0;

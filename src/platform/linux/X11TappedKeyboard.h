@@ -19,21 +19,20 @@ public:
     /// Hands a press to whoever settles it; false when nobody has the time.
     using Offer = std::function<bool(std::shared_ptr<HeldPress>)>;
 
-    /// Throws a TapRefusal.
-    TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, Offer offer);
+    /// It has the keys while `enabled` is set, and looks at it when it is woken up. Throws a TapRefusal.
+    TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, const std::atomic<bool>& enabled, Offer offer);
     /// The press that is held goes on. Once it returns, the server knows nothing of us any more.
     ~TappedKeyboard();
     TappedKeyboard(const TappedKeyboard&) = delete;
     TappedKeyboard& operator=(const TappedKeyboard&) = delete;
 
-    /// Serves until it is woken up with `stopping` set, or the connection is lost. Woken up with `enabled`
-    /// changed, it gives the keys up or takes them again. Throws a TapRefusal when they, or those of a new
-    /// keyboard mapping, cannot be tapped.
-    void serve(const std::atomic<bool>& enabled, const std::atomic<bool>& stopping);
+    /// Serves until it is woken up with `stopping` set, or the connection is lost. Throws a TapRefusal when
+    /// the keys cannot be taken again, or those of a new keyboard mapping cannot be tapped.
+    void serve(const std::atomic<bool>& stopping);
 
 private:
     void followMapping();
-    void enable(bool isOn);
+    void followSwitch();
     void grab(const std::vector<PasteKeys::Chord>& chords);
     void ungrab();
     void giveUp();
@@ -41,21 +40,22 @@ private:
     void handle(const xcb_generic_event_t& event);
     void hold(const xcb_key_press_event_t& press);
     void handleWhileDown(const xcb_key_press_event_t& event);
-    void takeAgain();
-    void keyIsUp();
+    void regrab();
+    void onKeyUp();
     void settleByDeadline();
     void answerSettled();
     void answer(xcb_allow_t mode);
     void wait() const;
-    bool isLost() const { return xcb_connection_has_error(connection_.get()) != 0; }
+    bool isLost() const { return !isConnected(connection_); }
 
     const std::shared_ptr<const WakeUp> wakeUp_;
+    const std::atomic<bool>& enabled_;
     const Offer offer_;
     const Connection connection_;
     const std::uint8_t xkbEvent_;
     PasteKeys keys_;
     std::vector<PasteKeys::Chord> grabbed_;
-    bool isOn_ = true;
+    bool isOn_ = false;
     bool mappingChanged_ = false;
 
     std::shared_ptr<HeldPress> held_;

@@ -108,13 +108,16 @@ TEST(Finder, FindsTheFolderInTitleLocationAndButtons) {
          {window(), button(accessible::checkBox, u"MOSSBOX1"_s, checked),
           button(accessible::checkBox, u"Volumes"_s), button(accessible::checkBox, u"/"_s)},
          {"/Volumes/MOSSBOX1"}},
-        {"buttons without a root", u"a"_s, {window(), button(accessible::pushButton, u"a"_s)}, {}}};
+        {"buttons without a root", u"a"_s, {window(), button(accessible::pushButton, u"a"_s)}, {"a"}}};
     for (const Row& row : rows) {
         std::vector<fs::path> found = shownFolders(row.controls, row.title);
         std::erase_if(found, [&](const fs::path& folder) { return !isTitledAfter(row.title, folder); });
         EXPECT_EQ(found, row.folders) << row.what;
     }
     EXPECT_FALSE(isTitledAfter(u"ab - Thunar"_s, "/Volumes/a"));
+    EXPECT_EQ(agreedFolder({"/home/a", "/Volumes/b", "/home/a"}, u"a"_s), "/home/a");
+    EXPECT_EQ(agreedFolder({"/home/a", "/Volumes/a"}, u"a"_s), std::nullopt) << "tabs of one name";
+    EXPECT_EQ(agreedFolder({"a", "/Volumes/a"}, u"a"_s), std::nullopt) << "views of one name";
 }
 
 TEST(Finder, KnowsWhatAProcessWatches) {

@@ -36,6 +36,14 @@ int millisecondsUntil(AccessibilityBus::Deadline deadline) {
     return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(left).count());
 }
 
+/// Reading a value as another type than it has would end the process.
+QDBusArgument valueOfType(QLatin1String signature, const QVariant& value) {
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != signature)
+        throw NoAnswer();
+    return argument;
+}
+
 bool isMenu(const AccessibleNode& node) {
     return node.role == accessible::menu || node.role == accessible::menuBar ||
            node.role == accessible::popupMenu;
@@ -75,7 +83,7 @@ public:
     }
     std::vector<Reference> references() {
         std::vector<Reference> result;
-        const auto array = value().value<QDBusArgument>();
+        const QDBusArgument array = valueOfType("a(so)"_L1, value());
         array.beginArray();
         while (!array.atEnd())
             result.push_back(takeReference(array));
@@ -153,7 +161,7 @@ std::optional<AccessibilityBus::Control> AccessibilityBus::control(const QString
         Question states = ask(object, accessibleInterface, u"GetState"_s);
         Question parent = askProperty(object, u"Parent"_s);
         return Control{{-1, role.number(), states.states(), {}, {}},
-                       takeReference(parent.property().value<QDBusArgument>()).path};
+                       takeReference(valueOfType("(so)"_L1, parent.property())).path};
     } catch (const NoAnswer&) {
         return std::nullopt;
     }

@@ -4,8 +4,7 @@
 #include "platform/linux/finder/ShownFolder.h"
 #include "platform/linux/finder/WatchedFolders.h"
 
-#include <algorithm>
-#include <functional>
+#include <utility>
 
 namespace ternvault::finder {
 
@@ -34,20 +33,18 @@ std::optional<QString> FinderScripts::run(const QString& source) {
     return QString::fromStdString(frontFolder().value_or(fs::path()));
 }
 
-/// What was seen may be out of date, so the window has to have the title that it had, and every sign of a
-/// folder has to agree with it and with what the file manager watches now.
+/// What was seen may be out of date, so the window has to have the title that it had, and the file manager
+/// has to watch the folder now.
 std::optional<fs::path> FinderScripts::frontFolder() {
     const std::optional<FrontFolderWatch::Sight> seen = watch_.sight();
     const std::optional<WindowInfo> front = front_.read();
     if (!seen || !front || front->id != seen->window.id || front->title != seen->window.title)
         return std::nullopt;
     std::vector<fs::path> folders = seen->folders;
-    std::erase_if(folders, [&](const fs::path& folder) {
-        return !isTitledAfter(front->title, folder) || !isWatched(folder, front->process);
-    });
-    const bool agree =
-        std::adjacent_find(folders.begin(), folders.end(), std::not_equal_to<>()) == folders.end();
-    return agree && !folders.empty() ? std::optional(folders.front()) : std::nullopt;
+    // A title with a dash may be read in several ways.
+    std::erase_if(folders, [](const fs::path& folder) { return folder.is_absolute() && !isFolder(folder); });
+    const std::optional<fs::path> folder = agreedFolder(std::move(folders), front->title);
+    return folder && isWatched(*folder, front->process) ? folder : std::nullopt;
 }
 
 } // namespace ternvault::finder

@@ -121,9 +121,10 @@ private:
         program_ = accessibility_.program(window_.process, end);
         const AccessibleWindow controls =
             program_.isEmpty() ? AccessibleWindow() : accessibility_.activeWindow(program_, end);
-        folders_ = shownFolders(controls, window_.title);
-        for (const fs::path& folder : openLocations(window_.busName, window_.objectPath, end))
-            folders_.push_back(folder);
+        const auto locations = openLocations(window_.busName, window_.objectPath, end);
+        folders_ = locations ? shownFolders(controls, window_.title) : std::vector<fs::path>();
+        if (locations)
+            folders_.insert(folders_.end(), locations->begin(), locations->end());
         const Focus focus = textHasFocus_ ? Focus::text : focusIn(controls);
         see(!controls.empty() && focus >= fileManager.focusOnFiles && focus != Focus::text);
         if (!isSeen() && focus != Focus::text && --triesLeft_ > 0)
@@ -212,14 +213,13 @@ FrontFolderWatch::FrontFolderWatch() : eyes_(new Eyes) {
 }
 
 FrontFolderWatch::~FrontFolderWatch() {
-    if (hasFinished_)
-        return;
-    thread_.start(); // one that never ran would not end the eyes
-    finish(std::chrono::milliseconds::max());
+    if (!hasFinished_)
+        finish(std::chrono::milliseconds::max());
 }
 
 bool FrontFolderWatch::finish(std::chrono::milliseconds grace) {
     eyes_->end();
+    thread_.start(); // one that never ran would not end the eyes
     thread_.quit();
     hasFinished_ = thread_.wait(QDeadlineTimer(grace));
     return hasFinished_;

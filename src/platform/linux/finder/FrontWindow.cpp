@@ -40,7 +40,7 @@ void hearOfProperties(xcb_connection_t* connection, xcb_window_t window) {
 } // namespace
 
 bool FrontWindow::isConnected() const {
-    return connection_ && xcb_connection_has_error(connection_.get()) == 0;
+    return x11::isConnected(connection_);
 }
 
 bool FrontWindow::connect() {

@@ -39,6 +39,7 @@ public:
     /// Whether another window, or the title of the one read last, may have come since the last question.
     bool hasChanged();
 
+    /// False before the first question, and once the display is lost; the next question connects anew.
     bool isConnected() const;
 
 private:

@@ -15,24 +15,27 @@ namespace ternvault::finder {
 
 using namespace Qt::StringLiterals;
 
-std::vector<std::filesystem::path> openLocations(const QString& busName, const QString& windowPath,
-                                                 std::chrono::steady_clock::time_point deadline) {
+std::optional<std::vector<std::filesystem::path>>
+openLocations(const QString& busName, const QString& windowPath,
+              std::chrono::steady_clock::time_point deadline) {
+    std::vector<std::filesystem::path> folders;
     const auto patience =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     if (busName.isEmpty() || windowPath.isEmpty() || patience.count() <= 0)
-        return {};
+        return folders;
     QDBusMessage question = QDBusMessage::createMethodCall(busName, u"/org/freedesktop/FileManager1"_s,
                                                            u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
     question << u"org.freedesktop.FileManager1"_s << u"OpenWindowsWithLocations"_s;
     const QDBusMessage answer =
         QDBusConnection::sessionBus().call(question, QDBus::Block, int(patience.count()));
     if (answer.type() != QDBusMessage::ReplyMessage)
-        return {};
+        return folders;
     const QVariant windows = qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
-    std::vector<std::filesystem::path> folders;
     for (const QString& url : qdbus_cast<QMap<QString, QStringList>>(windows).value(windowPath)) {
-        if (const auto folder = localPath(QUrl(url)))
-            folders.push_back(standardized(*folder));
+        const auto folder = localPath(QUrl(url));
+        if (!folder)
+            return std::nullopt;
+        folders.push_back(standardized(*folder));
     }
     return folders;
 }

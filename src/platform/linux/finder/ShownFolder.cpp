@@ -7,8 +7,8 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <functional>
 #include <map>
-#include <optional>
 #include <set>
 
 namespace ternvault::finder {
@@ -74,12 +74,13 @@ QStringList textsOfTitle(const QString& title) {
 }
 
 /// Path buttons stand in a row, in either direction. The folder shown is the one that is pressed, or the
-/// last.
-std::optional<fs::path> pathOfButtons(const std::vector<const AccessibleNode*>& row) {
+/// last. Of a row that does not begin at the root, such as of what is below the home folder, only the name is
+/// known, if it is one of path buttons at all.
+fs::path pathOfButtons(const std::vector<const AccessibleNode*>& row) {
     const auto root =
         std::find_if(row.begin(), row.end(), [](const auto* node) { return node->name == u"/"; });
     if (root == row.end())
-        return std::nullopt;
+        return row.back()->name.toStdString();
     fs::path path;
     for (auto button = root; button != row.end(); ++button) {
         path /= (*button)->name.toStdString();
@@ -118,7 +119,7 @@ Focus focusIn(const AccessibleWindow& window) {
 std::vector<fs::path> shownFolders(const AccessibleWindow& window, const QString& title) {
     std::set<fs::path> folders;
     const auto add = [&](const std::optional<fs::path>& path) {
-        const fs::path folder = path ? standardized(*path) : fs::path();
+        const fs::path folder = path && path->is_absolute() ? standardized(*path) : path.value_or(fs::path());
         if (folder.has_filename())
             folders.insert(folder);
     };
@@ -135,6 +136,14 @@ bool isTitledAfter(const QString& title, const fs::path& folder) {
     const QStringList texts = textsOfTitle(title);
     return texts.contains(QString::fromStdString(folder.filename())) ||
            texts.contains(QString::fromStdString(folder));
+}
+
+std::optional<fs::path> agreedFolder(std::vector<fs::path> folders, const QString& title) {
+    std::erase_if(folders, [&](const fs::path& folder) { return !isTitledAfter(title, folder); });
+    const bool agree =
+        std::adjacent_find(folders.begin(), folders.end(), std::not_equal_to<>()) == folders.end();
+    const bool isTold = !folders.empty() && agree && folders.front().is_absolute();
+    return isTold ? std::optional(folders.front()) : std::nullopt;
 }
 
 } // namespace ternvault::finder

@@ -3,6 +3,7 @@
 #include "platform/linux/finder/AccessibleWindow.h"
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 /// What the controls of a file manager's window say, whichever file manager it is.
@@ -18,10 +19,15 @@ Focus focusOf(const AccessibleNode& node);
 Focus focusIn(const AccessibleWindow& window);
 
 /// The folders that the window may be showing, by its title, its location fields and its rows of path
-/// buttons.
+/// buttons; only their name where no more is known.
 std::vector<std::filesystem::path> shownFolders(const AccessibleWindow& window, const QString& title);
 
 /// Whether the title is the folder's name or its path, with or without the file manager's name behind it.
 bool isTitledAfter(const QString& title, const std::filesystem::path& folder);
+
+/// The only one of the folders that the window is titled after; nothing where there are several, as with tabs
+/// or views of folders of one name.
+std::optional<std::filesystem::path> agreedFolder(std::vector<std::filesystem::path> folders,
+                                                  const QString& title);
 
 } // namespace ternvault::finder

@@ -57,20 +57,30 @@ bool isWatchedBy(const fs::path& descriptorInfo, const Watch& wanted) {
     return false;
 }
 
-} // namespace
-
-bool isWatched(const fs::path& folder, pid_t process) {
-    // Of a volume whose server does not answer, too.
+/// Without asking the server of a volume, which may not answer.
+std::optional<Watch> watchOf(const fs::path& folder) {
     struct statx status {};
     if (::statx(AT_FDCWD, folder.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE | STATX_INO, &status) != 0 ||
         !S_ISDIR(status.stx_mode))
+        return std::nullopt;
+    return Watch{status.stx_ino, makedev(status.stx_dev_major, status.stx_dev_minor)};
+}
+
+} // namespace
+
+bool isFolder(const fs::path& path) {
+    return watchOf(path).has_value();
+}
+
+bool isWatched(const fs::path& folder, pid_t process) {
+    const std::optional<Watch> wanted = watchOf(folder);
+    if (!wanted)
         return false;
-    const Watch wanted{status.stx_ino, makedev(status.stx_dev_major, status.stx_dev_minor)};
     // The process may end meanwhile.
     std::error_code gone;
     fs::directory_iterator descriptor("/proc/" + std::to_string(process) + "/fdinfo", gone);
     for (; !gone && descriptor != fs::directory_iterator(); descriptor.increment(gone)) {
-        if (isWatchedBy(*descriptor, wanted))
+        if (isWatchedBy(*descriptor, *wanted))
             return true;
     }
     return false;

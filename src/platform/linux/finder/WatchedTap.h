@@ -5,14 +5,13 @@
 
 namespace ternvault::finder {
 
-/// Taps with the watch at work, and lets the callback see what was in front when the press came. Both outlive
-/// it.
+/// Has the watch at work while the tap is on, from the first `enable` on, and lets the callback see what was
+/// in front when the press came. Both outlive it.
 class WatchedTap final : public EventTap {
 public:
     WatchedTap(EventTap& tap, FrontFolderWatch& watch) : tap_(tap), watch_(watch) {}
 
     bool run(std::uint32_t eventTypes, const Callback& callback) override {
-        watch_.start();
         const bool wasStopped = tap_.run(eventTypes, [&](const TappedEvent& event) {
             watch_.hold();
             callback(event);
