@@ -16,6 +16,7 @@ public:
 
     Task<> pasteFromClipboard() override;
 
+    /// For hooks that may outlive it, and then do nothing.
     WeakRef<PasteTarget> weak() const { return anchor_.weak(); }
 
 private:
