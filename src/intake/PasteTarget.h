@@ -4,7 +4,7 @@
 
 namespace ternvault {
 
-/// Where pastes go.
+/// Where pastes go. Main thread.
 class PasteTarget {
 public:
     /// Queues the files on the pasteboard, or says that there are none.

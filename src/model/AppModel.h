@@ -5,7 +5,6 @@
 #include "async/TaskScope.h"
 #include "base/Lifetime.h"
 #include "base/ObservableObject.h"
-#include "intake/PasteTarget.h"
 #include "model/KeychainStore.h"
 #include "mount/DesktopIcon.h"
 #include "mount/LaunchAgentManager.h"
@@ -28,7 +27,7 @@ namespace ternvault {
 
 /// The one observable application model: settings, state and the operations behind every screen and command.
 /// Main thread only. Routines that it returns must end, or be destroyed, before it is.
-class AppModel final : public ObservableObject, public VolumeHost, public PasteTarget {
+class AppModel final : public ObservableObject, public VolumeHost {
     // Before the published fields: their change handlers and `transfers` use these.
     Platform platform_;
     LifetimeAnchor<AppModel> anchor_{this};
@@ -42,9 +41,6 @@ public:
     /// Migrates old settings, loads all settings, finds out what is mounted and starts the reconnect monitor.
     /// Neither contacts the PC nor mounts. What the ports refer to outlives the model.
     explicit AppModel(const Platform& platform);
-
-    /// For who may outlive the model, and then does nothing.
-    WeakRef<AppModel> weak() const { return anchor_.weak(); }
 
     Published<std::vector<ServerDisk>> disks;
     Published<std::vector<ServerShare>> shares;
@@ -114,7 +110,7 @@ public:
     /// many were handed in. What is no file of this PC is reported by the queue as missing.
     Task<> handleIncomingFileURLs(std::vector<QUrl> urls);
     /// Queues the files on the pasteboard, and brings the application to the front when there are any.
-    Task<> pasteFromClipboard() override;
+    Task<> pasteFromClipboard();
     /// The existing files on the pasteboard. For another thread see intake/PasteboardURLs.h.
     std::vector<QUrl> fileURLsFromPasteboard() const;
 

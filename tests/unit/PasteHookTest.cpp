@@ -1,7 +1,9 @@
 #include "intake/PasteHook.h"
 
 #include "intake/PasteBoardFiles.h"
-#include "support/ModelFixture.h"
+#include "support/FakePlatform.h"
+
+#include <gtest/gtest.h>
 
 namespace ternvault::test {
 namespace {
@@ -74,13 +76,21 @@ public:
     int prompts = 0;
 };
 
-class PasteHookTest : public ModelFixture {
+struct CountingTarget final : PasteTarget {
+    Task<> pasteFromClipboard() override {
+        ++pastes;
+        co_return;
+    }
+    int pastes = 0;
+    LifetimeAnchor<PasteTarget> anchor{this};
+};
+
+class PasteHookTest : public testing::Test {
 protected:
     PasteHookTest() {
-        letMountsSucceed();
         fake.files.entries["/home/anna/a"] = false;
         tapPasteboard.urls = fake.pasteboard.urls = {QUrl(u"file:///home/anna/a"_s)};
-        PasteTapBridge::model = model.weak();
+        PasteTapBridge::model = target.anchor.weak();
     }
     ~PasteHookTest() override { PasteTapBridge::model = {}; }
     bool press(std::uint32_t flags, const std::optional<QString>& characters) const {
@@ -100,7 +110,8 @@ protected:
         hook.installRemotePasteTrigger();
     }
 
-    AppModel& model = startWithAccount();
+    FakePlatform fake;
+    CountingTarget target;
     TaskScope tasks{fake.time, [](const std::exception_ptr&) { ADD_FAILURE(); }};
     FakeKeys keys;
     FakeNotifications notifications;
@@ -116,7 +127,7 @@ TEST_F(PasteHookTest, TakesCommandVAndNothingElse) {
     constexpr std::uint32_t fromTheLeftKey = 0x8;
     EXPECT_TRUE(press(command | fromTheLeftKey, u"V"_s));
     fake.time.run();
-    EXPECT_EQ(model.transfers.totalCount, 1);
+    EXPECT_EQ(target.pastes, 1);
     const std::pair<std::uint32_t, std::optional<QString>> others[] = {
         {command, u"c"_s},         {command, std::nullopt},      {0, u"v"_s},
         {command | shift, u"v"_s}, {command | capsLock, u"v"_s}, {command | option, u"v"_s}};
@@ -125,7 +136,7 @@ TEST_F(PasteHookTest, TakesCommandVAndNothingElse) {
     fake.files.entries.erase("/home/anna/a");
     EXPECT_FALSE(press(command, u"v"_s)) << "no file that exists";
     fake.time.run();
-    EXPECT_EQ(model.transfers.totalCount, 1);
+    EXPECT_EQ(target.pastes, 1);
 }
 
 TEST_F(PasteHookTest, EachNotificationIsOnePasteHoweverOftenTheWindowAppears) {
@@ -138,23 +149,17 @@ TEST_F(PasteHookTest, EachNotificationIsOnePasteHoweverOftenTheWindowAppears) {
     for (int times = 0; times < 10; ++times)
         notifications.post(u"space.larkspur.ternvault.pasteFromClipboard"_s);
     fake.time.run();
-    EXPECT_EQ(model.transfers.totalCount, 10);
+    EXPECT_EQ(target.pastes, 10);
 
-    fake.pasteboard.urls.clear();
-    const int activations = fake.activation.count;
-    notifications.post(u"space.larkspur.ternvault.pasteFromClipboard"_s);
-    fake.time.run();
-    EXPECT_EQ(fake.activation.count, activations + 1);
-    EXPECT_TRUE(model.status->startsWith(u"Clipboard has no files"_s));
+    EXPECT_EQ(fake.activation.count, 10);
 }
 
 TEST_F(PasteHookTest, TheTapSwallowsPastesOfFilesOntoTheVolume) {
     using namespace key_flags;
     EXPECT_EQ(swallows(command | capsLock), 1);
-    EXPECT_EQ(model.transfers.totalCount, 1);
+    EXPECT_EQ(target.pastes, 1);
     const std::vector<QString> asked = std::exchange(finder.scripts, {});
     ASSERT_EQ(asked.size(), 1U);
-    EXPECT_EQ(asked[0].size(), 192);
     EXPECT_TRUE(asked[0].startsWith(u"tell application \"Finder\"\n  if (count of Finder windows) is 0"_s));
 
     for (const std::uint32_t flags : {0U, shift | command, option | command, control | command, shift})
@@ -164,7 +169,7 @@ TEST_F(PasteHookTest, TheTapSwallowsPastesOfFilesOntoTheVolume) {
     tapPasteboard.urls.clear();
     EXPECT_EQ(swallows(command), 0);
     EXPECT_TRUE(finder.scripts.empty()) << "asked only about a paste of files";
-    EXPECT_EQ(model.transfers.totalCount, 1);
+    EXPECT_EQ(target.pastes, 1);
 }
 
 TEST_F(PasteHookTest, ATapThatDecidesTooLateHandsNothingOver) {
