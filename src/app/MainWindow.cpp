@@ -40,8 +40,8 @@ MainWindow::MainWindow(QSettings& placement, ContentFactory makeContent, Moments
     saveSoon_.setSingleShot(true);
     saveSoon_.setInterval(saveDelay);
     saveSoon_.callOnTimeout(this, [this] { savePlacement(); });
-    painted_.setSingleShot(true);
-    painted_.callOnTimeout(this, [this] { moments_.painted(); });
+    paintedSoon_.setSingleShot(true);
+    paintedSoon_.callOnTimeout(this, [this] { moments_.painted(); });
 }
 
 MainWindow::~MainWindow() {
@@ -51,8 +51,8 @@ MainWindow::~MainWindow() {
 
 void MainWindow::paintEvent(QPaintEvent* event) {
     QMainWindow::paintEvent(event);
-    if (painted_.isActive())
-        painted_.start(0ms);
+    if (paintedSoon_.isActive())
+        paintedSoon_.start(0ms);
 }
 
 void MainWindow::showEvent(QShowEvent* event) {
@@ -68,7 +68,7 @@ void MainWindow::appear() {
         static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(content_.get(), 0, 0);
         content_->show();
     }
-    painted_.start(longestWaitForPaint);
+    paintedSoon_.start(longestWaitForPaint);
     moments_.appeared();
 }
 

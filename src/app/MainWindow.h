@@ -42,7 +42,7 @@ private:
     ContentFactory makeContent_;
     Moments moments_;
     QTimer saveSoon_;
-    QTimer painted_;
+    QTimer paintedSoon_;
     std::unique_ptr<QWidget> content_;
 };
 

@@ -7,8 +7,8 @@
 
 namespace ternvault {
 
-/// The thread that holds the session's pastes back until it knows whose they are. Nobody waits for it,
-/// because a file system that hangs can hold it up. Main thread.
+/// The thread that decides whose the session's pastes are. A file system that hangs can hold it up, so that
+/// nobody waits for it for long. Main thread.
 class TapThread {
 public:
     TapThread(PasteHook& hook, EventTap& tap) : hook_(hook), tap_(tap) {}

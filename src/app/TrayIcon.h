@@ -7,8 +7,6 @@
 #include <functional>
 #include <memory>
 
-class QTimer;
-
 namespace ternvault {
 
 class Commands;

@@ -30,7 +30,7 @@ public:
     /// tap cannot be created, or is lost and cannot be created anew. An implementation may leave events out
     /// that its users never ask for.
     virtual bool run(std::uint32_t eventTypes, const Callback& callback) = 0;
-    /// While it is off, all events go on at once. It is on at first. Any thread.
+    /// While it is off, new events go on at once. It is on at first. Any thread.
     virtual void enable(bool isOn) = 0;
     /// Has `run` return once the callback has; nothing is held up any more from now on. Any thread.
     virtual void stop() = 0;

@@ -12,16 +12,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Slower than this is no one who answers.
+/// What took longer ran into Qt's own time-out.
 constexpr std::chrono::milliseconds patience(4000);
-constexpr std::chrono::seconds rest(30);
+/// So that one who hangs does not hold the window up at each question.
+constexpr std::chrono::seconds pauseAfterTimeout(30);
 
 } // namespace
 
 ClipboardPasteboard::ClipboardPasteboard(const QClipboard& clipboard) : clipboard_(clipboard) {
     QObject::connect(&clipboard, &QClipboard::dataChanged, &context_, [this] {
         read_.clear();
-        ownerRests_ = QDeadlineTimer();
+        askAgainAt_ = QDeadlineTimer();
     });
 }
 
@@ -33,14 +34,14 @@ bool ClipboardPasteboard::isHidden() {
 QByteArray ClipboardPasteboard::content(const QString& mimeType) const {
     if (isHidden())
         return {};
-    if (!ownerRests_.hasExpired() || read_.contains(mimeType))
+    if (!askAgainAt_.hasExpired() || read_.contains(mimeType))
         return read_.value(mimeType);
     QElapsedTimer waiting;
     waiting.start();
     const QMimeData* const data = clipboard_.mimeData();
     QByteArray content = data != nullptr ? data->data(mimeType) : QByteArray();
     if (waiting.hasExpired(patience.count()))
-        ownerRests_.setRemainingTime(rest);
+        askAgainAt_.setRemainingTime(pauseAfterTimeout);
     if (!content.isEmpty())
         read_.insert(mimeType, content);
     return content;

@@ -16,7 +16,8 @@ class ClipboardPasteboard final : public SelectionPasteboard {
 public:
     explicit ClipboardPasteboard(const QClipboard& clipboard);
 
-    /// Wayland tells only the application in front what was copied; what another one knows may be out of date.
+    /// Wayland tells only the application in front what was copied; what another one knows may be out of
+    /// date.
     static bool isHidden();
 
 private:
@@ -25,7 +26,7 @@ private:
     const QClipboard& clipboard_;
     /// What was read since something was copied, by format.
     mutable QHash<QString, QByteArray> read_;
-    mutable QDeadlineTimer ownerRests_;
+    mutable QDeadlineTimer askAgainAt_;
     /// Ends the connection to the clipboard.
     QObject context_;
 };

@@ -34,7 +34,7 @@ public:
         hearOfNewContent();
     }
 
-    bool isConnected() const { return xcb_connection_has_error(connection_.get()) == 0; }
+    bool isConnected() const { return x11::isConnected(connection_); }
 
     QByteArray read(std::string_view format, std::chrono::milliseconds patience) {
         const xcb_window_t owner = clipboardOwner();
@@ -43,7 +43,7 @@ public:
             return known->second;
         const int newContents = newContents_;
         QByteArray content = ask(owner, x11::atom(connection_.get(), format), patience);
-        if (newContentNotice_ != 0 && newContents == newContents_ && owing_ == none)
+        if (newContentNotice_ != 0 && newContents == newContents_ && silentOwner_ == none)
             known_.emplace(format, content);
         return content;
     }
@@ -73,17 +73,17 @@ private:
     }
 
     QByteArray ask(xcb_window_t owner, xcb_atom_t target, std::chrono::milliseconds patience) {
-        if (owner == none || owner == owing_)
+        if (owner == none || owner == silentOwner_)
             return {};
-        owing_ = owner;
-        owedTo_ = none;
+        silentOwner_ = owner;
+        abandonedWindow_ = none;
         noticeEndOf(owner);
         xcb_convert_selection(connection_.get(), window_, clipboard_, target, property_, XCB_CURRENT_TIME);
         std::optional<QByteArray> content = answer(Clock::now() + patience);
         if (content)
-            owing_ = none;
+            silentOwner_ = none;
         else
-            owedTo_ = std::exchange(window_, newWindow());
+            abandonedWindow_ = std::exchange(window_, newWindow());
         return std::move(content).value_or(QByteArray());
     }
 
@@ -160,11 +160,11 @@ private:
                 else if (kindOf(*event) == kind)
                     return event;
             }
-            if (owing_ == none)
+            if (silentOwner_ == none)
                 return nullptr;
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
             pollfd readable{xcb_get_file_descriptor(connection_.get()), POLLIN, 0};
-            if (left.count() <= 0 || xcb_connection_has_error(connection_.get()) != 0 ||
+            if (left.count() <= 0 || !isConnected() ||
                 ::poll(&readable, 1, static_cast<int>(left.count())) == 0)
                 return nullptr;
         }
@@ -185,8 +185,8 @@ private:
         const xcb_window_t window = windowOf(event);
         if (window == none || window == window_)
             return;
-        if (window == owing_ || window == owedTo_)
-            owing_ = none;
+        if (window == silentOwner_ || window == abandonedWindow_)
+            silentOwner_ = none;
         if (kindOf(event) != XCB_DESTROY_NOTIFY)
             xcb_delete_property(connection_.get(), window, property_);
     }
@@ -218,9 +218,9 @@ private:
     xcb_atom_t property_;
     xcb_window_t window_;
     /// The owner that has not answered yet.
-    xcb_window_t owing_ = none;
+    xcb_window_t silentOwner_ = none;
     /// The window of the transfer that was given up because of it.
-    xcb_window_t owedTo_ = none;
+    xcb_window_t abandonedWindow_ = none;
     /// Number of the event that tells that somebody else copied; 0 where the server does not.
     std::uint8_t newContentNotice_ = 0;
     /// How often it came.
