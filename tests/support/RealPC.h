@@ -2,18 +2,15 @@
 
 #include "support/TemporaryFolder.h"
 
-#include <QByteArray>
-#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QStringList>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
 #include <sstream>
-#include <thread>
 #include <vector>
 
 namespace ternvault::test {
@@ -56,17 +53,17 @@ protected:
         ASSERT_TRUE(process.waitForStarted()) << program.toStdString();
     }
     Outcome finish(QProcess& process, std::chrono::seconds limit = std::chrono::seconds(250)) const {
-        const auto began = std::chrono::steady_clock::now();
+        QElapsedTimer timer;
+        timer.start();
         process.closeWriteChannel();
         if (!process.waitForFinished(static_cast<int>(std::chrono::milliseconds(limit).count()))) {
             ADD_FAILURE() << "did not end in time: " << process.arguments().join(u' ').toStdString();
             process.kill();
             process.waitForFinished(5000);
         }
-        const auto took = std::chrono::steady_clock::now() - began;
         return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
                 process.readAllStandardOutput().toStdString(), process.readAllStandardError().toStdString(),
-                std::chrono::duration_cast<std::chrono::milliseconds>(took)};
+                std::chrono::milliseconds(timer.elapsed())};
     }
     Outcome run(const QString& program, const QStringList& arguments, const std::string& input = {}) const {
         QProcess process;
@@ -94,6 +91,13 @@ protected:
         ASSERT_EQ(mounted.status, 0) << mounted.errors;
     }
     std::string log() const { return readFile(home / ".local/share/Tern Vault/transfer.log"); }
+    /// What diff says about two trees, in which a link is a link.
+    std::string difference(const std::filesystem::path& one, const std::filesystem::path& other) const {
+        const Outcome compared =
+            run(QStringLiteral("/usr/bin/diff"),
+                {QStringLiteral("-r"), QStringLiteral("--no-dereference"), path(one), path(other)});
+        return compared.output + compared.errors;
+    }
     bool isVolumesRootEmpty() const { return std::filesystem::is_empty(volumes.path()); }
 
     /// The processes that serve the volumes, and with `keepers` those that look after them too.
@@ -122,16 +126,10 @@ protected:
             ::kill(daemon, signal);
     }
 
-    /// Whether `condition` came true within `limit`.
+    /// Whether `condition` came true within `limit`; the main loop goes on meanwhile.
     template <typename Condition>
     static bool eventually(Condition condition, std::chrono::seconds limit) {
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return true;
+        return QTest::qWaitFor(condition, static_cast<int>(std::chrono::milliseconds(limit).count()));
     }
 
     TemporaryFolder home;

@@ -1,11 +1,7 @@
 #include "model/AppModel.h"
 #include "platform/linux/NoUserInterface.h"
-#include "support/ModelFixture.h"
 #include "support/RealPC.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QTimer>
 
 namespace ternvault::test {
@@ -14,16 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// The real model in this process, on the real main loop.
-class Monitor : public RealPC {
-protected:
-    template <typename Condition>
-    static bool turnUntil(Condition condition, std::chrono::seconds limit) {
-        QDeadlineTimer deadline(limit);
-        while (!condition() && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
-        return condition();
-    }
-};
+class Monitor : public RealPC {};
 
 TEST_F(Monitor, MountsAgainWhatWentAwayAndNeverBlocksTheMainLoop) {
     takeEnvironment();
@@ -45,12 +32,12 @@ TEST_F(Monitor, MountsAgainWhatWentAwayAndNeverBlocksTheMainLoop) {
     heartbeat.start(5ms);
 
     const auto isMounted = [&] { return model.mountedVolumeName->has_value() && !model.isBusy; };
-    ASSERT_TRUE(turnUntil(isMounted, 20s));
+    ASSERT_TRUE(eventually(isMounted, 20s));
     for (const int signal : {SIGKILL, SIGSTOP}) {
         signalDaemons(signal);
-        ASSERT_TRUE(turnUntil([&] { return isVolumesRootEmpty(); }, 15s)) << "no dead mount stays";
-        ASSERT_TRUE(turnUntil([&] { return !isMounted(); }, 15s));
-        ASSERT_TRUE(turnUntil(isMounted, 45s));
+        ASSERT_TRUE(eventually([&] { return isVolumesRootEmpty(); }, 15s)) << "no dead mount stays";
+        ASSERT_TRUE(eventually([&] { return !isMounted(); }, 15s));
+        ASSERT_TRUE(eventually(isMounted, 45s));
     }
     EXPECT_LT(longestGap, 200);
     EXPECT_EQ(cli({QStringLiteral("eject")}).status, 0);

@@ -57,13 +57,7 @@ protected:
     void settle() {
         for (int turn = 0; turn < 8; ++turn) {
             fake.time.run();
-            bool isOver = false;
-            QTimer timer;
-            timer.setSingleShot(true);
-            timer.callOnTimeout([&isOver] { isOver = true; });
-            timer.start(0);
-            while (!isOver)
-                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            QTest::qWait(0);
         }
     }
     template <typename Widget>

@@ -2,9 +2,8 @@
 #include "platform/linux/finder/FinderScripts.h"
 #include "support/TemporaryFolder.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
-#include <QThread>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -33,12 +32,7 @@ protected:
                    : std::nullopt;
     }
     bool comesToShow(const std::optional<QString>& wanted) {
-        constexpr int patience = 30000;
-        QElapsedTimer waiting;
-        waiting.start();
-        while (folder() != wanted && !waiting.hasExpired(patience))
-            QThread::msleep(1);
-        return folder() == wanted;
+        return QTest::qWaitFor([&] { return folder() == wanted; }, 30'000);
     }
     static void press(const QString& key) { QProcess::execute(u"xdotool"_s, {u"key"_s, key}); }
 

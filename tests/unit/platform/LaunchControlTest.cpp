@@ -3,11 +3,10 @@
 #include "platform/linux/LinuxProcessLauncher.h"
 #include "support/TemporaryFolder.h"
 
-#include <QDeadlineTimer>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <unistd.h>
 
 namespace ternvault {
@@ -70,9 +69,7 @@ TEST_F(LaunchControlTest, TheEntryIsValidAndStartsTheVeryArguments) {
         const ProcessResult valid = launcher.run(u"/usr/bin/desktop-file-validate"_s, {text(entry)});
         EXPECT_TRUE(valid.succeeded() && valid.standardOutput.isEmpty()) << valid.standardOutput.data();
         EXPECT_TRUE(launcher.run(u"/usr/bin/gio"_s, {u"launch"_s, text(entry)}).succeeded());
-        QDeadlineTimer deadline(10'000);
-        while (!fs::exists(started) && !deadline.hasExpired())
-            std::this_thread::yield();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return fs::exists(started); }, 10'000));
         EXPECT_EQ(readFile(started), application.native() + "\n--auto-mount\n%f \"$HOME\" `x` \\ 'ä'\n\n");
         fs::remove(started);
 
