@@ -2,6 +2,8 @@
 
 #include "support/TemporaryFolder.h"
 
+#include <QDBusConnection>
+#include <QDBusVirtualObject>
 #include <QProcess>
 
 namespace ternvault::test {
@@ -10,23 +12,22 @@ namespace ternvault::test {
 class PrivateBus {
 public:
     /// `services`: a folder of services that are started on demand; without one, none is.
-    explicit PrivateBus(const std::filesystem::path& folder, const std::string& services = {})
-        : address_("unix:path=" + folder.native() + "/bus"), configuration_(folder / "bus.conf") {
+    explicit PrivateBus(const std::string& services = {}) {
+        const std::string address = "unix:path=" + (folder_ / "bus").native();
         const std::string demand = services.empty() ? "" : "<servicedir>" + services + "</servicedir>";
-        writeFile(configuration_, "<busconfig><type>session</type><listen>" + address_ + "</listen>" +
-                                      demand +
-                                      "<policy context=\"default\"><allow send_destination=\"*\"/>"
-                                      "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
+        writeFile(folder_ / "bus.conf",
+                  "<busconfig><type>session</type><listen>" + address + "</listen>" + demand +
+                      "<policy context=\"default\"><allow send_destination=\"*\"/>"
+                      "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address.c_str());
+        daemon_.start(QStringLiteral("dbus-daemon"),
+                      {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
+                       QStringLiteral("--config-file=") + QString::fromStdString(folder_ / "bus.conf")});
+        if (!daemon_.waitForReadyRead(20'000))
+            throw std::runtime_error("no session bus");
     }
     ~PrivateBus() { stop(); }
 
-    bool start() {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(address_));
-        daemon_.start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
-                       QStringLiteral("--config-file=") + QString::fromStdString(configuration_.native())});
-        return daemon_.waitForReadyRead(20'000);
-    }
     void stop() {
         daemon_.kill();
         daemon_.waitForFinished();
@@ -34,9 +35,22 @@ public:
     pid_t processId() const { return static_cast<pid_t>(daemon_.processId()); }
 
 private:
-    std::string address_;
-    std::filesystem::path configuration_;
+    TemporaryFolder folder_;
     QProcess daemon_;
+};
+
+/// A service of the desktop with one object on that bus.
+class BusService : public QDBusVirtualObject {
+protected:
+    BusService(const QString& name, const QString& path)
+        : bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)) {
+        bus.registerVirtualObject(path, this);
+        bus.registerService(name);
+    }
+    ~BusService() override { QDBusConnection::disconnectFromBus(bus.name()); }
+    QString introspect(const QString&) const override { return {}; }
+
+    QDBusConnection bus;
 };
 
 } // namespace ternvault::test

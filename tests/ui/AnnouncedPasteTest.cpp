@@ -2,9 +2,7 @@
 #include "support/ModelFixture.h"
 #include "support/PrivateBus.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusVirtualObject>
 #include <QTest>
 #include <QWidget>
 
@@ -18,22 +16,17 @@ const auto name = u"org.freedesktop.Notifications"_s;
 const auto path = u"/org/freedesktop/Notifications"_s;
 
 /// The desktop's service for notifications, as far as the test looks at it.
-class Service final : public QDBusVirtualObject {
+class Service final : public BusService {
 public:
-    Service() : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"service"_s)) {
-        bus_.registerVirtualObject(path, this);
-        bus_.registerService(name);
-    }
-    ~Service() override { QDBusConnection::disconnectFromBus(u"service"_s); }
+    Service() : BusService(name, path) {}
     void choose(uint id) {
         const auto signal = [](const QString& member) {
             return QDBusMessage::createSignal(path, name, member);
         };
-        bus_.send(signal(u"ActivationToken"_s) << id << u"token"_s);
-        bus_.send(signal(u"ActionInvoked"_s) << id << u"default"_s);
+        bus.send(signal(u"ActivationToken"_s) << id << u"token"_s);
+        bus.send(signal(u"ActionInvoked"_s) << id << u"default"_s);
     }
-    QString introspect(const QString&) const override { return {}; }
-    bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override {
+    bool handleMessage(const QDBusMessage& call, const QDBusConnection&) override {
         shown.push_back(call.arguments()[3].toString());
         replaced.push_back(call.arguments()[1].toUInt());
         return bus.send(call.createReply(7U));
@@ -41,9 +34,6 @@ public:
 
     QStringList shown;
     std::vector<uint> replaced;
-
-private:
-    QDBusConnection bus_;
 };
 
 } // namespace
@@ -56,9 +46,7 @@ protected:
         fake.time.advance(std::chrono::seconds(1));
     }
 
-    const TemporaryFolder folder;
-    PrivateBus bus{folder.path()};
-    const bool hasBus = bus.start();
+    PrivateBus bus;
     AppModel& model = startWithAccount();
     QString token;
     DesktopNotification notification{[this](const QString& given) { token = given; }};
@@ -66,7 +54,6 @@ protected:
 };
 
 TEST_F(AnnouncedPastes, AreToldOnTheDesktopWhereNoWindowOfOursIsActive) {
-    ASSERT_TRUE(hasBus);
     paste(); // no service is there
     fake.files.entries = {{"/a", false}, {"/b", false}, {"/Volumes", true}, {"/Volumes/MOSSBOX1", true}};
     fake.pasteboard.urls = {QUrl(u"file:///a"_s), QUrl(u"file:///b"_s)};

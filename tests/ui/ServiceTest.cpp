@@ -2,9 +2,7 @@
 #include "platform/linux/PortalAppearance.h"
 #include "support/PrivateBus.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusVirtualObject>
 #include <QProcess>
 #include <QTest>
 
@@ -24,37 +22,25 @@ struct Asked {
 };
 
 /// The desktop's portal, as far as it tells the colour scheme.
-class Portal final : public QDBusVirtualObject {
+class Portal final : public BusService {
 public:
-    explicit Portal(uint scheme)
-        : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"portal"_s)) {
-        scheme_ = scheme;
-        bus_.registerVirtualObject(u"/org/freedesktop/portal/desktop"_s, this);
-        bus_.registerService(u"org.freedesktop.portal.Desktop"_s);
-    }
-    ~Portal() override { QDBusConnection::disconnectFromBus(u"portal"_s); }
+    Portal() : BusService(u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s) {}
     void change(const QString& space, uint scheme) {
         QDBusMessage signal = QDBusMessage::createSignal(
             u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.portal.Settings"_s, u"SettingChanged"_s);
-        bus_.send(signal << space << u"color-scheme"_s << QVariant::fromValue(QDBusVariant(scheme)));
+        bus.send(signal << space << u"color-scheme"_s << QVariant::fromValue(QDBusVariant(scheme)));
     }
-    QString introspect(const QString&) const override { return {}; }
-    bool handleMessage(const QDBusMessage& question, const QDBusConnection& bus) override {
-        const QVariant inner = QVariant::fromValue(QDBusVariant(scheme_));
+    bool handleMessage(const QDBusMessage& question, const QDBusConnection&) override {
+        const QVariant inner = QVariant::fromValue(QDBusVariant(1U));
         return bus.send(question.createReply(QVariant::fromValue(QDBusVariant(inner))));
     }
-
-private:
-    QDBusConnection bus_;
-    uint scheme_ = 0;
 };
 
 } // namespace
 
 TEST(ApplicationService, TakesOverWhatASecondStartIsFor) {
     const TemporaryFolder folder;
-    PrivateBus bus(folder.path());
-    ASSERT_TRUE(bus.start());
+    const PrivateBus bus;
     ApplicationService service;
     ASSERT_EQ(service.claim({}, {}), ApplicationService::Start::first);
     Asked asked;
@@ -84,10 +70,8 @@ TEST(ApplicationService, TakesOverWhatASecondStartIsFor) {
 }
 
 TEST(PortalAppearance, FollowsTheDesktopsChoice) {
-    const TemporaryFolder folder;
-    PrivateBus bus(folder.path());
-    ASSERT_TRUE(bus.start());
-    Portal portal(1);
+    const PrivateBus bus;
+    Portal portal;
     PortalAppearance appearance(false);
     EXPECT_FALSE(appearance.isDark()) << "it waits for nothing";
     const auto becomes = [&appearance](bool dark) {

@@ -1,6 +1,5 @@
 #include "platform/linux/LinuxProcessLauncher.h"
 #include "platform/linux/programs/DesktopPreference.h"
-#include "platform/linux/programs/DesktopRefresh.h"
 #include "platform/linux/programs/FileFlags.h"
 #include "support/PrivateBus.h"
 
@@ -18,12 +17,8 @@ using test::writeFile;
 
 namespace {
 
-QString text(const fs::path& path) {
-    return QString::fromStdString(path.native());
-}
-
 int chflags(const QString& flag, const fs::path& path) {
-    return runFileFlags({flag, text(path)}).exitStatus;
+    return runFileFlags({flag, QString::fromStdString(path)}).exitStatus;
 }
 
 QStringList preference(const QString& value) {
@@ -34,11 +29,21 @@ int show(const QString& value) {
     return DesktopPreference().write(preference(value)).exitStatus;
 }
 
-/// In place of a desktop's own program.
-void install(const fs::path& program, const std::string& script) {
-    writeFile(program, "#!/bin/sh\n" + script + "\n");
-    fs::permissions(program, fs::perms::owner_all);
-}
+/// With scripts in place of the desktop's own programs.
+class FakedDesktop : public testing::Test {
+protected:
+    FakedDesktop() {
+        qputenv("PATH", (folder.path().native() + ":/bin").c_str());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    }
+    void install(const char* program, const std::string& script) const {
+        writeFile(folder / program, "#!/bin/sh\ncd " + folder.path().native() + "\n" + script + "\n");
+        fs::permissions(folder / program, fs::perms::owner_all);
+    }
+
+    const TemporaryFolder folder;
+    const fs::path calls = folder / "calls";
+};
 
 } // namespace
 
@@ -74,7 +79,7 @@ TEST(FileFlags, WritersAtTheSameTimeLoseNoName) {
     std::vector<std::thread> writers;
     for (const char* name : {"a", "b", "c", "d"}) {
         fs::create_directory(root / name);
-        writers.emplace_back([entry = text(root / name)] {
+        writers.emplace_back([entry = QString::fromStdString(root / name)] {
             // A writer that had to wait for too long fails, which is its right.
             for (int round = 0; round < 41; ++round)
                 while (runFileFlags({round % 2 == 0 ? u"hidden"_s : u"nohidden"_s, entry}).exitStatus != 0)
@@ -92,9 +97,8 @@ TEST(FileFlags, WritersAtTheSameTimeLoseNoName) {
 TEST(DesktopPreference, GoesToTheSettingOfXfce) {
     const TemporaryFolder folder;
     for (const char* variable : {"XDG_CONFIG_HOME", "HOME"})
-        qputenv(variable, text(folder.path()).toUtf8());
-    test::PrivateBus bus(folder.path(), "/usr/share/dbus-1/services");
-    ASSERT_TRUE(bus.start());
+        qputenv(variable, folder.path().c_str());
+    const test::PrivateBus bus("/usr/share/dbus-1/services");
     qputenv("XDG_CURRENT_DESKTOP", "XFCE");
     for (const QString& value : {u"true"_s, u"false"_s}) {
         EXPECT_EQ(show(value), 0);
@@ -105,15 +109,11 @@ TEST(DesktopPreference, GoesToTheSettingOfXfce) {
     }
 }
 
-TEST(DesktopPreference, IsWrittenOnlyWhenItDiffersAndNeverWaitedForLong) {
-    const TemporaryFolder folder;
-    const fs::path calls = folder / "calls";
+TEST_F(FakedDesktop, IsWrittenToOnlyWhenItDiffersAndNeverWaitedForLong) {
     const auto answer = [&](const std::string& script) {
-        install(folder / "gsettings", "echo $* >>" + calls.native() + "\n" + script);
+        install("gsettings", "echo $* >>calls\n" + script);
         fs::remove(calls);
     };
-    qputenv("PATH", text(folder.path()).toUtf8());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
     const std::string key = " org.gnome.shell.extensions.ding show-network-volumes";
     answer("echo true");
@@ -122,7 +122,7 @@ TEST(DesktopPreference, IsWrittenOnlyWhenItDiffersAndNeverWaitedForLong) {
     EXPECT_EQ(show(u"false"_s), 0);
     EXPECT_EQ(readFile(calls), "get" + key + "\nget" + key + "\nset" + key + " false\n");
 
-    answer("exec /bin/sleep 60");
+    answer("exec sleep 60");
     QElapsedTimer timer;
     timer.start();
     EXPECT_EQ(show(u"true"_s), 1);
@@ -138,15 +138,10 @@ TEST(DesktopPreference, IsWrittenOnlyWhenItDiffersAndNeverWaitedForLong) {
     }
 }
 
-TEST(DesktopPreference, HasXfceReadItsSettingsAgainOnceAfterAChangeWhereItRuns) {
-    const TemporaryFolder folder;
-    const fs::path calls = folder / "calls";
-    const std::string here = "cd " + folder.path().native() + "\n";
-    install(folder / "xfconf-query", "echo false");
-    install(folder / "gdbus", here + "cat owned");
-    install(folder / "xfdesktop", here + "echo $* >>calls");
-    qputenv("PATH", (text(folder.path()) + u":/bin"_s).toUtf8());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+TEST_F(FakedDesktop, ReadsItsSettingsAgainOnceAfterAChangeWhereXfceRuns) {
+    install("xfconf-query", "echo false");
+    install("gdbus", "cat owned");
+    install("xfdesktop", "echo $* >>calls");
     qputenv("XDG_CURRENT_DESKTOP", "XFCE");
     for (const std::string owned : {"(true,)\n", "(false,)\n"}) {
         writeFile(folder / "owned", owned);
