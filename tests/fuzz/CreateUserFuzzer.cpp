@@ -1,7 +1,6 @@
 #include "agent/CreateUser.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include "Fuzzing.h"
 
 /// The first two bytes are the status, the rest is the body. A success is one that HTTP calls so; a failure
 /// has a code.
@@ -10,16 +9,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const int status = data[0] * 256 + data[1];
     const QByteArray body(reinterpret_cast<const char*>(data + 2), static_cast<qsizetype>(size - 2));
+    const bool isSuccess = status >= 200 && status <= 299;
     try {
         ternvault::checkCreateUserAnswer({status, body});
-        if (status < 200 || status > 299)
-            std::abort();
+        require(isSuccess);
     } catch (const ternvault::CreateUserError& error) {
-        const bool isSuccess = status >= 200 && status <= 299;
-        const bool isUnauthorized = error.code() == QLatin1String("unauthorized");
-        if (error.code().isEmpty() || (isSuccess && !error.userExists()) ||
-            (status == 409 && !error.userExists()) || (status == 401 && !isUnauthorized))
-            std::abort();
+        require(!error.code().isEmpty());
+        require(error.userExists() || !(isSuccess || status == 409));
+        require(status != 401 || error.code() == QLatin1String("unauthorized"));
     }
     return 0;
 }

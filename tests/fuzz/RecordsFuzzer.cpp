@@ -1,8 +1,7 @@
 #include "agent/AgentRecords.h"
 #include "agent/JsonDecoding.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include "Fuzzing.h"
 
 /// What decodes must come back the same after encoding; what does not must say why.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -11,13 +10,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         response = ternvault::decodeDisksResponse(json);
     } catch (const ternvault::DecodingError& error) {
-        if (*error.what() == '\0')
-            std::abort();
+        require(*error.what() != '\0');
         return 0;
     }
     const ternvault::DisksResponse again =
         ternvault::decodeDisksResponse(ternvault::encodeDisksResponse(response));
-    if (again != response || qHash(again) != qHash(response))
-        std::abort();
+    require(again == response && qHash(again) == qHash(response));
     return 0;
 }

@@ -3,9 +3,9 @@
 
 #include "server/Requests.h"
 
+#include "Fuzzing.h"
+
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 
 using namespace ternvault::server;
 
@@ -17,11 +17,6 @@ std::string_view takeLine(std::string_view& input) {
     const auto line = input.substr(0, input.find('\n'));
     input.remove_prefix(std::min(line.size() + 1, input.size()));
     return line;
-}
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
 }
 
 /// Every refusal has a status, a code and a text, and its body can be read again.

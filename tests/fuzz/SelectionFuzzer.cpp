@@ -3,8 +3,7 @@
 #include "platform/linux/SelectionPasteboard.h"
 #include "support/FakePlatform.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include "Fuzzing.h"
 
 namespace {
 
@@ -16,15 +15,6 @@ struct Selection : SelectionPasteboard {
     QByteArray content(const QString&) const override { return bytes; }
     QByteArray bytes;
 };
-
-struct EveryFileExists : test::FakeFiles {
-    bool exists(const std::filesystem::path&) const override { return true; }
-};
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 } // namespace
 
@@ -38,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(again.size() == 1 && localPath(again.front()) == path);
     }
     std::set<std::filesystem::path> seen;
-    for (const QUrl& url : fileURLsFromPasteboard(selection, EveryFileExists()))
+    for (const QUrl& url : fileURLsFromPasteboard(selection, test::AnyFileExists()))
         require(seen.insert(localPath(url).value()).second);
     require(seen.empty() || selection.holdsFileURLs());
     return 0;

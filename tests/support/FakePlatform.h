@@ -99,8 +99,7 @@ private:
 class FakeDefaults : public UserDefaults {
 public:
     std::optional<QVariant> object(const QString& key) const override {
-        const auto found = values.find(key);
-        return found == values.end() ? std::nullopt : std::optional(found->second);
+        return values.contains(key) ? std::optional(values.at(key)) : std::nullopt;
     }
     void set(const QString& key, const QVariant& value) override { values[key] = value; }
     void remove(const QString& key) override { values.erase(key); }
@@ -111,8 +110,8 @@ public:
 class FakeSecrets : public SecretStore {
 public:
     std::optional<QByteArray> find(const QString& service, const QString& account) override {
-        const auto found = items.find({service, account});
-        return found == items.end() ? std::nullopt : std::optional(found->second);
+        const std::pair key(service, account);
+        return items.contains(key) ? std::optional(items.at(key)) : std::nullopt;
     }
     bool add(const QString& service, const QString& account, const QByteArray& secret) override {
         items[{service, account}] = secret;
@@ -147,8 +146,7 @@ public:
         return found;
     }
     bool isDirectory(const std::filesystem::path& path) const override {
-        const auto found = entries.find(path);
-        return found != entries.end() && found->second;
+        return entries.contains(path) && entries.at(path);
     }
     void createDirectories(const std::filesystem::path& path) override { entries[path] = true; }
     void write(const std::filesystem::path& file, std::string_view content) override {
@@ -168,6 +166,10 @@ public:
     /// Called after each successful look for an entry.
     std::function<void()> onFound;
     VolumeIdentity identity{1, 1, {}};
+};
+
+struct AnyFileExists : FakeFiles {
+    bool exists(const std::filesystem::path&) const override { return true; }
 };
 
 class FakeLocations : public FileLocations {
@@ -195,14 +197,13 @@ public:
     std::vector<QUrl> fileURLs() const override { return urls; }
     QVariant propertyList(const QString& type) const override { return propertyLists.value(type); }
     std::vector<std::optional<QString>> itemTexts(const QString& type) const override {
-        const auto found = texts.find(type);
-        return found == texts.end() ? std::vector<std::optional<QString>>() : found->second;
+        return texts.value(type);
     }
     bool holdsFileURLs() const override { return !urls.empty(); }
 
     std::vector<QUrl> urls;
     QVariantMap propertyLists;
-    std::map<QString, std::vector<std::optional<QString>>> texts;
+    QMap<QString, std::vector<std::optional<QString>>> texts;
 };
 
 class FakeActivation : public Activation {

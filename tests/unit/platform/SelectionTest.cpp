@@ -15,7 +15,7 @@ namespace ternvault {
 namespace {
 
 using namespace Qt::StringLiterals;
-using Formats = std::map<QString, QByteArray>;
+using Formats = QMap<QString, QByteArray>;
 using Paths = std::vector<std::string>;
 
 const QString uriList = u"text/uri-list"_s;
@@ -24,15 +24,8 @@ const QString kde = u"application/x-kde-cutselection"_s;
 
 struct Selection : SelectionPasteboard {
     explicit Selection(Formats content) : formats(std::move(content)) {}
-    QByteArray content(const QString& mimeType) const override {
-        const auto found = formats.find(mimeType);
-        return found == formats.end() ? QByteArray() : found->second;
-    }
+    QByteArray content(const QString& mimeType) const override { return formats.value(mimeType); }
     Formats formats;
-};
-
-struct AnyFileExists : test::FakeFiles {
-    bool exists(const std::filesystem::path&) const override { return true; }
 };
 
 Paths pathsOf(const std::vector<QUrl>& urls) {
@@ -84,7 +77,7 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
     };
     for (const auto& row : rows) {
         const Selection selection(row.formats);
-        EXPECT_EQ(pathsOf(fileURLsFromPasteboard(selection, AnyFileExists())), row.paths) << row.name;
+        EXPECT_EQ(pathsOf(fileURLsFromPasteboard(selection, test::AnyFileExists())), row.paths) << row.name;
         EXPECT_EQ(selection.holdsFileURLs(), !row.paths.empty()) << row.name;
     }
 }
