@@ -15,11 +15,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Seen {
-    std::uint32_t flags;
-    QString characters;
-    bool operator==(const Seen&) const = default;
-};
+/// The flags of a key and its characters.
+using Seen = std::pair<std::uint32_t, QString>;
 
 /// A field in a window with a shortcut.
 class LocalMonitor : public testing::Test {

@@ -6,10 +6,8 @@
 #include "ui/UiFixture.h"
 
 #include <QApplication>
-#include <QCheckBox>
 #include <QListView>
 #include <QRadioButton>
-#include <QScrollBar>
 
 #include <cmath>
 #include <map>

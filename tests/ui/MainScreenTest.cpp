@@ -1,3 +1,5 @@
+#include "ui/DropZone.h"
+#include "ui/MountBadge.h"
 #include "ui/SharesModel.h"
 #include "ui/UiFixture.h"
 
@@ -101,23 +103,15 @@ TEST_F(MainScreen, ButtonsDoWhatTheySay) {
 }
 
 TEST_F(MainScreen, BadgeTellsWhatIsThere) {
-    struct Case {
-        bool isMounted;
-        QString token, badge;
-    };
     showMain();
-    for (const Case& entry :
-         {Case{false, u"t"_s, {}}, {true, u"t"_s, u"Mounted"_s}, {true, u" \n"_s, u"Volume only"_s}}) {
-        model.agentToken = entry.token;
-        model.mountedVolumeName = entry.isMounted ? std::optional(u"MOSSBOX1"_s) : std::nullopt;
+    MountBadge& badge = *all<MountBadge>().first();
+    for (const auto& [isMounted, token, shown] : {std::tuple(false, u"t"_s, u""_s),
+                                                  {true, u"t"_s, u"Mounted"_s},
+                                                  {true, u" \n"_s, u"Volume only"_s}}) {
+        model.agentToken = token;
+        model.mountedVolumeName = isMounted ? std::optional(u"MOSSBOX1"_s) : std::nullopt;
         settle();
-        for (const QString& name : {u"Mounted"_s, u"Volume only"_s}) {
-            const QList<QWidget*> widgets = all<QWidget>();
-            const bool isShown = std::any_of(widgets.begin(), widgets.end(), [&name](const QWidget* widget) {
-                return widget->accessibleName() == name && widget->isVisible();
-            });
-            EXPECT_EQ(isShown, name == entry.badge) << name.toStdString();
-        }
+        EXPECT_EQ(badge.isVisible() ? test::nameOf(badge) : u""_s, shown);
     }
 }
 
@@ -215,7 +209,8 @@ TEST_F(MainScreen, TakesDropsAnywhere) {
         {QUrl::fromLocalFile(u"/s/b"_s), QUrl::fromLocalFile(u"/s/a"_s), QUrl::fromLocalFile(u"/s/c"_s)});
     // As file managers do; a field would take it.
     files.setText(u"/s/b"_s);
-    const QImage plain = window.grab().toImage();
+    DropZone& zone = *all<DropZone>().first();
+    const QImage plain = window.grab().toImage(), plainZone = zone.grab().toImage();
     QImage tinted;
     for (QWidget* const child : all<QWidget>()) {
         if (!child->isVisible())
@@ -223,11 +218,13 @@ TEST_F(MainScreen, TakesDropsAnywhere) {
         EXPECT_TRUE(drag<QDragEnterEvent>(*child, files)) << child->metaObject()->className();
         EXPECT_TRUE(model.isDropTargeted);
         tinted = window.grab().toImage();
+        EXPECT_NE(zone.grab().toImage(), plainZone);
         leave();
         EXPECT_FALSE(model.isDropTargeted);
     }
     EXPECT_NE(tinted.pixel(2, 2), plain.pixel(2, 2));
     EXPECT_EQ(window.grab().toImage().pixel(2, 2), plain.pixel(2, 2));
+    EXPECT_EQ(zone.grab().toImage(), plainZone);
 
     for (const auto& [kind, url] :
          {std::pair(u"text/plain"_s, u"/s/a"_s), {u"text/uri-list"_s, u"http://x/a"_s}}) {

@@ -31,16 +31,13 @@ QAction* item(const QMenu& menu, const QString& title) {
     return nullptr;
 }
 
-/// Class names of the screens that exist below `content`.
-std::vector<std::string> screens(const QWidget& content) {
-    std::vector<std::string> result;
+/// Names of the screens that exist below `content`.
+std::string screens(const QWidget& content) {
+    std::string result;
     for (const QObject* const child : content.children()) {
-        if (dynamic_cast<const LegalAcceptanceView*>(child) != nullptr)
-            result.emplace_back("legal");
-        if (dynamic_cast<const SetupWizardView*>(child) != nullptr)
-            result.emplace_back("setup");
-        if (dynamic_cast<const MainMountedView*>(child) != nullptr)
-            result.emplace_back("main");
+        result += dynamic_cast<const LegalAcceptanceView*>(child) ? "legal" : "";
+        result += dynamic_cast<const SetupWizardView*>(child) ? "setup" : "";
+        result += dynamic_cast<const MainMountedView*>(child) ? "main" : "";
     }
     return result;
 }
@@ -66,7 +63,7 @@ TEST_F(Shell, ShowsExactlyTheScreenThatTheFlagsAskForAndFollowsThem) {
         model.setupComplete = row.setupComplete;
         EXPECT_EQ(screens(content), before) << "changes of one turn are one change";
         turn();
-        EXPECT_EQ(screens(content), std::vector<std::string>{row.screen});
+        EXPECT_EQ(screens(content), row.screen);
         EXPECT_TRUE(content.isAncestorOf(QApplication::focusWidget())) << row.screen;
     }
     const QWidget* const screen = content.findChild<LegalAcceptanceView*>();

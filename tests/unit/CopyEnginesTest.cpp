@@ -36,8 +36,12 @@ struct CopyEnginesTest : testing::Test {
         };
     }
     int errorCode(bool isDirectory) {
+        return codeOf([&] { engines.rsyncCopy(source, target, isDirectory); });
+    }
+    /// Of the error that it ends with: ours, or the negative one of the system.
+    int codeOf(const std::function<void()>& copy) {
         try {
-            engines.rsyncCopy(source, target, isDirectory);
+            copy();
         } catch (const TransferError& error) {
             message = error.what();
             return error.code();
@@ -135,19 +139,11 @@ TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
     chunkedCopy(files, source, target);
     EXPECT_EQ(test::readFile(target), test::readFile(source));
 
-    const auto code = [this](const fs::path& from, const fs::path& to) {
-        try {
-            chunkedCopy(files, from, to);
-        } catch (const TransferError& error) {
-            return error.code();
-        } catch (const std::system_error& error) {
-            return -error.code().value();
-        }
-        return 0;
-    };
-    EXPECT_EQ(code(source, target.parent_path() / "no" / "a"), 1);
+    const fs::path nowhere = target.parent_path() / "no" / "a";
+    EXPECT_EQ(codeOf([&] { chunkedCopy(files, source, nowhere); }), 1);
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
-    EXPECT_EQ(code(folder / "pipe", target), -ENOTSUP) << "and at once, though nobody writes to it";
+    EXPECT_EQ(codeOf([&] { chunkedCopy(files, folder / "pipe", target); }), -ENOTSUP)
+        << "and at once, though nobody writes to it";
 }
 
 } // namespace

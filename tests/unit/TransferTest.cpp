@@ -10,14 +10,14 @@ using Lines = std::vector<std::string>;
 
 /// A queue over a faked volume; rsync succeeds unless the test says otherwise.
 struct Transfers : test::ModelFixture {
-    Transfers() {
+    TransferManager& prepare() {
         fake.locations.support = support.path();
         std::filesystem::create_directory(support / "Tern Vault");
         fake.files.entries = {
             {"/Volumes/MOSSBOX1", true}, {"/s/a", false}, {"/s/b", false}, {"/s/dir", true}};
         fake.processes.executables = {u"/usr/bin/rsync"_s};
+        return startWithAccount().transfers;
     }
-    TransferManager& queue() { return start().transfers; }
     /// Both programs refuse the folder, so that each attempt makes two calls.
     void failFolderCopies() {
         fake.processes.respond = [](const QStringList& call) {
@@ -41,10 +41,10 @@ struct Transfers : test::ModelFixture {
     }
 
     test::TemporaryFolder support;
+    TransferManager& transfers = prepare();
 };
 
 TEST_F(Transfers, FindsTheVolumeInOrder) {
-    TransferManager& transfers = queue();
     fake.files.entries = {{"/Volumes/Films", true}, {"/Volumes/MOSS BOX", true}, {"/Volumes/MOSSBOX1", true}};
     EXPECT_EQ(transfers.resolveMountRoot(u""_s), "/Volumes/MOSSBOX1");
     fake.files.entries.erase("/Volumes/MOSSBOX1");
@@ -55,7 +55,6 @@ TEST_F(Transfers, FindsTheVolumeInOrder) {
 }
 
 TEST_F(Transfers, CopiesJobsInOrderAndTellsSo) {
-    TransferManager& transfers = queue();
     transfers.enqueue({"/s/x/../a", "/s/dir/"}, "/Volumes/MOSSBOX1");
     EXPECT_EQ(transfers.progressLabel(), u"0/2"_s);
     transfers.enqueue({"/s/b"}, "/Volumes/MOSSBOX1");
@@ -68,7 +67,6 @@ TEST_F(Transfers, CopiesJobsInOrderAndTellsSo) {
 }
 
 TEST_F(Transfers, ReportsWhatItLeavesOutWithoutCountingIt) {
-    TransferManager& transfers = queue();
     transfers.enqueue({"/s/lost+found", "/s/gone\nfile"}, "/Volumes/MOSSBOX1");
     EXPECT_EQ(*transfers.lastError, u"Missing: gone\nfile"_s);
     fake.time.run();
@@ -79,7 +77,6 @@ TEST_F(Transfers, ReportsWhatItLeavesOutWithoutCountingIt) {
 
 TEST_F(Transfers, TriesFourTimesWithGrowingPausesAndGoesOn) {
     failFolderCopies();
-    TransferManager& transfers = queue();
     transfers.enqueue({"/s/dir", "/s/b"}, "/Volumes/MOSSBOX1");
     const auto attempts = [this] { return copies() / 2; };
     fake.time.run();
@@ -99,7 +96,6 @@ TEST_F(Transfers, TriesFourTimesWithGrowingPausesAndGoesOn) {
 }
 
 TEST_F(Transfers, ACopyThatSucceededOntoSomethingElseIsAFailure) {
-    TransferManager& transfers = queue();
     fake.processes.respond = [this](const QStringList&) {
         ++fake.files.identity.mountId;
         return ProcessResult{};
@@ -111,7 +107,6 @@ TEST_F(Transfers, ACopyThatSucceededOntoSomethingElseIsAFailure) {
 }
 
 TEST_F(Transfers, MountsOnDemandBeforeAJobAndBetweenAttempts) {
-    TransferManager& transfers = startWithAccount().transfers;
     fake.files.entries.erase("/Volumes/MOSSBOX1");
     letMountsSucceed();
     transfers.enqueue({"/s/a"}, "/Volumes/MOSSBOX1");
@@ -133,7 +128,6 @@ TEST_F(Transfers, MountsOnDemandBeforeAJobAndBetweenAttempts) {
 }
 
 TEST_F(Transfers, CancelLetsTheCopyInFlightEndAndTakesEachJobOnce) {
-    TransferManager& transfers = queue();
     fake.securityScope.grant = true;
     fake.time.holdBackground = true;
     transfers.enqueue({"/s/a", "/s/b"}, "/Volumes/MOSSBOX1");
@@ -155,7 +149,6 @@ TEST_F(Transfers, CancelLetsTheCopyInFlightEndAndTakesEachJobOnce) {
 
 TEST_F(Transfers, CancelDuringAPauseEndsTheJobAsAnError) {
     failFolderCopies();
-    TransferManager& transfers = queue();
     transfers.enqueue({"/s/dir"}, "/Volumes/MOSSBOX1");
     fake.time.run();
     transfers.cancel();
@@ -168,10 +161,10 @@ TEST_F(Transfers, CancelDuringAPauseEndsTheJobAsAnError) {
 TEST_F(Transfers, GoOnWithoutALog) {
     for (const auto& folder : {std::optional<std::filesystem::path>("/dev/null/x"), {}}) {
         fake.locations.support = folder;
-        TransferManager& transfers = queue();
-        transfers.enqueue({"/s/a"}, "/Volumes/MOSSBOX1");
+        TransferManager& unlogged = start().transfers;
+        unlogged.enqueue({"/s/a"}, "/Volumes/MOSSBOX1");
         fake.time.run();
-        EXPECT_EQ(transfers.completedCount, 1);
+        EXPECT_EQ(unlogged.completedCount, 1);
     }
 }
 

@@ -1,7 +1,6 @@
 #include "platform/linux/finder/FileManagers.h"
 #include "platform/linux/finder/WatchedFolders.h"
 
-#include "support/FakePlatform.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,6 @@
 #include "platform/linux/LinuxUserDefaults.h"
 #include "support/TemporaryFolder.h"
 
-#include <QStringList>
-
 #include <gtest/gtest.h>
 
 #include <csignal>
