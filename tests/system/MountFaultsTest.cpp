@@ -18,9 +18,7 @@ TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {
     QTcpServer silent; // accepts in its backlog and never answers
     ASSERT_TRUE(silent.listen(QHostAddress(u"127.0.0.77"_s), 445));
     const QString host = QString::fromStdString(read("address"));
-    const struct {
-        QString host, share, password;
-    } rows[] = {
+    const QString rows[][3] = {
         {host, u"MOSSBOX1"_s, u"wrong"_s},
         {host, u"NOSUCHSHARE"_s, {}},
         {u"127.0.0.99"_s, u"MOSSBOX1"_s, {}},
@@ -30,11 +28,10 @@ TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {
     };
     logIn();
     std::set<std::string> reasons;
-    for (const auto& row : rows) {
-        cli({u"set"_s, u"serverIP"_s, row.host});
-        cli({u"set"_s, u"selectedShare"_s, row.share});
-        cli({u"set"_s, u"smbPassword"_s},
-            row.password.isEmpty() ? read("password") : row.password.toStdString());
+    for (const auto& [address, share, password] : rows) {
+        cli({u"set"_s, u"serverIP"_s, address});
+        cli({u"set"_s, u"selectedShare"_s, share});
+        cli({u"set"_s, u"smbPassword"_s}, password.isEmpty() ? read("password") : password.toStdString());
         const Outcome outcome = cli({u"mount"_s});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_TRUE(outcome.errors.starts_with("Mount failed: ")) << outcome.errors;

@@ -49,30 +49,26 @@ struct MainScreen : test::UiFixture {
 };
 
 TEST_F(MainScreen, EnablesWhatCanBeDone) {
-    struct Case {
-        bool isBusy, isMounted;
-        const char *server, *user, *password;
-        bool refresh, useVolume, mount;
-    };
     showMain();
-    for (const Case& entry : {Case{false, false, "a", "b", "c", true, false, true},
-                              {false, false, " ", " ", " ", true, false, true},
-                              {false, false, "", "b", "c", false, false, true},
-                              {false, false, "a", "", "c", true, false, false},
-                              {false, false, "a", "b", "", true, false, false},
-                              {false, true, "a", "b", "c", true, true, false},
-                              {true, false, "a", "b", "c", false, false, false},
-                              {true, true, "a", "b", "c", false, false, false}}) {
-        model.isBusy = entry.isBusy;
-        model.mountedVolumeName = entry.isMounted ? std::optional(u"MOSSBOX1"_s) : std::nullopt;
-        model.serverIP = QString::fromLatin1(entry.server);
-        model.smbUser = QString::fromLatin1(entry.user);
-        model.smbPassword = QString::fromLatin1(entry.password);
+    for (const auto& [isBusy, isMounted, server, user, password, refresh, useVolume, mount] :
+         {std::tuple(false, false, "a", "b", "c", true, false, true),
+          {false, false, " ", " ", " ", true, false, true},
+          {false, false, "", "b", "c", false, false, true},
+          {false, false, "a", "", "c", true, false, false},
+          {false, false, "a", "b", "", true, false, false},
+          {false, true, "a", "b", "c", true, true, false},
+          {true, false, "a", "b", "c", false, false, false},
+          {true, true, "a", "b", "c", false, false, false}}) {
+        model.isBusy = isBusy;
+        model.mountedVolumeName = isMounted ? std::optional(u"MOSSBOX1"_s) : std::nullopt;
+        model.serverIP = QString::fromLatin1(server);
+        model.smbUser = QString::fromLatin1(user);
+        model.smbPassword = QString::fromLatin1(password);
         settle();
-        EXPECT_EQ(button(u"Refresh drives"_s).isEnabled(), entry.refresh);
-        EXPECT_EQ(button(u"Open in Finder"_s).isEnabled(), entry.useVolume);
-        EXPECT_EQ(button(u"Eject"_s).isEnabled(), entry.useVolume);
-        EXPECT_EQ(button(u"Mount as Tern Vault"_s).isEnabled(), entry.mount);
+        EXPECT_EQ(button(u"Refresh drives"_s).isEnabled(), refresh);
+        EXPECT_EQ(button(u"Open in Finder"_s).isEnabled(), useVolume);
+        EXPECT_EQ(button(u"Eject"_s).isEnabled(), useVolume);
+        EXPECT_EQ(button(u"Mount as Tern Vault"_s).isEnabled(), mount);
         for (QWidget* const field : all<QWidget>()) {
             EXPECT_TRUE(field->isEnabled() || qobject_cast<QPushButton*>(field))
                 << field->metaObject()->className();

@@ -58,17 +58,13 @@ TEST_F(Screens, AcceptOnlyWithBothBoxesTicked) {
     EXPECT_EQ(fake.workspace.browsed,
               (std::vector{QUrl(u"https://x/privacy"_s), QUrl(u"https://x/terms"_s)}));
     // The boxes after each click on one of them; Return is pressed each time.
-    struct Step {
-        int clicked;
-        bool privacy, terms;
-    };
-    for (const Step& step : {Step{0, true, false}, {0, false, false}, {1, false, true}, {0, true, true}}) {
+    for (const auto& [clicked, privacy, terms] :
+         {std::tuple(0, true, false), {0, false, false}, {1, false, true}, {0, true, true}}) {
         EXPECT_FALSE(model.legalAccepted);
-        QTest::mouseClick(boxes[step.clicked], Qt::LeftButton);
-        EXPECT_EQ(std::pair(*model.acceptedPrivacy, *model.acceptedTerms),
-                  std::pair(step.privacy, step.terms));
+        QTest::mouseClick(boxes[clicked], Qt::LeftButton);
+        EXPECT_EQ(std::pair(*model.acceptedPrivacy, *model.acceptedTerms), std::pair(privacy, terms));
         settle();
-        EXPECT_EQ(accept.isEnabled(), step.privacy && step.terms);
+        EXPECT_EQ(accept.isEnabled(), privacy && terms);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
     }
     EXPECT_TRUE(model.legalAccepted);
@@ -76,33 +72,29 @@ TEST_F(Screens, AcceptOnlyWithBothBoxesTicked) {
 }
 
 TEST_F(Screens, ConnectFromAnyFieldOnceAllAreFilled) {
-    struct Case {
-        const char *server, *user, *password;
-        bool isBusy, canConnect;
-    };
     showSetup();
-    for (const Case& entry : {Case{"a", "b", "secret", false, true},
-                              {" ", " ", " ", false, true},
-                              {"", "b", "secret", false, false},
-                              {"a", "", "secret", false, false},
-                              {"a", "b", "", false, false},
-                              {"a", "b", "secret", true, false}}) {
+    for (const auto& [server, user, password, isBusy, canConnect] :
+         {std::tuple("a", "b", "secret", false, true),
+          {" ", " ", " ", false, true},
+          {"", "b", "secret", false, false},
+          {"a", "", "secret", false, false},
+          {"a", "b", "", false, false},
+          {"a", "b", "secret", true, false}}) {
         for (const auto& [key, modifier] :
              {std::pair(Qt::Key_Return, Qt::NoModifier), {Qt::Key_Enter, Qt::KeypadModifier}}) {
-            SCOPED_TRACE(testing::Message()
-                         << entry.server << '/' << entry.user << '/' << entry.password << ' ' << key);
-            model.serverIP = QString::fromLatin1(entry.server);
-            model.smbUser = QString::fromLatin1(entry.user);
-            model.smbPassword = QString::fromLatin1(entry.password);
-            model.isBusy = entry.isBusy;
+            SCOPED_TRACE(testing::Message() << server << '/' << user << '/' << password << ' ' << key);
+            model.serverIP = QString::fromLatin1(server);
+            model.smbUser = QString::fromLatin1(user);
+            model.smbPassword = QString::fromLatin1(password);
+            model.isBusy = isBusy;
             model.setupError = std::nullopt;
             settle();
-            EXPECT_EQ(button(u"Create & Connect"_s).isEnabled(), entry.canConnect);
+            EXPECT_EQ(button(u"Create & Connect"_s).isEnabled(), canConnect);
             QLineEdit& field = find<QLineEdit>(u"Username"_s);
             field.setFocus();
             QTest::keyClick(&field, key, modifier);
             settle();
-            EXPECT_EQ(model.setupError->has_value(), entry.canConnect)
+            EXPECT_EQ(model.setupError->has_value(), canConnect)
                 << "the flow ends with an error, without a token";
         }
     }

@@ -52,19 +52,19 @@ TEST_F(Shell, ShowsExactlyTheScreenThatTheFlagsAskForAndFollowsThem) {
     ContentView content(model, tasks, fake.platform);
     content.show();
 
-    struct Row {
-        bool legalAccepted, setupComplete;
-        const char* screen;
-    };
-    for (const Row& row : {Row{false, false, "legal"}, Row{false, true, "legal"}, Row{true, true, "main"},
-                           Row{true, false, "setup"}, Row{true, true, "main"}, Row{false, false, "legal"}}) {
+    for (const auto& [legalAccepted, setupComplete, screen] : {std::tuple(false, false, "legal"),
+                                                               {false, true, "legal"},
+                                                               {true, true, "main"},
+                                                               {true, false, "setup"},
+                                                               {true, true, "main"},
+                                                               {false, false, "legal"}}) {
         const auto before = screens(content);
-        model.legalAccepted = row.legalAccepted;
-        model.setupComplete = row.setupComplete;
+        model.legalAccepted = legalAccepted;
+        model.setupComplete = setupComplete;
         EXPECT_EQ(screens(content), before) << "changes of one turn are one change";
         turn();
-        EXPECT_EQ(screens(content), row.screen);
-        EXPECT_TRUE(content.isAncestorOf(QApplication::focusWidget())) << row.screen;
+        EXPECT_EQ(screens(content), screen);
+        EXPECT_TRUE(content.isAncestorOf(QApplication::focusWidget())) << screen;
     }
     const QWidget* const screen = content.findChild<LegalAcceptanceView*>();
     model.status = u"something else"_s;
@@ -84,22 +84,21 @@ TEST_F(Shell, PastesTextIntoFieldsAndFilesElsewhere) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     QAction& paste = *item(menu, u"&Paste"_s);
 
-    struct Row {
-        QWidget* focus;
-        const char* text;
-        bool holdsFiles, takesFiles, expected;
-    };
-    for (const Row& row : {Row{field, "", false, true, false}, Row{field, "new", false, true, true},
-                           Row{field, "", true, true, false}, Row{button, "new", false, true, false},
-                           Row{button, "", true, true, true}, Row{button, "", true, false, false}}) {
-        QApplication::clipboard()->setText(QString::fromLatin1(row.text));
+    for (const auto& [focus, text, holdsFiles, mayTakeFiles, expected] :
+         {std::tuple<QWidget*, const char*, bool, bool, bool>(field, "", false, true, false),
+          {field, "new", false, true, true},
+          {field, "", true, true, false},
+          {button, "new", false, true, false},
+          {button, "", true, true, true},
+          {button, "", true, false, false}}) {
+        QApplication::clipboard()->setText(QString::fromLatin1(text));
         fake.pasteboard.urls.clear();
-        if (row.holdsFiles)
+        if (holdsFiles)
             fake.pasteboard.urls = {QUrl(u"file:///a"_s)};
-        takesFiles = row.takesFiles;
-        row.focus->setFocus();
+        takesFiles = mayTakeFiles;
+        focus->setFocus();
         Q_EMIT menu.aboutToShow();
-        EXPECT_EQ(paste.isEnabled(), row.expected) << row.text << row.holdsFiles << row.takesFiles;
+        EXPECT_EQ(paste.isEnabled(), expected) << text << holdsFiles << mayTakeFiles;
     }
 
     takesFiles = true;

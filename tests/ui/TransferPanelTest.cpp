@@ -17,44 +17,37 @@ struct Panel : test::UiFixture {
 };
 
 TEST_F(Panel, ShowsWhatTheStateCallsFor) {
-    struct Case {
-        bool isTransferring;
-        const char* file;
-        int completed, total, errors;
-        const char* lastError;
-        bool showsProgress, showsError, offersCancel, offersClearing;
-        int percent;
-    };
     QProgressBar& bar = find<QProgressBar>(u"Transfer progress"_s);
-    for (const Case& entry : {Case{false, "", 0, 0, 0, nullptr, false, false, false, false, 0},
-                              {true, "", 0, 0, 0, nullptr, true, false, true, false, 0},
-                              {true, "f & <b>", 1, 4, 0, "e", true, false, true, false, 25},
-                              {true, "f", 2, 4, 1, nullptr, true, false, true, false, 50},
-                              {true, "f", 3, 4, 1, "e", true, true, true, false, 75},
-                              {false, "f", 4, 4, 0, nullptr, true, false, false, true, 100},
-                              {true, "f", 5, 4, 0, nullptr, true, false, true, false, 100},
-                              {false, "", 3, 4, 1, "e", false, true, false, true, 75},
-                              {false, "", 0, 0, 2, "e", false, true, false, false, 0}}) {
-        SCOPED_TRACE(testing::Message()
-                     << entry.isTransferring << entry.file << entry.completed << entry.errors);
-        transfers.isTransferring = entry.isTransferring;
-        transfers.currentFileName = QString::fromLatin1(entry.file);
-        transfers.completedCount = entry.completed;
-        transfers.totalCount = entry.total;
-        transfers.errorCount = entry.errors;
-        transfers.lastError = entry.lastError ? std::optional(u"it <b>failed</b>"_s) : std::nullopt;
+    for (const auto& [isTransferring, file, completed, total, errors, hasFailed, showsProgress, showsError,
+                      offersCancel, offersClearing, percent] :
+         {std::tuple(false, "", 0, 0, 0, false, false, false, false, false, 0),
+          {true, "", 0, 0, 0, false, true, false, true, false, 0},
+          {true, "f & <b>", 1, 4, 0, true, true, false, true, false, 25},
+          {true, "f", 2, 4, 1, false, true, false, true, false, 50},
+          {true, "f", 3, 4, 1, true, true, true, true, false, 75},
+          {false, "f", 4, 4, 0, false, true, false, false, true, 100},
+          {true, "f", 5, 4, 0, false, true, false, true, false, 100},
+          {false, "", 3, 4, 1, true, false, true, false, true, 75},
+          {false, "", 0, 0, 2, true, false, true, false, false, 0}}) {
+        SCOPED_TRACE(testing::Message() << isTransferring << file << completed << errors);
+        transfers.isTransferring = isTransferring;
+        transfers.currentFileName = QString::fromLatin1(file);
+        transfers.completedCount = completed;
+        transfers.totalCount = total;
+        transfers.errorCount = errors;
+        transfers.lastError = hasFailed ? std::optional(u"it <b>failed</b>"_s) : std::nullopt;
         settle();
-        EXPECT_EQ(bar.isVisible(), entry.showsProgress);
-        EXPECT_EQ(100 * bar.value() / bar.maximum(), entry.percent);
-        if (entry.showsProgress) {
-            EXPECT_TRUE(find<ClampedText>(QString::fromLatin1(entry.file)).isVisible());
+        EXPECT_EQ(bar.isVisible(), showsProgress);
+        EXPECT_EQ(100 * bar.value() / bar.maximum(), percent);
+        if (showsProgress) {
+            EXPECT_TRUE(find<ClampedText>(QString::fromLatin1(file)).isVisible());
         }
         const auto isError = [](ClampedText* text) {
             return text->isVisible() && test::nameOf(*text) == u"it <b>failed</b>"_s;
         };
-        EXPECT_EQ(std::ranges::any_of(all<ClampedText>(), isError), entry.showsError);
-        EXPECT_EQ(button(u"Cancel"_s).isVisible(), entry.offersCancel);
-        EXPECT_EQ(button(u"Clear counters"_s).isVisible(), entry.offersClearing);
+        EXPECT_EQ(std::ranges::any_of(all<ClampedText>(), isError), showsError);
+        EXPECT_EQ(button(u"Cancel"_s).isVisible(), offersCancel);
+        EXPECT_EQ(button(u"Clear counters"_s).isVisible(), offersClearing);
         EXPECT_TRUE(find<QLabel>(transfers.progressLabel()).isVisible());
     }
 }

@@ -45,10 +45,7 @@ TEST_F(Intake, ReadsThreeSourcesInOrderAndEachExistingFileOnce) {
 }
 
 TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
-    const struct {
-        QString text;
-        const char* url;
-    } rows[] = {
+    const std::pair<QString, const char*> rows[] = {
         {u"file:///s/b b"_s, "file:///s/b%20b"},
         {u"file:///s/100%"_s, "file:///s/100%25"},
         {u"file:///s/b b%20%"_s, "file:///s/b%20b%2520%25"},
@@ -58,9 +55,9 @@ TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
         {u"/s/b b"_s, nullptr},
         {u""_s, nullptr},
     };
-    for (const auto& row : rows) {
-        fake.pasteboard.texts[itemText] = {row.text};
-        EXPECT_EQ(found().join(u' '), QString::fromLatin1(row.url)) << row.text.toStdString();
+    for (const auto& [text, url] : rows) {
+        fake.pasteboard.texts[itemText] = {text};
+        EXPECT_EQ(found().join(u' '), QString::fromLatin1(url)) << text.toStdString();
     }
 }
 

@@ -50,25 +50,21 @@ TEST_F(ModelStart, ReadsValuesByTheirStoredType) {
 }
 
 TEST_F(ModelStart, TheFirstPlaceThatKnowsAPasswordWinsAndItEndsInTheKeychainOnly) {
-    const struct {
-        QByteArray current, legacy;
-        QString plain, expected;
-        bool legacyStays, plainStays;
-    } rows[] = {
+    const std::tuple<QByteArray, QByteArray, QString, QString, bool, bool> rows[] = {
         {"a", "b", u"c"_s, u"a"_s, true, true},     {" ", "b", u""_s, u" "_s, true, true},
         {"\xff", "b", u"c"_s, u"b"_s, false, true}, {"", "b", u"c"_s, u"b"_s, false, true},
         {"", "", u"cä"_s, u"cä"_s, true, false},    {"", "", u""_s, u""_s, true, true},
     };
-    for (const auto& row : rows) {
-        fake.secrets.items = {{currentItem, row.current}, {legacyItem, row.legacy}};
-        fake.defaults.values = {{u"ternvault.smbPassword"_s, row.plain}, {u"ternvault.smbUser"_s, u"anna"_s}};
+    for (const auto& [current, legacy, plain, expected, legacyStays, plainStays] : rows) {
+        fake.secrets.items = {{currentItem, current}, {legacyItem, legacy}};
+        fake.defaults.values = {{u"ternvault.smbPassword"_s, plain}, {u"ternvault.smbUser"_s, u"anna"_s}};
         const AppModel& model = start();
-        EXPECT_EQ(*model.smbPassword, row.expected);
-        EXPECT_EQ(fake.secrets.items.contains(currentItem), !row.expected.isEmpty());
-        EXPECT_EQ(fake.secrets.items.contains(legacyItem), row.legacyStays);
-        EXPECT_EQ(fake.secrets.items[currentItem], row.expected.toUtf8());
-        EXPECT_EQ(fake.defaults.values.contains(u"ternvault.smbPassword"_s), row.plainStays);
-        EXPECT_EQ(model.setupComplete, !row.expected.isEmpty()) << "an account makes the setup complete";
+        EXPECT_EQ(*model.smbPassword, expected);
+        EXPECT_EQ(fake.secrets.items.contains(currentItem), !expected.isEmpty());
+        EXPECT_EQ(fake.secrets.items.contains(legacyItem), legacyStays);
+        EXPECT_EQ(fake.secrets.items[currentItem], expected.toUtf8());
+        EXPECT_EQ(fake.defaults.values.contains(u"ternvault.smbPassword"_s), plainStays);
+        EXPECT_EQ(model.setupComplete, !expected.isEmpty()) << "an account makes the setup complete";
     }
 }
 

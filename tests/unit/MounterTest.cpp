@@ -55,18 +55,15 @@ TEST_F(MounterTest, NeverLetsAShareNameChangeTheServer) {
 }
 
 TEST_F(MounterTest, TellsWhyAMountFailed) {
-    const struct {
-        ProcessResult result;
-        QString message;
-    } rows[] = {
+    const std::pair<ProcessResult, QString> rows[] = {
         {failing(1, " wrong password \n"), u"wrong password"_s},
         {failing(1, "", "not read"), u""_s},
         {failing(1, "\xff", " from output\n"), u"from output"_s},
         {{u"no such program"_s, 0, {}, {}}, u"no such program"_s},
     };
     for (const auto& row : rows) {
-        fake.processes.respond = [&](const QStringList&) { return row.result; };
-        EXPECT_EQ(mount(), row.message);
+        fake.processes.respond = [&row](const QStringList&) { return row.first; };
+        EXPECT_EQ(mount(), row.second);
     }
 }
 

@@ -10,9 +10,7 @@ struct AccountSetup : test::ModelFixture {};
 struct LegalState : test::ModelFixture {};
 
 TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
-    const struct {
-        QString address, port, expected;
-    } rows[] = {
+    const QString rows[][3] = {
         {u" \thttps://10.0.0.5\n"_s, u" 8743 "_s, u"http://10.0.0.5:8743/api/disks"_s},
         {u"http://http://pc.local"_s, u"80"_s, u"http://pc.local:80/api/disks"_s},
         {u"10.0.0.5/a/b"_s, u"8743"_s, u"http://10.0.0.5/a/api/disks"_s},
@@ -21,17 +19,17 @@ TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
         {u"fe80::1"_s, u"8743"_s, {}},
         {u"10.0.0.5"_s, u"65536"_s, {}},
     };
-    for (const auto& row : rows) {
+    for (const auto& [address, port, expected] : rows) {
         AppModel& model = start();
-        model.serverIP = row.address;
-        model.agentPort = row.port;
+        model.serverIP = address;
+        model.agentPort = port;
         model.agentToken = u" t "_s;
         fake.http.requests.clear();
         perform(model.fetchDisks());
         QStringList asked;
         for (const HttpRequest& request : fake.http.requests)
             asked << QString::fromLatin1(request.url.toEncoded());
-        EXPECT_EQ(asked.join(u' '), row.expected);
+        EXPECT_EQ(asked.join(u' '), expected);
         EXPECT_EQ(model.isBusy, !asked.isEmpty());
         EXPECT_EQ(*model.status == u"Invalid server IP"_s, asked.isEmpty());
     }

@@ -75,7 +75,7 @@ protected:
         act([](const TappedEvent&) {});
         const auto deadline = ForeignWindow::Clock::now() + patience;
         for (asked = 0; asked == 0 && ForeignWindow::Clock::now() < deadline;)
-            paste(key), arrived();
+            arrivedOf(key);
         EXPECT_GT(asked, 0);
         asked = 0;
         act([this](const TappedEvent& event) { swallowed = event.swallow(); });
@@ -97,6 +97,10 @@ protected:
         }
         ADD_FAILURE() << "keys are held up";
         return keys;
+    }
+    std::vector<Key> arrivedOf(Key pasted) {
+        paste(pasted);
+        return arrived();
     }
     std::optional<Key> nextKey(std::chrono::milliseconds time) {
         while (const auto arrival = window.next(time)) {
@@ -137,8 +141,7 @@ TEST_F(EventTapTest, LetsThroughOnceWhatIsNotSwallowed) {
     start();
     std::promise<TappedEvent> seen;
     act([&](const TappedEvent& event) { seen.set_value(event); });
-    paste();
-    EXPECT_THAT(arrived(), ElementsAre(v));
+    EXPECT_THAT(arrivedOf(v), ElementsAre(v));
     const TappedEvent event = seen.get_future().get();
     EXPECT_EQ(event.type, event_types::keyDown);
     EXPECT_EQ(event.flags, key_flags::command);
@@ -188,8 +191,7 @@ TEST_F(EventTapTest, WorksWhateverLocksAreOn) {
     });
     for (const std::uint8_t locks : {capsLock, numLock, std::uint8_t(capsLock | numLock)}) {
         window.lock(locks);
-        paste();
-        EXPECT_THAT(arrived(), IsEmpty());
+        EXPECT_THAT(arrivedOf(v), IsEmpty());
     }
     EXPECT_EQ(asked, 3);
     EXPECT_EQ(flags, key_flags::command | key_flags::capsLock);
@@ -203,8 +205,7 @@ TEST_F(EventTapTest, LeavesOtherKeysAlone) {
         window.release(modifier);
     }
     window.type(v);
-    paste(c);
-    EXPECT_THAT(arrived(), ElementsAre(v, v, v, c));
+    EXPECT_THAT(arrivedOf(c), ElementsAre(v, v, v, c));
     EXPECT_EQ(asked, 0);
 }
 
@@ -214,14 +215,11 @@ TEST_F(EventTapTest, CountsAPressByTheLayoutThatItIsMadeIn) {
     const std::uint8_t latin = 0, cyrillic = 1, dvorak = 2;
     window.lock(0, dvorak);
     awaitTapOf(period);
-    paste(v);
-    EXPECT_THAT(arrived(), ElementsAre(v));
+    EXPECT_THAT(arrivedOf(v), ElementsAre(v));
     for (const std::uint8_t layout : {latin, cyrillic}) {
         window.lock(0, layout);
-        paste(period);
-        EXPECT_THAT(arrived(), ElementsAre(period));
-        paste(v);
-        EXPECT_THAT(arrived(), IsEmpty());
+        EXPECT_THAT(arrivedOf(period), ElementsAre(period));
+        EXPECT_THAT(arrivedOf(v), IsEmpty());
     }
     EXPECT_EQ(asked, 2);
     EXPECT_EQ(std::system("setxkbmap us"), 0);
@@ -237,10 +235,8 @@ TEST_F(EventTapTest, FollowsTheKeyboardMapping) {
     };
     map(XKB_KEY_v, XKB_KEY_c);
     awaitTapOf(c);
-    paste(v);
-    EXPECT_THAT(arrived(), ElementsAre(v));
-    paste(c);
-    EXPECT_THAT(arrived(), IsEmpty());
+    EXPECT_THAT(arrivedOf(v), ElementsAre(v));
+    EXPECT_THAT(arrivedOf(c), IsEmpty());
     map(XKB_KEY_c, XKB_KEY_v);
 }
 
@@ -273,12 +269,10 @@ TEST_F(EventTapTest, LeavesTheKeyToOthersWhileItIsOff) {
         while (!grabsByItself(XCB_MOD_MASK_CONTROL))
             ASSERT_LT(ForeignWindow::Clock::now(), deadline) << "the key is not given up";
         giveUpGrabs();
-        paste();
-        EXPECT_THAT(arrived(), ElementsAre(v));
+        EXPECT_THAT(arrivedOf(v), ElementsAre(v));
         tap.enable(true);
         awaitTapOf(v);
-        paste();
-        EXPECT_THAT(arrived(), IsEmpty());
+        EXPECT_THAT(arrivedOf(v), IsEmpty());
         asked = 0;
     }
 }
@@ -313,8 +307,7 @@ TEST_F(EventTapTest, ComesBackWhenItsConnectionIsLost) {
     while (--last > 0 && ::shutdown(last, SHUT_RDWR) != 0)
         ;
     awaitTapOf(v);
-    paste();
-    EXPECT_THAT(arrived(), IsEmpty());
+    EXPECT_THAT(arrivedOf(v), IsEmpty());
 }
 
 TEST_F(EventTapTest, LetsGoOfEverythingWhenItIsStopped) {
@@ -343,7 +336,7 @@ TEST_F(EventTapTest, LosesNoKeyThatComesWhileItStops) {
         std::thread thread(
             [&] { stopped.run(1U << event_types::keyDown, [&](const TappedEvent&) { works = true; }); });
         while (!works)
-            paste(), arrived();
+            arrivedOf(v);
         paste();
         window.sync();
         stopped.stop();
@@ -355,8 +348,7 @@ TEST_F(EventTapTest, LosesNoKeyThatComesWhileItStops) {
 TEST_F(EventTapTest, DoesNotKeepAKeyWhenTheCallbackThrows) {
     start();
     act([](const TappedEvent&) { throw std::runtime_error("callback"); });
-    paste();
-    EXPECT_THAT(arrived(), ElementsAre(v));
+    EXPECT_THAT(arrivedOf(v), ElementsAre(v));
     EXPECT_THROW(result.get_future().get(), std::runtime_error);
     EXPECT_TRUE(grabsByItself(XCB_MOD_MASK_CONTROL));
 }

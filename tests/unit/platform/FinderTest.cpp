@@ -36,11 +36,7 @@ AccessibleNode in(int parent, std::uint32_t role, std::uint64_t states = 0, cons
 } // namespace
 
 TEST(Finder, KnowsWhatHasTheFocusInEachFileManager) {
-    struct Row {
-        const char* what;
-        AccessibleWindow controls;
-        Focus focus;
-    } const rows[] = {
+    const std::tuple<const char*, AccessibleWindow, Focus> rows[] = {
         {"Thunar, files",
          {window(), in(0, accessible::text, editable), in(0, panel, focused)},
          Focus::control},
@@ -60,8 +56,8 @@ TEST(Finder, KnowsWhatHasTheFocusInEachFileManager) {
         {"Dolphin, location", {window(), in(0, accessible::comboBox, focused)}, Focus::text},
         {"Nautilus, files", {window(), in(0, accessible::tableCell, focused)}, Focus::item},
         {"the window alone", {{-1, accessible::window, focused, {}, {}}}, Focus::nothing}};
-    for (const Row& row : rows)
-        EXPECT_EQ(focusIn(row.controls), row.focus) << row.what;
+    for (const auto& [what, controls, focus] : rows)
+        EXPECT_EQ(focusIn(controls), focus) << what;
 }
 
 TEST(Finder, TakesOnlyMainWindowsOfKnownFileManagers) {
@@ -76,15 +72,7 @@ TEST(Finder, TakesOnlyMainWindowsOfKnownFileManagers) {
 }
 
 TEST(Finder, FindsTheFolderInTitleLocationAndButtons) {
-    const auto button = [](std::uint32_t role, const QString& name, std::uint64_t states = 0) {
-        return in(0, role, states, name);
-    };
-    struct Row {
-        const char* what;
-        QString title;
-        AccessibleWindow controls;
-        std::vector<fs::path> folders;
-    } const rows[] = {
+    const std::tuple<const char*, QString, AccessibleWindow, std::vector<fs::path>> rows[] = {
         {"full path in the title",
          u"/Volumes/MOSSBOX1/a - b - Thunar"_s,
          {},
@@ -99,19 +87,21 @@ TEST(Finder, FindsTheFolderInTitleLocationAndButtons) {
          {"/Volumes/ä"}},
         {"buttons, the pressed one not the last",
          u"MOSSBOX1"_s,
-         {window(), button(accessible::radioButton, u"/"_s), button(accessible::radioButton, u"Volumes"_s),
-          button(accessible::radioButton, u"MOSSBOX1"_s, checked), button(accessible::radioButton, u"a"_s)},
+         {window(), in(0, accessible::radioButton, 0, u"/"_s),
+          in(0, accessible::radioButton, 0, u"Volumes"_s),
+          in(0, accessible::radioButton, checked, u"MOSSBOX1"_s), in(0, accessible::radioButton, 0, u"a"_s)},
          {"/Volumes/MOSSBOX1"}},
         {"buttons from right to left",
          u"MOSSBOX1"_s,
-         {window(), button(accessible::checkBox, u"MOSSBOX1"_s, checked),
-          button(accessible::checkBox, u"Volumes"_s), button(accessible::checkBox, u"/"_s)},
+         {window(), in(0, accessible::checkBox, checked, u"MOSSBOX1"_s),
+          in(0, accessible::checkBox, 0, u"Volumes"_s), in(0, accessible::checkBox, 0, u"/"_s)},
          {"/Volumes/MOSSBOX1"}},
-        {"buttons without a root", u"a"_s, {window(), button(accessible::pushButton, u"a"_s)}, {"a"}}};
-    for (const Row& row : rows) {
-        std::vector<fs::path> found = shownFolders(row.controls, row.title);
-        std::erase_if(found, [&](const fs::path& folder) { return !isTitledAfter(row.title, folder); });
-        EXPECT_EQ(found, row.folders) << row.what;
+        {"buttons without a root", u"a"_s, {window(), in(0, accessible::pushButton, 0, u"a"_s)}, {"a"}}};
+    for (const auto& [what, title, controls, folders] : rows) {
+        std::vector<fs::path> found = shownFolders(controls, title);
+        std::erase_if(found,
+                      [&name = title](const fs::path& folder) { return !isTitledAfter(name, folder); });
+        EXPECT_EQ(found, folders) << what;
     }
     EXPECT_FALSE(isTitledAfter(u"ab - Thunar"_s, "/Volumes/a"));
     EXPECT_EQ(agreedFolder({"/home/a", "/Volumes/b", "/home/a"}, u"a"_s), "/home/a");

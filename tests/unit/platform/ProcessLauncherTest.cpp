@@ -29,12 +29,7 @@ TEST(ProcessLauncher, CapturesBothFloodedStreamsInFullOnAnyThread) {
 
 TEST(ProcessLauncher, TellsExitStatusSignalAndStartFailureApart) {
     LinuxProcessLauncher launcher{ProgramTable()};
-    const struct {
-        QString program;
-        QStringList arguments;
-        int exitStatus;
-        bool starts;
-    } cases[] = {
+    const std::tuple<QString, QStringList, int, bool> cases[] = {
         {shell, {u"-c"_s, u"exit 127"_s}, 127, true},
         {shell, {u"-c"_s, u"kill -KILL $$"_s}, SIGKILL, true},
         {u"/nonexistent/program"_s, {}, 0, false},

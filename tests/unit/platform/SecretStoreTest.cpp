@@ -88,10 +88,7 @@ protected:
 } // namespace
 
 TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
-    const struct {
-        const char* name;
-        QByteArray story;
-    } stories[] = {
+    const std::pair<const char*, QByteArray> stories[] = {
         {"the service alone while it answers",
          "find:- set:pässword find:pässword set: find: file:empty remove service:-"},
         {"one missed answer selects the file until the next start",

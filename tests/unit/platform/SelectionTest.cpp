@@ -48,11 +48,7 @@ const Paths awkward{"/srv/files/a folder", "/srv/files/100% [a] & {b}.txt", "/sr
 const QByteArray zero(1, '\0');
 
 TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
-    const struct {
-        const char* name;
-        Formats formats;
-        Paths paths;
-    } rows[] = {
+    const std::tuple<const char*, Formats, Paths> rows[] = {
         {"Thunar, Nautilus", {{uriList, recorded + "\r\n"}, {gnome, "copy\n" + recordedLines}}, awkward},
         {"PCManFM",
          {{uriList, recorded + zero}, {gnome, "copy\n" + recordedLines + zero}, {kde, ""}},
@@ -75,10 +71,10 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
          {{uriList, "file:///s/ü b 100%\nfile:/s/[c]{d}\n"}},
          {"/s/ü b 100%", "/s/[c]{d}"}},
     };
-    for (const auto& row : rows) {
-        const Selection selection(row.formats);
-        EXPECT_EQ(pathsOf(fileURLsFromPasteboard(selection, test::AnyFileExists())), row.paths) << row.name;
-        EXPECT_EQ(selection.holdsFileURLs(), !row.paths.empty()) << row.name;
+    for (const auto& [name, formats, paths] : rows) {
+        const Selection selection(formats);
+        EXPECT_EQ(pathsOf(fileURLsFromPasteboard(selection, test::AnyFileExists())), paths) << name;
+        EXPECT_EQ(selection.holdsFileURLs(), !paths.empty()) << name;
     }
 }
 

@@ -37,10 +37,7 @@ TEST(Requests, AreAdmittedByTargetMethodAndToken) {
     EXPECT_EQ(admit({"GET", "/api/disks", bearer, token}, token), Operation::listDisks);
     EXPECT_EQ(admit({"POST", "/api/create_user", bearer, {}}, token), Operation::createUser);
 
-    const struct {
-        RequestHead head;
-        std::string expected;
-    } cases[] = {
+    const std::pair<RequestHead, const char*> cases[] = {
         {{"GET", "/api/disks", loose, {}}, ""},
         {{"GET", "/api/disks", {}, padded}, ""},
         {{"GET", "/api/disks", {}, {}}, "401 unauthorized"},
@@ -97,21 +94,18 @@ TEST_F(AccountsTest, LeaveNothingHalfMadeAndNothingOfOthersTouched) {
     const std::string add = R"({ "/add", "otto" })", del = R"({ "/del", "otto" })";
     const std::string unsmb = R"({ "/smb", "-x", "otto" })";
     const std::string smb = "{ \"/smb\", \"/etc/samba/smb.conf\", \"otto\" }secret\nsecret\n";
-    const struct {
-        std::optional<int> add, smb;
-        std::string expected;
-        std::vector<std::string> calls;
-    } cases[] = {
+    using Status = std::optional<int>;
+    const std::tuple<Status, Status, const char*, std::vector<std::string>> cases[] = {
         {0, 0, "", {add, smb}},
         {9, 0, "409 user_exists", {add}},
         {{}, 0, "500 create_failed", {add}},
         {0, {}, "500 create_failed", {add, smb, unsmb, del}},
     };
-    for (const auto& c : cases) {
+    for (const auto& [added, setPassword, expected, calls] : cases) {
         programs->calls.clear();
-        programs->results = {{"/add", {c.add, ""}}, {"/smb", {c.smb, ""}}, {"/del", {0, ""}}};
-        EXPECT_EQ(create("otto", "secret"), c.expected);
-        EXPECT_EQ(programs->calls, c.calls);
+        programs->results = {{"/add", {added, ""}}, {"/smb", {setPassword, ""}}, {"/del", {0, ""}}};
+        EXPECT_EQ(create("otto", "secret"), expected);
+        EXPECT_EQ(programs->calls, calls);
     }
 }
 
@@ -256,11 +250,7 @@ std::string describe(const Disk& disk) {
 }
 
 TEST(Disks, AreFoldedAsTheyAreOnRealPCs) {
-    const struct {
-        const char* pc;
-        std::vector<Share> shares;
-        std::vector<std::string> expected;
-    } cases[] = {
+    const std::tuple<std::string, std::vector<Share>, std::vector<std::string>> cases[] = {
         {"sata",
          {{"Readable", "/srv/my data/films", false},
           {"Data", "/srv/my data", true},
@@ -295,13 +285,13 @@ TEST(Disks, AreFoldedAsTheyAreOnRealPCs) {
          {{"Snap", "/snap/core20/2015", true}, {"Archive", "/srv/archive", true}},
          {"/dev/vda 42.9 GB [] system / /var/snap/firefox/common/host-hunspell", "/dev/vdb 4.3 GB []"}},
     };
-    for (const auto& c : cases) {
+    for (const auto& [pc, shares, expected] : cases) {
         std::vector<std::string> found;
-        const std::string recording = std::string(TERNVAULT_DEVICES "/") + c.pc;
+        const std::string recording = TERNVAULT_DEVICES "/" + pc;
         const std::vector<Mount> mounts = parseMounts(readFile(recording + ".mountinfo"));
-        for (const Disk& disk : describeDisks(readFile(recording + ".json"), mounts, c.shares))
+        for (const Disk& disk : describeDisks(readFile(recording + ".json"), mounts, shares))
             found.push_back(describe(disk));
-        EXPECT_EQ(found, c.expected) << c.pc;
+        EXPECT_EQ(found, expected) << pc;
     }
     // No virtual PC has the boot areas of eMMC.
     EXPECT_EQ(describeDisks(R"({"blockdevices": [{"name": "mmcblk0boot0", "path": "/dev/mmcblk0boot0",

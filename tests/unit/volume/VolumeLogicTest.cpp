@@ -13,20 +13,15 @@ namespace ternvault::volume {
 namespace {
 
 TEST(MountUrl, IsReadFromItsOuterSeparators) {
-    const struct {
-        const char *text, *user, *password, *host, *share;
-    } cases[] = {
+    const std::vector<std::string> cases[] = {
         {"smb://u:p@h/s", "u", "p", "h", "s"},
         {"smb://u:p@ss:w/o\"r\\d #%?@10.0.0.2/My Share", "u", "p@ss:w/o\"r\\d #%?", "10.0.0.2", "My Share"},
         {"smb://ü:@h/a@b", "ü", "", "h", "a@b"},
         {"smb://u:p@[fe80::1]/s", "u", "p", "fe80::1", "s"},
     };
-    for (const auto& c : cases) {
-        const auto url = parseMountUrl(c.text);
-        EXPECT_EQ(url.user, c.user);
-        EXPECT_EQ(url.password, c.password);
-        EXPECT_EQ(url.host, c.host);
-        EXPECT_EQ(url.share, c.share);
+    for (const auto& parts : cases) {
+        const auto url = parseMountUrl(parts[0]);
+        EXPECT_EQ((std::vector{parts[0], url.user, url.password, url.host, url.share}), parts);
     }
     const std::string tooLong = "smb://u:" + std::string(256, 'p') + "@h/s";
     for (const std::string text :
