@@ -191,6 +191,18 @@ def type_text(text):
     xdotool("type", "--clearmodifiers", "--delay", "20", "--file", "-", input=text)
 
 
+def clipboard(kind):
+    return subprocess.run(["xclip", "-selection", "clipboard", "-o", "-t", kind], capture_output=True, text=True,
+                          check=False).stdout
+
+
+def put_on_clipboard(kind, content):
+    """By a program that stays behind to deliver it."""
+    subprocess.run(["xclip", "-selection", "clipboard", "-t", kind], input=content, check=True, text=True,
+                   stdout=subprocess.DEVNULL)
+    wait_for(lambda: clipboard(kind).split() == content.split(), "the clipboard's new content")
+
+
 def drag(start, target, while_held=lambda: None):
     """From one point of the screen to another, looking at `while_held` before what is dragged is dropped there."""
     xdotool("mousemove", *start, "mousedown", 1)

@@ -13,7 +13,7 @@ CLONE = pathlib.Path(__file__).resolve().parents[2]
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
-from accessibility import PATIENCE, drag, wait_for, xdotool  # noqa: E402
+from accessibility import PATIENCE, clipboard, drag, put_on_clipboard, wait_for, xdotool  # noqa: E402
 from ternvault_window import check  # noqa: E402
 
 HOME = pathlib.Path.home()
@@ -31,15 +31,6 @@ FIRST_BYTE = 'stty raw; dd bs=1 count=1 of="$1.part" 2>/dev/null; mv "$1.part" "
 def press(*keys):
     """With the locks as they are."""
     xdotool("key", "--delay", "50", *keys)
-
-
-def clipboard(kind):
-    return subprocess.run(["xclip", "-selection", "clipboard", "-o", "-t", kind], capture_output=True, text=True,
-                          check=False).stdout
-
-
-def put_text_on_clipboard(text):
-    subprocess.run(["xclip", "-selection", "clipboard"], input=text, check=True, text=True, stdout=subprocess.DEVNULL)
 
 
 class Windows:
@@ -73,8 +64,7 @@ class Windows:
 
     @staticmethod
     def titles():
-        return sorted(subprocess.run(["xdotool", "search", "--onlyvisible", "--name", ".", "getwindowname", "%@"],
-                                     capture_output=True, text=True, check=True).stdout.splitlines())
+        return sorted(xdotool("search", "--onlyvisible", "--name", ".", "getwindowname", "%@").splitlines())
 
     def copy_all(self, folder):
         """Of a folder, by the file manager itself."""
@@ -179,11 +169,10 @@ def main():
         windows.bring_forward(VOLUME.name)
         taken(windows, files, pc)
 
-        for lock in ("Caps_Lock", "Num_Lock"):
-            windows.bring_forward(VOLUME.name)
-            press(lock)
-            taken(windows, files, pc)
-            press(lock)
+        windows.bring_forward(VOLUME.name)
+        press("Caps_Lock", "Num_Lock")
+        taken(windows, files, pc)
+        press("Caps_Lock", "Num_Lock")
 
         windows.bring_forward(elsewhere.name)
         press("ctrl+v")
@@ -191,7 +180,7 @@ def main():
 
         windows.bring_forward(VOLUME.name)
         press("ctrl+shift+v", "ctrl+alt+v")
-        put_text_on_clipboard("text")
+        put_on_clipboard("UTF8_STRING", "text")
         press("ctrl+v")
         time.sleep(SETTLING)
         press("Escape")  # some say in a dialog that there is nothing to paste
