@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 namespace ternvault::test {
-namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -100,5 +99,4 @@ TEST_F(AwkwardItems, AFullAndAReadOnlyDestinationAreErrors) {
     EXPECT_TRUE(fs::is_empty(pc() / "readonly"));
 }
 
-} // namespace
 } // namespace ternvault::test

@@ -3,7 +3,6 @@
 #include <functional>
 
 namespace ternvault::test {
-namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -112,5 +111,4 @@ TEST_F(CopyFaults, NothingLandsInALocalDirectoryWhenTheDaemonDies) {
     }
 }
 
-} // namespace
 } // namespace ternvault::test

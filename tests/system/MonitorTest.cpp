@@ -5,7 +5,6 @@
 #include <QTimer>
 
 namespace ternvault::test {
-namespace {
 
 using namespace std::chrono_literals;
 
@@ -43,5 +42,4 @@ TEST_F(Monitor, MountsAgainWhatWentAwayAndNeverBlocksTheMainLoop) {
     EXPECT_EQ(cli({QStringLiteral("eject")}).status, 0);
 }
 
-} // namespace
 } // namespace ternvault::test

@@ -7,7 +7,6 @@
 #include <set>
 
 namespace ternvault::test {
-namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -101,5 +100,4 @@ TEST_F(MountFaults, APlainDirectoryOfSomebodyElseCountsAsAVolumeAndStays) {
     EXPECT_TRUE(std::filesystem::exists(volume()));
 }
 
-} // namespace
 } // namespace ternvault::test

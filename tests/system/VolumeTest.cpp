@@ -13,8 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace ternvault::test {
-namespace {
-
 namespace fs = std::filesystem;
 using std::chrono::seconds;
 
@@ -141,5 +139,4 @@ TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
     EXPECT_TRUE(fs::exists(volumes / "READONLY"));
 }
 
-} // namespace
 } // namespace ternvault::test

@@ -13,8 +13,6 @@ namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 /// The flags of a key and its characters.
 using Seen = std::pair<std::uint32_t, QString>;
 
@@ -46,8 +44,6 @@ protected:
         return takes;
     });
 };
-
-} // namespace
 
 TEST_F(LocalMonitor, WhatItTakesNobodyElseSees) {
     QApplication::clipboard()->setText(u"pasted"_s);

@@ -9,7 +9,6 @@
 #include <QWindow>
 
 namespace ternvault {
-namespace {
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -253,5 +252,4 @@ TEST_F(MainScreen, TakesDropsAnywhere) {
     EXPECT_FALSE(model.isDropTargeted) << "files do not hover over a screen that is gone";
 }
 
-} // namespace
 } // namespace ternvault

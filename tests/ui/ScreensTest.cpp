@@ -4,7 +4,6 @@
 #include <QRadioButton>
 
 namespace ternvault {
-namespace {
 
 using namespace Qt::StringLiterals;
 using Text = Published<QString>;
@@ -149,5 +148,4 @@ TEST_F(Screens, SettingsAndMainScreenFollowEachOther) {
     EXPECT_TRUE(model.showDesktopIcon);
 }
 
-} // namespace
 } // namespace ternvault

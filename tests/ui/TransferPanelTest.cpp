@@ -7,7 +7,6 @@
 #include <QWindow>
 
 namespace ternvault {
-namespace {
 
 using namespace Qt::StringLiterals;
 
@@ -125,5 +124,4 @@ TEST_F(Panel, TenThousandJobsLeaveNothingBehind) {
     EXPECT_EQ(all<QObject>().size(), objects);
 }
 
-} // namespace
 } // namespace ternvault

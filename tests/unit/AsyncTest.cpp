@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 namespace ternvault {
-namespace {
 
 using namespace std::chrono_literals;
 
@@ -64,5 +63,4 @@ TEST_F(Async, AScopeDestroysItsSuspendedFramesAndLateWakersDoNothing) {
     EXPECT_EQ(events, std::vector<std::string>{"started"});
 }
 
-} // namespace
 } // namespace ternvault

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 namespace ternvault {
-namespace {
 
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
@@ -146,5 +145,4 @@ TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
         << "and at once, though nobody writes to it";
 }
 
-} // namespace
 } // namespace ternvault

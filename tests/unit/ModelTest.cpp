@@ -1,7 +1,6 @@
 #include "support/ModelFixture.h"
 
 namespace ternvault {
-namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -125,5 +124,4 @@ TEST_F(ModelMount, MountsByItselfOnlyWhenEverythingIsSetUp) {
     EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
 }
 
-} // namespace
 } // namespace ternvault

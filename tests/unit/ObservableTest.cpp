@@ -6,7 +6,6 @@
 #include <string>
 
 namespace ternvault {
-namespace {
 
 struct Subject : ObservableObject {
     std::vector<std::string> events;
@@ -60,5 +59,4 @@ TEST(WeakRef, ServesInsideTheConstructorAndKnowsTheEnd) {
     EXPECT_EQ(weak.get(), nullptr);
 }
 
-} // namespace
 } // namespace ternvault

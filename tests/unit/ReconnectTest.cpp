@@ -1,7 +1,6 @@
 #include "support/ModelFixture.h"
 
 namespace ternvault {
-namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -67,5 +66,4 @@ TEST_F(ReconnectMonitor, ATickDuringAMountStartsNoSecondOne) {
     EXPECT_EQ(fake.time.backgroundCount(), 1u);
 }
 
-} // namespace
 } // namespace ternvault

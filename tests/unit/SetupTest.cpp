@@ -1,7 +1,6 @@
 #include "support/ModelFixture.h"
 
 namespace ternvault {
-namespace {
 
 using namespace Qt::StringLiterals;
 
@@ -107,5 +106,4 @@ TEST_F(LegalState, CountsOnlyWhenBothDocumentsAreAccepted) {
     EXPECT_DOUBLE_EQ(fake.defaults.values[u"ternvault.legalAcceptedAt"_s].toDouble(), 1785938607.25);
 }
 
-} // namespace
 } // namespace ternvault

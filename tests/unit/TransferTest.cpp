@@ -2,7 +2,6 @@
 #include "support/TemporaryFolder.h"
 
 namespace ternvault {
-namespace {
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
@@ -168,5 +167,4 @@ TEST_F(Transfers, GoOnWithoutALog) {
     }
 }
 
-} // namespace
 } // namespace ternvault

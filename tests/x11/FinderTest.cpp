@@ -12,8 +12,6 @@ namespace ternvault::test {
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
 
-namespace {
-
 /// A real file manager that shows a folder, watched while another thread asks about it.
 class FinderTest : public testing::Test {
 protected:
@@ -44,8 +42,6 @@ protected:
     finder::FinderScripts scripts{watch, front};
     QProcess fileManager;
 };
-
-} // namespace
 
 TEST_F(FinderTest, FollowsTheFolderAndTheFocus) {
     EXPECT_TRUE(comesToShow(QString::fromStdString(shown)));

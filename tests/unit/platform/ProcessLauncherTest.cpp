@@ -9,11 +9,7 @@ namespace ternvault {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 const QString shell = u"/bin/sh"_s;
-
-} // namespace
 
 TEST(ProcessLauncher, CapturesBothFloodedStreamsInFullOnAnyThread) {
     LinuxProcessLauncher launcher{ProgramTable()};

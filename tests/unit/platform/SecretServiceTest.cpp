@@ -13,8 +13,6 @@ using namespace Qt::StringLiterals;
 using State = SecretAnswer::State;
 using test::TemporaryFolder;
 
-namespace {
-
 constexpr int startMilliseconds = 20'000;
 
 /// A session bus and a keyring of the test's own, in its own folder.
@@ -61,8 +59,6 @@ protected:
     SecretServiceStore store;
     const SecretKey key{u"space.larkspur.ternvault"_s, u"ternvault.smbPassword"_s};
 };
-
-} // namespace
 
 TEST_F(SecretServiceTest, KeepsOneSecretPerKeyUntilTheCollectionIsLocked) {
     ASSERT_NO_FATAL_FAILURE(startKeyring());

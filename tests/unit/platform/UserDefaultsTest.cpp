@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 using namespace Qt::StringLiterals;
 using test::TemporaryFolder;
 
-namespace {
-
 const QVariantMap others = {
     {u"text"_s, u" a\r\n\x01"_s},
     {u"nested"_s, QVariantMap{{u"list"_s, QVariantList{true, qlonglong{1}, 1.0, QByteArray("x")}}}},
@@ -53,8 +51,6 @@ protected:
     fs::path file = folder / "config/settings.plist";
     QStringList problems;
 };
-
-} // namespace
 
 TEST_F(UserDefaultsTest, TellsAbsentApartAndWritesOnlyChanges) {
     fs::remove_all(file.parent_path());

@@ -10,7 +10,6 @@
 #include <stdexcept>
 
 namespace ternvault::volume {
-namespace {
 
 TEST(MountUrl, IsReadFromItsOuterSeparators) {
     const std::vector<std::string> cases[] = {
@@ -100,5 +99,4 @@ TEST(WriteBehind, IsBoundedAndJoinsWhatContinues) {
     EXPECT_TRUE(pending.isEmpty());
 }
 
-} // namespace
 } // namespace ternvault::volume
