@@ -16,6 +16,9 @@ inline void PrintTo(const QString& text, std::ostream* out) {
 
 namespace ternvault::test {
 
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
 /// Main loop, clocks and background lanes on virtual time: nothing happens but inside `run` and `advance`.
 class VirtualTime : public MainLoop, public Clock, public BackgroundTasks {
 public:

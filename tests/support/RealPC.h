@@ -15,6 +15,9 @@
 
 namespace ternvault::test {
 
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
 struct Outcome {
     int status = -1;
     std::string output;

@@ -9,6 +9,8 @@
 
 namespace ternvault::test {
 
+namespace fs = std::filesystem;
+
 /// A folder of the test's own that goes with it.
 class TemporaryFolder {
 public:

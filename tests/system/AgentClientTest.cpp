@@ -22,9 +22,6 @@
 namespace ternvault::test {
 namespace {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
-
 /// A model of its own for each case, over faked ports but for HTTP, so that slow cases wait side by side.
 struct Case {
     explicit Case(const QString& behaviour, const QString& port) {

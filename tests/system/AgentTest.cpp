@@ -9,8 +9,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
 class Agent : public RealPC {
 protected:
     void startAgent() const {

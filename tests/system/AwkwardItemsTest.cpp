@@ -4,10 +4,6 @@
 
 namespace ternvault::test {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
-
 /// Items and destinations that a copy can trip over.
 class AwkwardItems : public RealPC {
 protected:

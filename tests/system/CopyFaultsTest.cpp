@@ -4,10 +4,6 @@
 
 namespace ternvault::test {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
-
 /// Copies through the command line tool while something goes wrong.
 class CopyFaults : public RealPC {
 protected:

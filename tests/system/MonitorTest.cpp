@@ -6,8 +6,6 @@
 
 namespace ternvault::test {
 
-using namespace std::chrono_literals;
-
 /// The real model in this process, on the real main loop.
 class Monitor : public RealPC {};
 

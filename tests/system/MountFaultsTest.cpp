@@ -8,9 +8,6 @@
 
 namespace ternvault::test {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
-
 class MountFaults : public RealPC {};
 
 TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {

@@ -10,10 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-
 namespace ternvault::test {
-namespace fs = std::filesystem;
 using std::chrono::seconds;
 
 constexpr std::time_t tooOldForAnyFile = 50'000'000;

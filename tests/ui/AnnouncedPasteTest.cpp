@@ -8,8 +8,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 const auto name = u"org.freedesktop.Notifications"_s;

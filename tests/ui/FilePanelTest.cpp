@@ -17,9 +17,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
-
 namespace {
 
 const FilePanelTexts texts{u"Copy & go"_s, u"Choose"_s};

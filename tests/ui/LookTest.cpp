@@ -12,13 +12,11 @@
 #include <cmath>
 #include <map>
 
-namespace ternvault {
+namespace ternvault::test {
 namespace {
 
-using namespace Qt::StringLiterals;
-
 /// Every screen with all it can show at once.
-struct Look : test::UiFixture {
+struct Look : UiFixture {
     Look() {
         model.shares =
             std::vector<ServerShare>(5, ServerShare{u"MOSSBOX1"_s, {}, 123'456'789, 999'999'999'999, {}});
@@ -95,7 +93,7 @@ TEST_F(Look, HasRoomForEveryText) {
             EXPECT_LE(window.width(), dynamic_cast<SettingsView*>(screen.get()) ? 480 : 640);
             for (const QWidget* const widget : content) {
                 SCOPED_TRACE(testing::Message()
-                             << factor << ' ' << test::nameOf(*const_cast<QWidget*>(widget)).toStdString());
+                             << factor << ' ' << nameOf(*const_cast<QWidget*>(widget)).toStdString());
                 const QSize need = needed(*widget);
                 const auto* const button = qobject_cast<const QPushButton*>(widget);
                 const int standsOut = button && kindOf(button) == ButtonKind::link ? linkPadding : 0;
@@ -114,7 +112,7 @@ TEST_F(Look, HasRoomForEveryText) {
                 }
                 for (const QWidget* const other : content) {
                     EXPECT_TRUE(other == widget || !place(*other).intersects(place(*widget)))
-                        << test::nameOf(*const_cast<QWidget*>(other)).toStdString();
+                        << nameOf(*const_cast<QWidget*>(other)).toStdString();
                 }
             }
             const auto* const viewport = static_cast<QAbstractScrollArea*>(screen.get())->viewport();
@@ -193,7 +191,7 @@ TEST_F(Look, HasAKeyOfItsOwnForEachTitle) {
             EXPECT_FALSE(key.isEmpty()) << title.toStdString();
             EXPECT_TRUE(mnemonics.emplace(key, title).second)
                 << title.toStdString() << mnemonics[key].toStdString();
-            EXPECT_EQ(test::nameOf(*widget),
+            EXPECT_EQ(nameOf(*widget),
                       QString(title).replace(u"&&"_s, u"\n"_s).remove(u'&').replace(u'\n', u'&'));
         }
     });
@@ -212,7 +210,7 @@ TEST_F(Look, DrawsOnlyWhatChanged) {
     Painting others, own;
     for (QWidget* const widget : shown(isContent)) {
         const bool isStatus =
-            test::nameOf(*widget) == *model.status && widget->accessibleDescription() == u"Status"_s;
+            nameOf(*widget) == *model.status && widget->accessibleDescription() == u"Status"_s;
         widget->installEventFilter(isStatus ? &own : &others);
     }
     all<DropZone>().first()->installEventFilter(&others);
@@ -230,4 +228,4 @@ TEST_F(Look, DrawsOnlyWhatChanged) {
 }
 
 } // namespace
-} // namespace ternvault
+} // namespace ternvault::test

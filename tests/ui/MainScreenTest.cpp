@@ -8,12 +8,9 @@
 #include <QMimeData>
 #include <QWindow>
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
-
-struct MainScreen : test::UiFixture {
+struct MainScreen : UiFixture {
     template <typename Event>
     bool drag(QWidget& over, const QMimeData& dragged) {
         Event event(over.mapTo(&window, over.rect().center()), Qt::CopyAction | Qt::MoveAction, &dragged,
@@ -106,7 +103,7 @@ TEST_F(MainScreen, BadgeTellsWhatIsThere) {
         model.agentToken = token;
         model.mountedVolumeName = isMounted ? std::optional(u"MOSSBOX1"_s) : std::nullopt;
         settle();
-        EXPECT_EQ(badge.isVisible() ? test::nameOf(badge) : u""_s, shown);
+        EXPECT_EQ(badge.isVisible() ? nameOf(badge) : u""_s, shown);
     }
 }
 
@@ -131,7 +128,7 @@ TEST_F(MainScreen, ListsWhateverTheAgentReports) {
 }
 
 TEST_F(MainScreen, SelectionFollowsAndWritesThrough) {
-    const ServerShare a = test::share(u"A"_s), b = test::share(u"B"_s), c = test::share(u"C"_s);
+    const ServerShare a = share(u"A"_s), b = share(u"B"_s), c = share(u"C"_s);
     model.shares = std::vector{a, b};
     model.selectedShare = u"elsewhere"_s;
     showMain();
@@ -195,7 +192,7 @@ TEST_F(MainScreen, StartsWithMountingThenListing) {
 }
 
 TEST_F(MainScreen, TakesDropsAnywhere) {
-    model.shares = std::vector{test::share(u"A"_s)};
+    model.shares = std::vector{share(u"A"_s)};
     fake.files.entries = {{"/Volumes/MOSSBOX1", true}, {"/s/b", false}, {"/s/a", false}, {"/s/c", true}};
     fake.processes.executables = {u"/usr/bin/rsync"_s};
     showMain({700, 1000});
@@ -252,4 +249,4 @@ TEST_F(MainScreen, TakesDropsAnywhere) {
     EXPECT_FALSE(model.isDropTargeted) << "files do not hover over a screen that is gone";
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

@@ -3,12 +3,11 @@
 #include <QCheckBox>
 #include <QRadioButton>
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
 using Text = Published<QString>;
 
-struct Screens : test::UiFixture {
+struct Screens : UiFixture {
     /// Typing writes through, a change of the model shows, and news of other things leave the cursor alone.
     void checkBinding(const QString& name, Text AppModel::*field) {
         SCOPED_TRACE(name.toStdString());
@@ -148,4 +147,4 @@ TEST_F(Screens, SettingsAndMainScreenFollowEachOther) {
     EXPECT_TRUE(model.showDesktopIcon);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

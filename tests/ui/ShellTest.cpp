@@ -15,8 +15,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 void turn() {

@@ -6,11 +6,9 @@
 #include <QTextDocument>
 #include <QWindow>
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
-struct Panel : test::UiFixture {
+struct Panel : UiFixture {
     Panel() { showMain({700, 1000}); }
     TransferManager& transfers = model.transfers;
 };
@@ -42,7 +40,7 @@ TEST_F(Panel, ShowsWhatTheStateCallsFor) {
             EXPECT_TRUE(find<ClampedText>(QString::fromLatin1(file)).isVisible());
         }
         const auto isError = [](ClampedText* text) {
-            return text->isVisible() && test::nameOf(*text) == u"it <b>failed</b>"_s;
+            return text->isVisible() && nameOf(*text) == u"it <b>failed</b>"_s;
         };
         EXPECT_EQ(std::ranges::any_of(all<ClampedText>(), isError), showsError);
         EXPECT_EQ(button(u"Cancel"_s).isVisible(), offersCancel);
@@ -124,4 +122,4 @@ TEST_F(Panel, TenThousandJobsLeaveNothingBehind) {
     EXPECT_EQ(all<QObject>().size(), objects);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

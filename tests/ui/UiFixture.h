@@ -15,8 +15,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
 /// The name under which assistive technology knows a widget.
 inline QString nameOf(QWidget& widget) {
     return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Name);

@@ -6,12 +6,10 @@
 
 #include <stdexcept>
 
-namespace ternvault {
-
-using namespace std::chrono_literals;
+namespace ternvault::test {
 
 struct Async : testing::Test {
-    test::VirtualTime time;
+    VirtualTime time;
     std::vector<std::string> events;
     std::optional<TaskScope> scope{std::in_place, time, [this](std::exception_ptr escaped) {
                                        try {
@@ -63,4 +61,4 @@ TEST_F(Async, AScopeDestroysItsSuspendedFramesAndLateWakersDoNothing) {
     EXPECT_EQ(events, std::vector<std::string>{"started"});
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

@@ -7,26 +7,23 @@
 
 #include <gtest/gtest.h>
 
-namespace ternvault {
-
-using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
+namespace ternvault::test {
 
 /// Real files, faked programs.
 struct CopyEnginesTest : testing::Test {
     CopyEnginesTest() { processes.executables = {u"/usr/bin/rsync"_s}; }
 
-    test::TemporaryFolder folder;
+    TemporaryFolder folder;
     fs::path source = folder.path() / "from" / "a";
     fs::path target = folder.path() / "root" / "volume" / "a";
     LinuxFileManager files{folder.path() / "root"};
-    test::FakeProcesses processes;
+    FakeProcesses processes;
     CopyEngines engines{files, processes};
 
     void SetUp() override {
         fs::create_directories(source.parent_path());
         fs::create_directories(target.parent_path());
-        test::writeFile(source, "content");
+        writeFile(source, "content");
     }
     static QString text(const fs::path& path) { return QString::fromStdString(path.string()); }
     void failEverything(const char* reason = "") {
@@ -67,35 +64,35 @@ TEST_F(CopyEnginesTest, RunsTheFirstRsyncAndSpellsFoldersWithASlash) {
 }
 
 TEST_F(CopyEnginesTest, FallsFromRsyncToTheCopyToolToChunks) {
-    test::writeFile(target, "partial from rsync");
+    writeFile(target, "partial from rsync");
     processes.respond = [this](const QStringList& call) {
         if (call[0] != u"/usr/bin/ditto"_s)
             return ProcessResult{std::nullopt, 23, {}, {}};
         EXPECT_FALSE(fs::exists(target)) << "the copy tool starts afresh";
-        test::writeFile(target, "from ditto");
+        writeFile(target, "from ditto");
         return ProcessResult{};
     };
     EXPECT_EQ(engines.rsyncCopy(source, target, false), 10);
 
     failEverything();
     EXPECT_EQ(engines.rsyncCopy(source, target, false), 7);
-    EXPECT_EQ(test::readFile(target), "content");
+    EXPECT_EQ(readFile(target), "content");
 
     processes.executables.clear();
-    test::writeFile(source, "");
+    writeFile(source, "");
     EXPECT_EQ(engines.rsyncCopy(source, target, false), 0);
     EXPECT_TRUE(fs::exists(target));
 }
 
 TEST_F(CopyEnginesTest, AFolderThatNoToolCopiesIsAnErrorOfTheCopyTool) {
     source = source.parent_path();
-    test::writeFile(target.parent_path() / "kept", "x");
+    writeFile(target.parent_path() / "kept", "x");
     failEverything(" no room \n");
     EXPECT_EQ(errorCode(true), 5);
     EXPECT_EQ(message, "no room");
     processes.respond = [](const QStringList&) { return ProcessResult{u"cannot start"_s, 0, {}, {}}; };
     EXPECT_EQ(errorCode(true), 127);
-    EXPECT_EQ(test::readFile(target.parent_path() / "kept"), "x");
+    EXPECT_EQ(readFile(target.parent_path() / "kept"), "x");
 }
 
 TEST_F(CopyEnginesTest, NeverMakesAnEntryDirectlyUnderTheVolumesRoot) {
@@ -107,13 +104,13 @@ TEST_F(CopyEnginesTest, NeverMakesAnEntryDirectlyUnderTheVolumesRoot) {
 }
 
 TEST_F(CopyEnginesTest, WhatIsOnTheVolumeOutlivesACopyThatCannotSucceed) {
-    test::writeFile(target, "earlier copy");
+    writeFile(target, "earlier copy");
     failEverything();
     fs::remove(source);
     EXPECT_EQ(errorCode(false), -ENOENT);
     ASSERT_EQ(::mkfifo(source.c_str(), 0600), 0);
     EXPECT_EQ(errorCode(false), -ENOTSUP);
-    EXPECT_EQ(test::readFile(target), "earlier copy");
+    EXPECT_EQ(readFile(target), "earlier copy");
 
     fs::remove(target);
     fs::create_directories(target / "folder of that name");
@@ -129,14 +126,14 @@ TEST_F(CopyEnginesTest, AnItemCopiedOntoItselfIsKept) {
     target = source;
     failEverything();
     EXPECT_EQ(errorCode(false), -EEXIST);
-    EXPECT_EQ(test::readFile(source), "content");
+    EXPECT_EQ(readFile(source), "content");
 }
 
 TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
-    test::writeFile(source, std::string(3 * 1024 * 1024 + 5, 'x'));
-    test::writeFile(target, "old");
+    writeFile(source, std::string(3 * 1024 * 1024 + 5, 'x'));
+    writeFile(target, "old");
     chunkedCopy(files, source, target);
-    EXPECT_EQ(test::readFile(target), test::readFile(source));
+    EXPECT_EQ(readFile(target), readFile(source));
 
     const fs::path nowhere = target.parent_path() / "no" / "a";
     EXPECT_EQ(codeOf([&] { chunkedCopy(files, source, nowhere); }), 1);
@@ -145,4 +142,4 @@ TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
         << "and at once, though nobody writes to it";
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

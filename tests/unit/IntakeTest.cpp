@@ -2,14 +2,12 @@
 #include "intake/PasteboardURLs.h"
 #include "support/ModelFixture.h"
 
-namespace ternvault {
+namespace ternvault::test {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 const QString fileNames = u"NSFilenamesPboardType"_s;
 const QString itemText = u"public.file-url"_s;
-struct Intake : test::ModelFixture {
+struct Intake : ModelFixture {
     Intake() {
         for (const char* file :
              {"/s/a", "/s/b b", "/s/c", "/s/100%", "/s/b b%20%", "/s/lost+found", "/s/n\xff"})
@@ -126,4 +124,4 @@ TEST_F(Intake, ADropHandsOverOnceInTheOrderOfCompletion) {
 }
 
 } // namespace
-} // namespace ternvault
+} // namespace ternvault::test

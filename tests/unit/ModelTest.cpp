@@ -1,16 +1,14 @@
 #include "support/ModelFixture.h"
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
 using Item = std::pair<QString, QString>;
 
 const Item currentItem{u"space.larkspur.ternvault"_s, u"ternvault.smbPassword"_s};
 const Item legacyItem{u"space.larkspur.mossbox"_s, u"mossbox.smbPassword"_s};
 
-struct ModelStart : test::ModelFixture {};
-struct ModelMount : test::ModelFixture {};
+struct ModelStart : ModelFixture {};
+struct ModelMount : ModelFixture {};
 
 TEST_F(ModelStart, MigratesOldKeysOnlyWhereTheCurrentOnesAreAbsentOrBlank) {
     auto& values = fake.defaults.values;
@@ -124,4 +122,4 @@ TEST_F(ModelMount, MountsByItselfOnlyWhenEverythingIsSetUp) {
     EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

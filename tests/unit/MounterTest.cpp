@@ -4,18 +4,15 @@
 
 #include <gtest/gtest.h>
 
-namespace ternvault {
+namespace ternvault::test {
 namespace {
-
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
 
 ProcessResult failing(int status, const QByteArray& standardError, const QByteArray& standardOutput = {}) {
     return {std::nullopt, status, standardOutput, standardError};
 }
 
 struct MounterTest : testing::Test {
-    test::FakePlatform fake;
+    FakePlatform fake;
     SMBMounter mounter{fake.platform};
     TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE(); }};
     QString outcome;
@@ -106,4 +103,4 @@ TEST_F(MounterTest, ForcesAnEjectThatFailsAndKeepsItsMessageUntrimmed) {
 }
 
 } // namespace
-} // namespace ternvault
+} // namespace ternvault::test

@@ -8,8 +8,6 @@
 namespace ternvault::test {
 namespace {
 
-using namespace Qt::StringLiterals;
-
 class FakeKeys : public KeyMonitor {
 public:
     std::unique_ptr<Handle> addLocalMonitor(Handler handler) override {

@@ -1,11 +1,8 @@
 #include "support/ModelFixture.h"
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
-
-struct ReconnectMonitor : test::ModelFixture {
+struct ReconnectMonitor : ModelFixture {
     AppModel& startConnected() {
         AppModel& model = startWithAccount();
         model.setupComplete = true;
@@ -66,4 +63,4 @@ TEST_F(ReconnectMonitor, ATickDuringAMountStartsNoSecondOne) {
     EXPECT_EQ(fake.time.backgroundCount(), 1u);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

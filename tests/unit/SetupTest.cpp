@@ -1,12 +1,10 @@
 #include "support/ModelFixture.h"
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
-struct DriveListing : test::ModelFixture {};
-struct AccountSetup : test::ModelFixture {};
-struct LegalState : test::ModelFixture {};
+struct DriveListing : ModelFixture {};
+struct AccountSetup : ModelFixture {};
+struct LegalState : ModelFixture {};
 
 TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
     const QString rows[][3] = {
@@ -106,4 +104,4 @@ TEST_F(LegalState, CountsOnlyWhenBothDocumentsAreAccepted) {
     EXPECT_DOUBLE_EQ(fake.defaults.values[u"ternvault.legalAcceptedAt"_s].toDouble(), 1785938607.25);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

@@ -1,15 +1,12 @@
 #include "support/ModelFixture.h"
 
-namespace ternvault {
+namespace ternvault::test {
 namespace {
-
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
 
 const QString agentFile = u"/home/anna/Library/LaunchAgents/space.larkspur.ternvault.autoconnect.plist"_s;
 
 /// What the model does at its start and later to the desktop icon and to the login entry.
-struct SystemSwitches : test::ModelFixture {
+struct SystemSwitches : ModelFixture {
     /// Ends every program but the mounting one, which makes `appearing` appear, in this way.
     void letProgramsEnd(const ProcessResult& ending, const QStringList& appearing) {
         fake.processes.respond = [this, ending, appearing](const QStringList& call) {
@@ -165,4 +162,4 @@ TEST_F(SystemSwitches, WithoutAHomeTheLoginEntryIsUnloadedAndNothingWritten) {
 }
 
 } // namespace
-} // namespace ternvault
+} // namespace ternvault::test

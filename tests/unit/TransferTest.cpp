@@ -1,14 +1,12 @@
 #include "support/ModelFixture.h"
 #include "support/TemporaryFolder.h"
 
-namespace ternvault {
+namespace ternvault::test {
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
 using Lines = std::vector<std::string>;
 
 /// A queue over a faked volume; rsync succeeds unless the test says otherwise.
-struct Transfers : test::ModelFixture {
+struct Transfers : ModelFixture {
     TransferManager& prepare() {
         fake.locations.support = support.path();
         std::filesystem::create_directory(support / "Tern Vault");
@@ -39,7 +37,7 @@ struct Transfers : test::ModelFixture {
         return lines;
     }
 
-    test::TemporaryFolder support;
+    TemporaryFolder support;
     TransferManager& transfers = prepare();
 };
 
@@ -167,4 +165,4 @@ TEST_F(Transfers, GoOnWithoutALog) {
     }
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

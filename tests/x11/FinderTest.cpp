@@ -10,7 +10,6 @@
 namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
 
 /// A real file manager that shows a folder, watched while another thread asks about it.
 class FinderTest : public testing::Test {

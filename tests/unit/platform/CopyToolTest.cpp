@@ -12,12 +12,7 @@
 #include <tuple>
 #include <unistd.h>
 
-namespace ternvault {
-
-namespace fs = std::filesystem;
-using test::readFile;
-using test::TemporaryFolder;
-using test::writeFile;
+namespace ternvault::test {
 
 namespace {
 
@@ -150,4 +145,4 @@ TEST_F(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {
     fs::permissions(from / "closed", fs::perms::owner_all);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

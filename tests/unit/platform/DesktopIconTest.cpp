@@ -7,13 +7,9 @@
 
 #include <gtest/gtest.h>
 
-namespace ternvault {
+namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
-using test::readFile;
-using test::TemporaryFolder;
-using test::writeFile;
 
 namespace {
 
@@ -98,7 +94,7 @@ TEST(DesktopPreference, GoesToTheSettingOfXfce) {
     const TemporaryFolder folder;
     for (const char* variable : {"XDG_CONFIG_HOME", "HOME"})
         qputenv(variable, folder.path().c_str());
-    const test::PrivateBus bus("/usr/share/dbus-1/services");
+    const PrivateBus bus("/usr/share/dbus-1/services");
     qputenv("XDG_CURRENT_DESKTOP", "XFCE");
     for (const QString& value : {u"true"_s, u"false"_s}) {
         EXPECT_EQ(show(value), 0);
@@ -158,4 +154,4 @@ TEST_F(FakedDesktop, ReadsItsSettingsAgainOnceAfterAChangeWhereXfceRuns) {
     }
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

@@ -8,10 +8,7 @@
 
 #include <system_error>
 
-namespace ternvault {
-
-namespace fs = std::filesystem;
-using test::TemporaryFolder;
+namespace ternvault::test {
 
 namespace {
 
@@ -69,7 +66,7 @@ TEST(FileManager, WritesInPlaceAndRemovesTreesAndLinksButNothingBehindALink) {
     files.remove(folder / "dangling");
     EXPECT_FALSE(files.exists(folder / "tree"));
     EXPECT_FALSE(fs::is_symlink(folder / "dangling"));
-    EXPECT_EQ(test::readFile(file), "short");
+    EXPECT_EQ(readFile(file), "short");
     EXPECT_EQ(errorOf([&] { files.createDirectories(file / "sub"); }), std::errc::file_exists);
     EXPECT_EQ(errorOf([&] { files.write("/dev/full", "x"); }), std::errc::no_space_on_device);
 }
@@ -103,4 +100,4 @@ TEST(FileLocations, FollowTheEnvironmentThenTheUserDatabase) {
     EXPECT_TRUE(home && home->is_absolute());
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

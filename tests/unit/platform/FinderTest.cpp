@@ -12,7 +12,6 @@ namespace ternvault::test {
 
 using namespace finder;
 using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-namespace ternvault {
+namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
 
@@ -32,7 +32,7 @@ QByteArray receive(const FileDescriptor& service) {
 } // namespace
 
 TEST(JournalLog, WritesToTheJournalElseTheSystemLogAndNeverWaits) {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     JournalLog log(folder / "journal", folder / "log");
     const auto report = [&log] { log.error(u"space.larkspur.ternvault"_s, u"transfer"_s, u"100 %s\nä"_s); };
     report();
@@ -51,4 +51,4 @@ TEST(JournalLog, WritesToTheJournalElseTheSystemLogAndNeverWaits) {
     EXPECT_EQ(receive(journal), entry);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

@@ -9,13 +9,9 @@
 
 #include <unistd.h>
 
-namespace ternvault {
+namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
-namespace fs = std::filesystem;
-using test::readFile;
-using test::TemporaryFolder;
-using test::writeFile;
 
 namespace {
 
@@ -104,4 +100,4 @@ TEST_F(LaunchControlTest, SaysWhenTheEntryCannotBeKept) {
     EXPECT_EQ(LaunchControl(std::nullopt)({u"bootout"_s, service}).exitStatus, 1);
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

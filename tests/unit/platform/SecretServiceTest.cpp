@@ -7,11 +7,10 @@
 
 #include <csignal>
 
-namespace ternvault {
+namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
 using State = SecretAnswer::State;
-using test::TemporaryFolder;
 
 constexpr int startMilliseconds = 20'000;
 
@@ -54,7 +53,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    test::PrivateBus bus;
+    PrivateBus bus;
     QProcess keyring;
     SecretServiceStore store;
     const SecretKey key{u"space.larkspur.ternvault"_s, u"ternvault.smbPassword"_s};
@@ -104,4 +103,4 @@ TEST(SecretServiceDeadline, LeavesACallThatMayEndAtTheSameMoment) {
         EXPECT_FALSE(SecretServiceStore(std::chrono::milliseconds(round % 3)).store(key, "secret"));
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

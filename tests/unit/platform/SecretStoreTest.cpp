@@ -5,10 +5,9 @@
 
 #include <map>
 
-namespace ternvault {
+namespace ternvault::test {
 
 using namespace Qt::StringLiterals;
-using test::TemporaryFolder;
 
 namespace {
 
@@ -119,4 +118,4 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
     }
 }
 
-} // namespace ternvault
+} // namespace ternvault::test

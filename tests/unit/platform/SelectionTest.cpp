@@ -11,10 +11,9 @@
 
 #include <thread>
 
-namespace ternvault {
+namespace ternvault::test {
 namespace {
 
-using namespace Qt::StringLiterals;
 using Formats = QMap<QString, QByteArray>;
 using Paths = std::vector<std::string>;
 
@@ -73,7 +72,7 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
     };
     for (const auto& [name, formats, paths] : rows) {
         const Selection selection(formats);
-        EXPECT_EQ(pathsOf(fileURLsFromPasteboard(selection, test::AnyFileExists())), paths) << name;
+        EXPECT_EQ(pathsOf(fileURLsFromPasteboard(selection, AnyFileExists())), paths) << name;
         EXPECT_EQ(selection.holdsFileURLs(), !paths.empty()) << name;
     }
 }
@@ -106,4 +105,4 @@ TEST(Drop, LoadsOfManyThreadsAreHandedOverOnceOnTheMainThread) {
 }
 
 } // namespace
-} // namespace ternvault
+} // namespace ternvault::test

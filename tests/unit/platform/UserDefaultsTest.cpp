@@ -8,11 +8,9 @@
 #include <fcntl.h>
 #include <sys/wait.h>
 
-namespace ternvault {
+namespace ternvault::test {
 
-namespace fs = std::filesystem;
 using namespace Qt::StringLiterals;
-using test::TemporaryFolder;
 
 const QVariantMap others = {
     {u"text"_s, u" a\r\n\x01"_s},
@@ -117,14 +115,14 @@ TEST_F(UserDefaultsTest, TwoProcessesLoseNoneOfEachOthersKeys) {
 TEST_F(UserDefaultsTest, SetsADamagedFileAsideAndReportsIt) {
     for (const std::string content : {"<plist><dict><key>a</key>", "<plist><array/></plist>", ""}) {
         problems.clear();
-        test::writeFile(file, content);
+        writeFile(file, content);
         open().set(u"a"_s, true);
         EXPECT_EQ(open().object(u"a"_s), QVariant(true)) << content;
         EXPECT_EQ(problems.size(), 1) << content;
         // There is nothing to save in an empty file.
         ASSERT_EQ(setAside().size(), content.empty() ? 0U : 1U) << content;
         for (const fs::path& saved : setAside()) {
-            EXPECT_EQ(test::readFile(saved), content);
+            EXPECT_EQ(readFile(saved), content);
             fs::remove(saved);
         }
     }
@@ -133,11 +131,11 @@ TEST_F(UserDefaultsTest, SetsADamagedFileAsideAndReportsIt) {
 TEST_F(UserDefaultsTest, KeepsWhatCannotBeStoredAndTriesAgain) {
     open().set(u"a"_s, 1);
     LinuxUserDefaults defaults = open();
-    const std::string before = test::readFile(file);
+    const std::string before = readFile(file);
     // Permissions do not stop the superuser, a folder in the way of the new content does.
     fs::create_directory(file.native() + ".new");
     defaults.set(u"a"_s, 2);
-    EXPECT_EQ(test::readFile(file), before);
+    EXPECT_EQ(readFile(file), before);
     fs::remove(file.native() + ".new");
     defaults.remove(u"c"_s);
     EXPECT_EQ(open().object(u"a"_s), QVariant(qlonglong{2})) << "not tried again";
@@ -156,4 +154,4 @@ TEST_F(UserDefaultsTest, NeverReplacesWhatItCannotRead) {
     EXPECT_EQ(open().object(u"b"_s), QVariant(true));
 }
 
-} // namespace ternvault
+} // namespace ternvault::test
