@@ -152,11 +152,10 @@ public:
         return entries.contains(path) && entries.at(path);
     }
     void createDirectories(const std::filesystem::path& path) override { entries[path] = true; }
-    void write(const std::filesystem::path& file, std::string_view content) override {
+    void write(const std::filesystem::path& file, std::string_view) override {
         if (!isDirectory(file.parent_path()))
             throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory));
         entries[file] = false;
-        contents[file] = content;
     }
     void remove(const std::filesystem::path& path) override { entries.erase(path); }
     void revalidate(const std::filesystem::path&) const override {}
@@ -165,7 +164,6 @@ public:
     }
 
     std::map<std::filesystem::path, bool> entries;
-    std::map<std::filesystem::path, std::string> contents;
     /// Called after each successful look for an entry.
     std::function<void()> onFound;
     VolumeIdentity identity{1, 1, {}};

@@ -31,9 +31,8 @@ def processes_in(namespace):
 class PrivatePcTest(unittest.TestCase):
     def test_command_gets_through(self):
         for script, expected in (("exit 7", 7), ("kill -TERM $$", -signal.SIGTERM), ("true", 0)):
-            with self.subTest(script):
-                with inside(script) as process:
-                    self.assertEqual(process.wait(timeout=60), expected)
+            with self.subTest(script), inside(script) as process:
+                self.assertEqual(process.wait(timeout=60), expected)
 
     def test_leaves_nothing_when_killed(self):
         with tempfile.TemporaryDirectory() as volumes:

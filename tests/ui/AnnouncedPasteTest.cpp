@@ -18,11 +18,9 @@ class Service final : public BusService {
 public:
     Service() : BusService(name, path) {}
     void choose(uint id) {
-        const auto signal = [](const QString& member) {
-            return QDBusMessage::createSignal(path, name, member);
-        };
-        bus.send(signal(u"ActivationToken"_s) << id << u"token"_s);
-        bus.send(signal(u"ActionInvoked"_s) << id << u"default"_s);
+        for (const auto& [member, text] :
+             {std::pair(u"ActivationToken"_s, u"token"_s), {u"ActionInvoked"_s, u"default"_s}})
+            bus.send(QDBusMessage::createSignal(path, name, member) << id << text);
     }
     bool handleMessage(const QDBusMessage& call, const QDBusConnection&) override {
         shown.push_back(call.arguments()[3].toString());

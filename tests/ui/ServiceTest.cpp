@@ -14,13 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What a start of the program asked the one that runs for.
-struct Asked {
-    std::vector<std::string> urls;
-    QString action;
-    int activations = 0;
-};
-
 /// The desktop's portal, as far as it tells the colour scheme.
 class Portal final : public BusService {
 public:
@@ -43,13 +36,15 @@ TEST(ApplicationService, TakesOverWhatASecondStartIsFor) {
     const PrivateBus bus;
     ApplicationService service;
     ASSERT_EQ(service.claim({}, {}), ApplicationService::Start::first);
-    Asked asked;
-    service.setHandlers({[&asked] { ++asked.activations; },
-                         [&asked](const std::vector<QUrl>& urls) {
-                             for (const QUrl& url : urls)
-                                 asked.urls.push_back(url.toEncoded().toStdString());
+    int activations = 0;
+    std::vector<std::string> urls;
+    QString action;
+    service.setHandlers({[&] { ++activations; },
+                         [&](const std::vector<QUrl>& asked) {
+                             for (const QUrl& url : asked)
+                                 urls.push_back(url.toEncoded().toStdString());
                          },
-                         [&asked](const QString& name) { asked.action = name; }});
+                         [&](const QString& asked) { action = asked; }});
     const auto startAgain = [&folder](const QStringList& arguments) {
         QProcess program;
         program.setWorkingDirectory(QString::fromStdString(folder.path()));
@@ -58,15 +53,15 @@ TEST(ApplicationService, TakesOverWhatASecondStartIsFor) {
                program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0;
     };
     EXPECT_TRUE(startAgain({u"--auto-mount"_s}));
-    EXPECT_EQ(asked.activations, 1);
+    EXPECT_EQ(activations, 1);
     EXPECT_TRUE(startAgain({u"--add-files"_s, u"file:///e"_s}));
-    EXPECT_EQ(asked.action, u"add-files"_s);
-    EXPECT_EQ(asked.urls, std::vector<std::string>{"file:///e"});
-    asked.urls.clear();
+    EXPECT_EQ(action, u"add-files"_s);
+    EXPECT_EQ(urls, std::vector<std::string>{"file:///e"});
+    urls.clear();
     EXPECT_TRUE(startAgain({u"a b#.txt"_s, u"--"_s, u"-x"_s, u"file:///c%20d"_s}));
     const std::string here = "file://" + folder.path().native();
-    EXPECT_EQ(asked.urls, (std::vector<std::string>{here + "/a%20b%23.txt", here + "/-x", "file:///c%20d"}));
-    EXPECT_EQ(asked.activations, 1);
+    EXPECT_EQ(urls, (std::vector<std::string>{here + "/a%20b%23.txt", here + "/-x", "file:///c%20d"}));
+    EXPECT_EQ(activations, 1);
 }
 
 TEST(PortalAppearance, FollowsTheDesktopsChoice) {

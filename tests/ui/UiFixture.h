@@ -30,18 +30,15 @@ protected:
     UiFixture() { (new QVBoxLayout(&window))->setContentsMargins(0, 0, 0, 0); }
 
     template <typename View, typename... Arguments>
-    View& show(QSize size, Arguments&&... arguments) {
+    void show(QSize size, Arguments&&... arguments) {
         screen.reset();
-        auto view = std::make_unique<View>(model, std::forward<Arguments>(arguments)...);
-        View& shown = *view;
-        screen = std::move(view);
+        screen = std::make_unique<View>(model, std::forward<Arguments>(arguments)...);
         window.layout()->addWidget(screen.get());
         window.show();
         window.layout()->activate();
         window.resize(size);
         window.activateWindow();
         settle();
-        return shown;
     }
     void showLegal() {
         show<LegalAcceptanceView>({640, 620}, QUrl(u"https://x/privacy"_s), QUrl(u"https://x/terms"_s),

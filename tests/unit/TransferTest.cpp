@@ -22,6 +22,10 @@ struct Transfers : ModelFixture {
             return ProcessResult{std::nullopt, refused ? 1 : 0, {}, "refused\n"};
         };
     }
+    void copy(const std::vector<fs::path>& files) {
+        transfers.enqueue(files, "/Volumes/MOSSBOX1");
+        fake.time.run();
+    }
     std::size_t copies() const {
         const auto isCopy = [](const QStringList& call) {
             return call[0].endsWith(u"rsync") || call[0].endsWith(u"ditto");
@@ -54,8 +58,7 @@ TEST_F(Transfers, FindsTheVolumeInOrder) {
 TEST_F(Transfers, CopiesJobsInOrderAndTellsSo) {
     transfers.enqueue({"/s/x/../a", "/s/dir/"}, "/Volumes/MOSSBOX1");
     EXPECT_EQ(transfers.progressLabel(), u"0/2"_s);
-    transfers.enqueue({"/s/b"}, "/Volumes/MOSSBOX1");
-    fake.time.run();
+    copy({"/s/b"});
     EXPECT_EQ(copies(), 3u) << "the second call started no second worker";
     EXPECT_FALSE(transfers.isTransferring);
     EXPECT_EQ(log(), (Lines{"Queued 2 item(s) — app rsync starting", "Queued 1 item(s) — app rsync starting",
@@ -106,8 +109,7 @@ TEST_F(Transfers, ACopyThatSucceededOntoSomethingElseIsAFailure) {
 TEST_F(Transfers, MountsOnDemandBeforeAJobAndBetweenAttempts) {
     fake.files.entries.erase("/Volumes/MOSSBOX1");
     letMountsSucceed();
-    transfers.enqueue({"/s/a"}, "/Volumes/MOSSBOX1");
-    fake.time.run();
+    copy({"/s/a"});
     EXPECT_EQ(transfers.completedCount, 1);
     EXPECT_EQ(mounts() + copies(), 2u);
 
@@ -127,15 +129,13 @@ TEST_F(Transfers, MountsOnDemandBeforeAJobAndBetweenAttempts) {
 TEST_F(Transfers, CancelLetsTheCopyInFlightEndAndTakesEachJobOnce) {
     fake.securityScope.grant = true;
     fake.time.holdBackground = true;
-    transfers.enqueue({"/s/a", "/s/b"}, "/Volumes/MOSSBOX1");
-    fake.time.run();
+    copy({"/s/a", "/s/b"});
     transfers.resetCounters();
     EXPECT_EQ(transfers.totalCount, 2) << "no reset while transferring";
     EXPECT_EQ(fake.securityScope.open.size(), 2u);
     transfers.cancel();
     EXPECT_TRUE(fake.securityScope.open.empty());
-    transfers.enqueue({"/s/dir", "/s/b"}, "/Volumes/MOSSBOX1");
-    fake.time.run();
+    copy({"/s/dir", "/s/b"});
     EXPECT_EQ(fake.time.backgroundCount(), 2u) << "the old loop's copy and the new loop's first";
     fake.time.holdBackground = false;
     fake.time.run();
@@ -146,8 +146,7 @@ TEST_F(Transfers, CancelLetsTheCopyInFlightEndAndTakesEachJobOnce) {
 
 TEST_F(Transfers, CancelDuringAPauseEndsTheJobAsAnError) {
     failFolderCopies();
-    transfers.enqueue({"/s/dir"}, "/Volumes/MOSSBOX1");
-    fake.time.run();
+    copy({"/s/dir"});
     transfers.cancel();
     fake.time.advance(10s);
     EXPECT_EQ(copies(), 2u);

@@ -30,10 +30,6 @@ constexpr auto busyMachine = 100ms;
 /// Repetitions come every 20 ms.
 constexpr auto manyRepetitions = 300ms;
 
-bool isModifier(Key key) {
-    return key == control || key == shift || key == alt;
-}
-
 class EventTapTest : public testing::Test {
 protected:
     EventTapTest() {
@@ -104,7 +100,7 @@ protected:
     }
     std::optional<Key> nextKey(std::chrono::milliseconds time) {
         while (const auto arrival = window.next(time)) {
-            if (!isModifier(arrival->key))
+            if (arrival->key != control && arrival->key != shift && arrival->key != alt)
                 return arrival->key;
         }
         return std::nullopt;
