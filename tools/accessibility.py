@@ -176,8 +176,8 @@ class Program(Control):
 
 # --- Hands --------------------------------------------------------------------------------------------------
 
-def xdotool(*arguments, **options):
-    return subprocess.run(["xdotool", *map(str, arguments)], check=True, capture_output=True, text=True,
+def xdotool(*arguments, check=True, **options):
+    return subprocess.run(["xdotool", *map(str, arguments)], check=check, capture_output=True, text=True,
                           **options).stdout
 
 

@@ -16,9 +16,9 @@ protected:
     }
     AppModel& startWithAccount() {
         AppModel& model = start();
-        model.serverIP = QStringLiteral("10.0.0.5");
-        model.smbUser = QStringLiteral("anna");
-        model.smbPassword = QStringLiteral("secret");
+        model.serverIP = u"10.0.0.5"_s;
+        model.smbUser = u"anna"_s;
+        model.smbPassword = u"secret"_s;
         return model;
     }
     void perform(Task<> operation) {
@@ -30,7 +30,7 @@ protected:
         fake.processes.respond = [this](const QStringList& call) {
             if (isMount(call))
                 fake.files.entries["/Volumes/MOSSBOX1"] = true;
-            else if (call[0].endsWith(QStringLiteral("diskutil")))
+            else if (call[0].endsWith(u"diskutil"_s))
                 fake.files.entries.erase(call.back().toStdString());
             return ProcessResult{};
         };
@@ -41,9 +41,7 @@ protected:
         };
     }
 
-    static bool isMount(const QStringList& call) {
-        return call.back().startsWith(QStringLiteral("mount volume"));
-    }
+    static bool isMount(const QStringList& call) { return call.back().startsWith(u"mount volume"_s); }
     std::size_t mounts() const {
         const auto& calls = fake.processes.calls;
         return static_cast<std::size_t>(std::count_if(calls.begin(), calls.end(), isMount));

@@ -8,6 +8,8 @@
 
 namespace ternvault::test {
 
+using namespace Qt::StringLiterals;
+
 /// A session bus of the test's own, which this process and its children use from then on.
 class PrivateBus {
 public:
@@ -20,9 +22,8 @@ public:
                       "<policy context=\"default\"><allow send_destination=\"*\"/>"
                       "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
         qputenv("DBUS_SESSION_BUS_ADDRESS", address.c_str());
-        daemon_.start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
-                       QStringLiteral("--config-file=") + QString::fromStdString(folder_ / "bus.conf")});
+        daemon_.start(u"dbus-daemon"_s, {u"--nofork"_s, u"--print-address"_s,
+                                         u"--config-file="_s + QString::fromStdString(folder_ / "bus.conf")});
         if (!daemon_.waitForReadyRead(20'000))
             throw std::runtime_error("no session bus");
     }

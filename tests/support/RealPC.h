@@ -29,11 +29,11 @@ struct Outcome {
 class RealPC : public testing::Test {
 protected:
     RealPC() {
-        environment.insert(QStringLiteral("HOME"), path(home.path()));
-        environment.insert(QStringLiteral("TERNVAULT_VOLUMES_ROOT"), path(volumes.path()));
+        environment.insert(u"HOME"_s, path(home.path()));
+        environment.insert(u"TERNVAULT_VOLUMES_ROOT"_s, path(volumes.path()));
         for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "XDG_CONFIG_HOME", "XDG_DATA_HOME",
                                  "XDG_STATE_HOME", "XDG_RUNTIME_DIR"})
-            environment.remove(QString::fromLatin1(name));
+            environment.remove(QLatin1String(name));
     }
 
     /// For services inside the test's own process: nothing of the user's session stays in reach.
@@ -44,11 +44,11 @@ protected:
             qputenv(name.toLocal8Bit().constData(), environment.value(name).toLocal8Bit());
     }
 
-    static QString path(const std::filesystem::path& file) { return QString::fromStdString(file.string()); }
-    static std::filesystem::path pc() { return qgetenv("TERNVAULT_PC").toStdString(); }
+    static QString path(const fs::path& file) { return QString::fromStdString(file.string()); }
+    static fs::path pc() { return qgetenv("TERNVAULT_PC").toStdString(); }
     static std::string read(const char* name) { return readFile(pc() / name); }
-    std::filesystem::path volume() const { return volumes / "MOSSBOX1"; }
-    static std::filesystem::path served(const std::string& name = {}) { return pc() / "share" / name; }
+    fs::path volume() const { return volumes / "MOSSBOX1"; }
+    static fs::path served(const std::string& name = {}) { return pc() / "share" / name; }
 
     void start(QProcess& process, const QString& program, const QStringList& arguments) const {
         process.setProcessEnvironment(environment);
@@ -83,33 +83,32 @@ protected:
         ASSERT_EQ(outcome.status, 0) << outcome.errors;
     }
     void logIn() const {
-        cli({QStringLiteral("set"), QStringLiteral("serverIP"), QString::fromStdString(read("address"))});
-        cli({QStringLiteral("set"), QStringLiteral("smbUser"), QString::fromStdString(read("user"))});
-        const Outcome stored = cli({QStringLiteral("set"), QStringLiteral("smbPassword")}, read("password"));
+        cli({u"set"_s, u"serverIP"_s, QString::fromStdString(read("address"))});
+        cli({u"set"_s, u"smbUser"_s, QString::fromStdString(read("user"))});
+        const Outcome stored = cli({u"set"_s, u"smbPassword"_s}, read("password"));
         ASSERT_EQ(stored.status, 0) << stored.errors;
     }
     void mountShare() const {
         logIn();
-        const Outcome mounted = cli({QStringLiteral("mount")});
+        const Outcome mounted = cli({u"mount"_s});
         ASSERT_EQ(mounted.status, 0) << mounted.errors;
     }
     std::string log() const { return readFile(home / ".local/share/Tern Vault/transfer.log"); }
     /// What diff says about two trees, in which a link is a link.
-    std::string difference(const std::filesystem::path& one, const std::filesystem::path& other) const {
+    std::string difference(const fs::path& one, const fs::path& other) const {
         const Outcome compared =
-            run(QStringLiteral("/usr/bin/diff"),
-                {QStringLiteral("-r"), QStringLiteral("--no-dereference"), path(one), path(other)});
+            run(u"/usr/bin/diff"_s, {u"-r"_s, u"--no-dereference"_s, path(one), path(other)});
         return compared.output + compared.errors;
     }
-    bool isVolumesRootEmpty() const { return std::filesystem::is_empty(volumes.path()); }
+    bool isVolumesRootEmpty() const { return fs::is_empty(volumes.path()); }
 
     /// The processes that serve the volumes, and with `keepers` those that look after them too.
     static std::vector<pid_t> volumeProcesses(bool keepers) {
         const auto isVolume = [](const std::string& pid) {
-            return readFile(std::filesystem::path("/proc") / pid / "comm") == "ternvault-volum\n";
+            return readFile(fs::path("/proc") / pid / "comm") == "ternvault-volum\n";
         };
         std::vector<pid_t> found;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        for (const auto& entry : fs::directory_iterator("/proc")) {
             const std::string pid = entry.path().filename().string();
             if (!isVolume(pid))
                 continue;

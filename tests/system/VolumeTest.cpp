@@ -4,6 +4,7 @@
 #include "support/RealPC.h"
 
 #include <cerrno>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -11,7 +12,6 @@
 #include <unistd.h>
 
 namespace ternvault::test {
-using std::chrono::seconds;
 
 constexpr std::time_t tooOldForAnyFile = 50'000'000;
 
@@ -58,7 +58,7 @@ TEST_F(Volume, ALostWritePoisonsItsFileUntilItIsWrittenAnew) {
     server("kill");
     EXPECT_NE(::fsync(file), 0);
     server("start");
-    ASSERT_TRUE(eventually([] { return modified(served("item")) < tooOldForAnyFile; }, seconds(10)));
+    ASSERT_TRUE(eventually([] { return modified(served("item")) < tooOldForAnyFile; }, 10s));
 
     const timespec times[] = {{modified(source / "item"), 0}, {modified(source / "item"), 0}};
     for (const int handle : {file, other}) {
@@ -86,7 +86,7 @@ TEST_F(Volume, RsyncSendsNothingTwice) {
     fs::create_symlink("/nowhere", tree / "sub/dangling");
     rsync(tree / "", volume() / "copy/");
     EXPECT_EQ(difference(tree, volume() / "copy"), "");
-    std::this_thread::sleep_for(seconds(3)); // nothing is remembered any more
+    std::this_thread::sleep_for(3s); // nothing is remembered any more
     EXPECT_EQ(rsync(tree / "", volume() / "copy/"), "");
 }
 
@@ -110,7 +110,7 @@ TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
     EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1);
     EXPECT_EQ(utility({u"unmount"_s, u"force"_s, path(volume())}).exitStatus, 0);
     EXPECT_TRUE(isVolumesRootEmpty());
-    EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, seconds(2)));
+    EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, 2s));
     EXPECT_NE(errorOf(::write(file, bytes.data(), bytes.size())), 0);
     ::close(file);
     EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1) << "there is none any more";
@@ -120,7 +120,7 @@ TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
     const auto killAll = [] {
         for (const pid_t process : volumeProcesses(true))
             ::kill(process, SIGKILL);
-        return eventually([] { return volumeProcesses(true).empty(); }, seconds(5));
+        return eventually([] { return volumeProcesses(true).empty(); }, 5s);
     };
     ASSERT_EQ(mount().exitStatus, 0);
     EXPECT_FALSE(isPlaceholder(volume()));

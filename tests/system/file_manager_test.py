@@ -51,16 +51,14 @@ class Windows:
 
     def bring_forward(self, title):
         def is_in_front():
-            subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}", "windowactivate"],
-                           capture_output=True, check=False)
+            xdotool("search", "--onlyvisible", "--name", f"^{title}", "windowactivate", check=False)
             return self.in_front().startswith(title)
         wait_for(is_in_front, f"a window \"{title}\" in front")
         time.sleep(SETTLING)
 
     @staticmethod
     def in_front():
-        return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], capture_output=True, text=True,
-                              check=False).stdout
+        return xdotool("getactivewindow", "getwindowname", check=False)
 
     @staticmethod
     def titles():

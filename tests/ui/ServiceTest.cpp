@@ -10,8 +10,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 /// The desktop's portal, as far as it tells the colour scheme.

@@ -25,16 +25,15 @@ struct MounterTest : testing::Test {
             outcome = QString::fromUtf8(error.what());
         }
     }
+    QString outcomeOf(Task<> operation) {
+        scope.spawn(report(std::move(operation)));
+        fake.time.run();
+        return outcome;
+    }
     QString mount(const QString& password = u"secret"_s, const QString& share = u"Films"_s) {
-        scope.spawn(report(mounter.mount(u"10.0.0.5"_s, share, u"anna"_s, password, productVolumeName)));
-        fake.time.run();
-        return outcome;
+        return outcomeOf(mounter.mount(u"10.0.0.5"_s, share, u"anna"_s, password, productVolumeName));
     }
-    QString unmount() {
-        scope.spawn(report(mounter.unmount(u"MOSSBOX1"_s)));
-        fake.time.run();
-        return outcome;
-    }
+    QString unmount() { return outcomeOf(mounter.unmount(u"MOSSBOX1"_s)); }
     void appear(const char* path) { fake.files.entries[path] = true; }
 };
 

@@ -30,8 +30,7 @@ TEST(Published, AnnouncesThenStoresThenHandlesAlsoForEqualValues) {
 TEST(Signal, SurvivesSubscriptionsThatEndOrBeginDuringAnEmission) {
     std::vector<std::string> called;
     auto signal = std::make_unique<Signal>();
-    Subscription second;
-    Subscription late;
+    Subscription second, late;
     Subscription first = signal->subscribe([&] {
         called.push_back("first");
         second = Subscription();

@@ -124,9 +124,8 @@ TEST(X11Pasteboard, ReadsWhatIsOnTheClipboardNow) {
     EXPECT_TRUE(urls.back().path().endsWith(u"x39999"));
 
     Owner text;
-    std::thread refusing([&text] { text.answer({}); });
+    const std::jthread refusing([&text] { text.answer({}); });
     EXPECT_TRUE(pasteboard.fileURLs().empty());
-    refusing.join();
 }
 
 TEST(X11Pasteboard, WaitsOnceForWhoeverIsSilent) {
@@ -135,9 +134,8 @@ TEST(X11Pasteboard, WaitsOnceForWhoeverIsSilent) {
     EXPECT_FALSE(answersAtOnce(pasteboard));
     EXPECT_TRUE(answersAtOnce(pasteboard));
     slow.answer("file:///late\n");
-    std::thread answering([&slow] { slow.answer("file:///a%20letter\n"); });
+    const std::jthread answering([&slow] { slow.answer("file:///a%20letter\n"); });
     EXPECT_EQ(pasteboard.fileURLs(), letter) << "asked again after its late answer";
-    answering.join();
     EXPECT_EQ(pasteboard.fileURLs(), letter) << "remembered";
 
     Owner silent;

@@ -31,8 +31,7 @@ TEST(BackgroundTasks, UtilityWorkRunsOneAtATimeInOrderAtLowPriority) {
 }
 
 TEST(BackgroundTasks, OneHungProgramHoldsUpNoOtherWorkOfTheGeneralLane) {
-    std::promise<void> release;
-    std::promise<void> meanwhile;
+    std::promise<void> release, meanwhile;
     ThreadBackgroundTasks background;
     background.run(Lane::general, [released = release.get_future().share()] { released.wait(); });
     background.run(Lane::general, [&] { meanwhile.set_value(); });
@@ -41,10 +40,8 @@ TEST(BackgroundTasks, OneHungProgramHoldsUpNoOtherWorkOfTheGeneralLane) {
 }
 
 TEST(BackgroundTasks, EndingDropsWaitingWorkAndTellsWhetherSomeStillRuns) {
-    std::promise<void> started;
-    std::promise<void> release;
-    bool ran = false;
-    bool droppedRan = false;
+    std::promise<void> started, release;
+    bool ran = false, droppedRan = false;
     {
         ThreadBackgroundTasks background;
         background.run(Lane::utility, [&, released = release.get_future().share()] {

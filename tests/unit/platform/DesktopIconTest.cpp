@@ -9,8 +9,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 int chflags(const QString& flag, const fs::path& path) {

@@ -40,8 +40,7 @@ TEST(MainLoop, RunsPostsOfAllThreadsInOrderOnTheMainThread) {
 TEST(MainLoop, TimersGetTheirTurnBetweenManyPosts) {
     QtMainLoop mainLoop;
     QEventLoop loop;
-    int pieces = 0;
-    int piecesAtFirstBeat = 100;
+    int pieces = 0, piecesAtFirstBeat = 100;
     const auto beat = mainLoop.every(2ms, [&] { piecesAtFirstBeat = std::min(piecesAtFirstBeat, pieces); });
     for (int i = 0; i < 100; ++i)
         mainLoop.post([&] {

@@ -9,7 +9,6 @@
 
 namespace ternvault::test {
 
-using namespace Qt::StringLiterals;
 using State = SecretAnswer::State;
 
 constexpr int startMilliseconds = 20'000;
