@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Pastes made in a file manager: those of files onto the volume become jobs of our queue, all others stay its own, and
-so do pastes in other programs. Files dragged from it onto our window are queued. Runs inside "private-pc run -- desktop-session --"; its arguments are the agent and the
-command that opens a window of the file manager."""
+so do pastes in other programs. Files dragged from it onto our window are queued.
+Runs inside "private-pc run -- desktop-session --"; its arguments are the agent and the command that opens a window of
+the file manager."""
 import contextlib
 import pathlib
 import re
