@@ -2,6 +2,7 @@
 #include "support/ModelFixture.h"
 #include "support/PrivateBus.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QTest>
 #include <QWidget>
@@ -50,7 +51,9 @@ protected:
 };
 
 TEST_F(AnnouncedPastes, AreToldOnTheDesktopWhereNoWindowOfOursIsActive) {
-    paste(); // no service is there
+    paste();
+    EXPECT_FALSE(QDBusConnection::sessionBus().interface()->isServiceRegistered(name));
+    QCoreApplication::processEvents(); // the answer that nobody is there came first
     fake.files.entries = {{"/a", false}, {"/b", false}, {"/Volumes", true}, {"/Volumes/MOSSBOX1", true}};
     fake.pasteboard.urls = {QUrl(u"file:///a"_s), QUrl(u"file:///b"_s)};
     model.refreshMounted();
