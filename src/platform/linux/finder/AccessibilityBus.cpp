@@ -38,7 +38,7 @@ int millisecondsUntil(AccessibilityBus::Deadline deadline) {
 
 /// Reading a value as another type than it has would end the process.
 QDBusArgument valueOfType(QLatin1String signature, const QVariant& value) {
-    const auto argument = value.value<QDBusArgument>();
+    auto argument = value.value<QDBusArgument>();
     if (argument.currentSignature() != signature)
         throw NoAnswer();
     return argument;
