@@ -119,15 +119,23 @@ private:
     void lookInto(const FileManager& fileManager) {
         const auto end = deadline();
         program_ = accessibility_.program(window_.process, end);
+        const auto locations = openLocations(window_.busName, window_.objectPath, end);
+        if (!locations) {
+            tryAgain();
+            return;
+        }
         const AccessibleWindow controls =
             program_.isEmpty() ? AccessibleWindow() : accessibility_.activeWindow(program_, end);
-        const auto locations = openLocations(window_.busName, window_.objectPath, end);
-        folders_ = locations ? shownFolders(controls, window_.title) : std::vector<fs::path>();
-        if (locations)
-            folders_.insert(folders_.end(), locations->begin(), locations->end());
+        folders_ = shownFolders(controls, window_.title);
+        folders_.insert(folders_.end(), locations->begin(), locations->end());
         const Focus focus = textHasFocus_ ? Focus::text : focusIn(controls);
         see(!controls.empty() && focus >= fileManager.focusOnFiles && focus != Focus::text);
-        if (!isSeen() && focus != Focus::text && --triesLeft_ > 0)
+        if (!isSeen() && focus != Focus::text)
+            tryAgain();
+    }
+
+    void tryAgain() {
+        if (--triesLeft_ > 0)
             soon_.start(nextTry);
     }
 
