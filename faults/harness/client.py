@@ -1,12 +1,20 @@
-"""Tern Vault as its user runs it: by command line, with a home and a folder of volumes of its own."""
+"""Tern Vault as its user runs it: by command line, with a home and a folder of volumes of its own.
+
+The user is an ordinary one where this can be arranged: root may write where nobody may, also below a mount.
+"""
 import dataclasses
 import os
 import pathlib
 import re
+import shutil
 import signal
 import subprocess
 import time
 
+from harness import server as server_side
+
+NOBODY = 65534  # has an entry in every passwd, which fusermount3 asks for
+PROGRAMS = ("ternvault-cli", "ternvault-volume")
 ENTRY = re.compile(r"^\[[^]]*\] (.*)$")
 
 
@@ -27,7 +35,8 @@ class Run:
         self._files = [open(client.scratch / f"{client.count()}.{end}", "w+", encoding="utf-8", errors="replace")
                        for end in ("out", "err")]
         self.process = subprocess.Popen([client.bin / "ternvault-cli", *arguments], env=client.environment,
-                                        stdin=subprocess.PIPE, stdout=self._files[0], stderr=self._files[1], text=True)
+                                        stdin=subprocess.PIPE, stdout=self._files[0], stderr=self._files[1], text=True,
+                                        **client.account)
         self.process.stdin.write(text)
         self.process.stdin.close()
 
@@ -52,10 +61,13 @@ class Run:
 
 class Client:
     def __init__(self, binaries, folder, server, address):
-        self.bin = pathlib.Path(binaries)
-        self.home, self.volumes, self.scratch = (folder / name for name in ("home", "volumes", "scratch"))
-        for made in (self.home, self.volumes, self.scratch):
-            made.mkdir(parents=True)
+        self.bin, self.home, self.volumes, self.scratch = (
+            folder / name for name in ("bin", "home", "volumes", "scratch"))
+        for made in (self.bin, self.home, self.volumes, self.scratch):
+            made.mkdir()
+        for program in PROGRAMS:
+            shutil.copy(pathlib.Path(binaries) / program, self.bin)
+        self.account = become_ordinary(folder)
         self.state = self.home / ".local/state/ternvault"
         self.mount_point = self.volumes / "MOSSBOX1"
         self.environment = {"PATH": os.environ["PATH"], "HOME": str(self.home), "LANG": "C.UTF-8",
@@ -90,3 +102,13 @@ class Client:
             return []
         lines = self._log.read_bytes()[since:].decode("utf-8", "replace").splitlines()
         return [match[1] if (match := ENTRY.match(line)) else f"(malformed) {line}" for line in lines]
+
+
+def become_ordinary(folder):
+    """How to start a process of the user's, to whom `folder` and what it has belong."""
+    if server_side.has_one_id():
+        return {}
+    server_side.open_fuse(folder / "fuse")
+    for path in (folder, *folder.iterdir()):
+        os.chown(path, NOBODY, NOBODY)
+    return {"user": NOBODY, "group": NOBODY, "extra_groups": []}

@@ -12,6 +12,8 @@ libc = ctypes.CDLL(None, use_errno=True)
 
 
 class Fault:
+    lasting = True  # whether there is anything to lift
+
     def __init__(self, scene):
         self.scene, self.variant = scene, scene.plan.variant
 
@@ -29,6 +31,7 @@ class Signal(Fault):
     def __init__(self, scene, find, number):
         super().__init__(scene)
         self._find, self._number, self._hit = find, number, []
+        self.lasting = number == signal.SIGSTOP
 
     def strike(self):
         self._hit = self._find()
@@ -39,12 +42,12 @@ class Signal(Fault):
         return bool(self._hit)
 
     def lift(self):
-        if self._number == signal.SIGSTOP:
-            processes.send(self._hit, signal.SIGCONT)
+        processes.send(self._hit, signal.SIGCONT)
 
 
 class RsyncKilled(Fault):
     """Alone, or together with the program that waits for it."""
+    lasting = False
 
     def strike(self):
         names = (processes.RSYNC, processes.PROGRAM) if self.variant % 2 else (processes.RSYNC,)
@@ -94,6 +97,8 @@ class ConnectionDelayed(Fault):
 
 
 class ConnectionCut(Fault):
+    lasting = False
+
     def strike(self):
         self.scene.proxy.cut(with_reset=self.variant % 2 == 1)
         return True
@@ -153,6 +158,8 @@ class LinkDown(Fault):
 
 
 class EverythingKilled(Fault):
+    lasting = False
+
     def strike(self):
         return bool(processes.kill_as_one(lambda: processes.named(*processes.OURS)))
 

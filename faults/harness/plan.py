@@ -9,6 +9,8 @@ FAULTS = ("smbd-killed", "smbd-frozen", "daemon-killed", "daemon-frozen", "keepe
           "everything-killed", "power-cut")
 RATES = (None, 40_000_000, 10_000_000, 4_000_000)  # bytes a second to the server
 LONG_SILENCE = 45  # seconds: the volume gives the server up meanwhile
+OUTAGES = ("smbd-killed", "smbd-frozen", "connection-silent", "share-full", "permission-taken", "share-renamed",
+           "link-down")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -41,7 +43,7 @@ def draw(seed, brief):
     block, fault = divmod(seed - 1, len(FAULTS))
     workload = WORKLOADS[(fault + block) % len(WORKLOADS)]
     return Plan(seed, workload, FAULTS[fault], chance.randrange(4), draw_moment(chance), chance.uniform(0.05, 0.95),
-                draw_duration(chance, brief), chance.random() < 0.7,
+                draw_duration(chance, FAULTS[fault], brief), chance.random() < 0.7,
                 workload == "update" or chance.random() < 0.5, chance.random() < 0.8, chance.choice(RATES))
 
 
@@ -55,10 +57,10 @@ def draw_moment(chance):
     return chance.uniform(0.97, 1.0)
 
 
-def draw_duration(chance, brief):
+def draw_duration(chance, fault, brief):
     kind = chance.random()
     if kind < 0.6:
         return chance.uniform(0.1, 2)
-    if kind < 0.93 or brief:
+    if kind < 0.92 or brief or fault not in OUTAGES:
         return chance.uniform(2, 8)
     return LONG_SILENCE

@@ -4,6 +4,7 @@ A name is there as of the last fsync of its folder, with the content of the last
 count as durable from the start.
 """
 import pathlib
+import shutil
 
 
 def restore(durable, folder):
@@ -16,3 +17,9 @@ def restore(durable, folder):
             number, name = line.split(" ", 1)
             content = pathlib.Path(durable) / f"{number}.content"
             (place / name).write_bytes(content.read_bytes() if content.exists() else b"")
+            shutil.chown(place / name, *owner_of(place))
+
+
+def owner_of(path):
+    status = path.stat()
+    return status.st_uid, status.st_gid

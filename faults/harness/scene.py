@@ -1,4 +1,6 @@
 """One seed from the beginning to the end."""
+import pathlib
+import shutil
 import subprocess
 import time
 
@@ -11,9 +13,8 @@ from harness.server import Server
 from harness.workloads import Workload
 
 PROXY = "127.0.0.6"
-MOUNTING = 4000  # bytes that a mount sends to the server, about
-PER_FILE = 2600  # the same of a file beside its content
-ENDING = 1500  # of what follows the last byte of a file, about
+# Bytes that go to the server beside contents, about: for a mount, for a copy and for each file.
+MOUNTING, COPY, PER_FILE = 2000, 2500, 1000
 
 
 class Scene:
@@ -26,12 +27,13 @@ class Scene:
         if plan.fault == "share-full":
             self.server.give_share_a_disk()
         folder = self.server.pc.directory / "run"
+        folder.mkdir()
         self.gate = Gate()
         self.proxy = Proxy((PROXY, self.server.address[1]), self.server.address, self.gate, plan.rate)
         self.client = Client(binaries, folder, self.server, PROXY)
         self.durable = folder / "durable"
         if plan.fault == "power-cut":
-            self._prepare_power_cut(shim)
+            self._prepare_power_cut(pathlib.Path(shim))
         self.workload = Workload(plan, self.server, folder)
         self.oracle = Oracle(self.workload, self.server, self.client)
         self.fault = faults.make(self)
@@ -40,7 +42,9 @@ class Scene:
 
     def _prepare_power_cut(self, shim):
         self.durable.mkdir()
-        self.client.environment.update(LD_PRELOAD=str(shim), FAULTS_STATE=str(self.client.state),
+        self.durable.chmod(0o777)
+        shutil.copy(shim, self.client.bin)
+        self.client.environment.update(LD_PRELOAD=str(self.client.bin / shim.name), FAULTS_STATE=str(self.client.state),
                                        FAULTS_DURABLE=str(self.durable))
 
     def note(self, words):
@@ -68,17 +72,11 @@ class Scene:
         self._judge_first(outcomes, self.client.log_entries(since))
 
     def _moments(self):
+        """In bytes, of the fault and of what else happens on the way."""
+        opening = COPY + (0 if self.plan.mounted_before else MOUNTING)
         extent = self.workload.size() + self.workload.count() * PER_FILE
-        mounting = 0 if self.plan.mounted_before else MOUNTING
-
-        def at(moment):
-            if moment < 0:
-                return int((1 + moment) * (mounting or PER_FILE))
-            return mounting + int(moment * (extent + ENDING) - ENDING)
-        moments = [max(1, at(self.plan.moment))]
-        if self.plan.workload == "rename":
-            moments.append(max(1, at(self.plan.rename_moment)))
-        return moments
+        moments = [self.plan.moment] + [self.plan.rename_moment] * (self.plan.workload == "rename")
+        return [1 + int((1 + moment) * opening if moment < 0 else opening + moment * extent) for moment in moments]
 
     def _go_wrong(self, ended):
         renames = [False]
@@ -86,6 +84,7 @@ class Scene:
             renames = [False, True] if self.plan.moment < self.plan.rename_moment else [True, False]
         for is_rename in renames:
             if not self.gate.wait(ended):
+                self.note(f"the copy ended after {self.gate.passed} bytes, before its moment")
                 break
             if is_rename:
                 self._rename()
@@ -100,15 +99,16 @@ class Scene:
         self.hit = self.fault.strike()
         self.note(f"{self.plan.fault} after {self.gate.passed} bytes{'' if self.hit else ', nothing hit'}")
         self.gate.open()
-        time.sleep(self.plan.lasts)
-        self.fault.lift()
-        self.note("lifted")
+        if self.fault.lasting:
+            time.sleep(self.plan.lasts)
+            self.fault.lift()
+            self.note("lifted")
 
     def _rename(self):
         command = self.workload.rename(self.client)
-        self.note(f"rename to {self.workload.renamed[0]} {'on the volume' if command else 'among the sources'}")
+        self.note(f"rename to {list(self.workload.renamed.values())} {'on the volume' if command else 'among the sources'}")
         if command:
-            self._helpers.append(subprocess.Popen(command, stderr=subprocess.DEVNULL))
+            self._helpers.append(subprocess.Popen(command, stderr=subprocess.DEVNULL, **self.client.account))
 
     def _judge_first(self, outcomes, entries):
         copies = range(len(outcomes))

@@ -17,7 +17,8 @@ class Workload:
         self.plan, self.server = plan, server
         self.chance = random.Random(f"workload {plan.seed}")
         self.source, self.before = folder / "source", folder / "before"
-        self.renamed = []  # names on the share that a renaming may have made
+        self.renamed = {}  # name on the share -> what the user renames it to, there or among the sources
+        self.vanished = None  # name of a source that was renamed
         self.copies = [[]]
         getattr(self, "_make_" + plan.workload)()
         self.copies = [sorted(items) for items in self.copies]
@@ -118,9 +119,11 @@ class Workload:
     def save_sources(self):
         """Gives the sources their times. Clocks of two computers differ: a file just saved may be of the second in
         which its first, or its last, byte arrives."""
+        if self.plan.same_second:
+            time.sleep(1 - time.time() % 1)  # so that most of a second is left for the bytes to arrive
         now = time.time()
         for place, items in enumerate(self.copies):
-            saved = now - 3 * place + (self.chance.choice((0, 0, 1, 1, 2)) if self.plan.same_second else -HOUR / 2)
+            saved = now - 3 * place + (self.chance.choice((0, 0, 0, 1)) if self.plan.same_second else -HOUR / 2)
             for item in items:
                 for path in (item, *item.rglob("*")):
                     os.utime(path, (saved, saved))
@@ -130,9 +133,9 @@ class Workload:
         names = sorted(self.destinations())
         name = names[self.chance.randrange(len(names))]
         fresh = name + ".renamed"
-        self.renamed.append(fresh)
+        self.renamed[name] = fresh
         if "/" in name and self.chance.random() < 0.5:
-            self.renamed.append(name)
+            self.vanished = name
             path = self.source / name
             path.rename(path.with_name(path.name + ".renamed"))
             return None
