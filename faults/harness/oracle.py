@@ -30,16 +30,20 @@ class Oracle:
     # --- Contents
 
     def check_copied(self, names, copies, when):
-        """Whatever counts as copied is identical to the source of one of `copies`, unless its user moved it away."""
+        """Whatever counts as copied is identical to the source of one of `copies`, unless its user renamed it then."""
         for copy in copies:
             for name in self._files_of(copy, names):
                 wanted = [source for one in copies for source in self.workload.destinations(one).get(name, [])]
                 there = self.server.share / name
-                if when == "first run" and (self.server.share / self.workload.renamed.get(name, "?")).exists():
+                if when == "first run" and self._was_renamed(name):
                     continue
                 if self.claim(there.is_file(), f"{when}: {name} counts as copied and is not there"):
                     self.claim(digest(there) in map(digest, wanted),
                                f"{when}: {name} counts as copied and differs: {self.describe(name)}")
+
+    def _was_renamed(self, name):
+        renamed = self.workload.renamed
+        return name in renamed.values() or name in renamed and (self.server.share / renamed[name]).exists()
 
     def _files_of(self, copy, items):
         return [name for name in self.workload.destinations(copy) if name.split("/")[0] in items]
@@ -121,14 +125,16 @@ class Oracle:
         rest = []
 
         def clean():
-            rest[:] = self._rest()
+            rest[:] = what_is_left(self.client)
             return not rest
         self.claim(processes.within(seconds, clean), f"at the end: left behind: {rest}")
 
-    def _rest(self):
-        table = processes.living()
-        rest = [f"process {pid} {table[pid][0]}" for pid in table if table[pid][0] in processes.OURS]
-        rest += [f"entry {path.name}" for path in self.client.volumes.iterdir()]
-        with open("/proc/self/mounts", encoding="utf-8") as mounts:
-            rest += [line.strip() for line in mounts if str(self.client.volumes) in line or "ternvault" in line]
-        return rest + [f"record {path.name}" for path in self.client.state.rglob("*.mount*")]
+
+def what_is_left(client):
+    """Processes, entries below the volumes root, mounts and records of mounts, in words."""
+    table = processes.living()
+    rest = [f"process {pid} {table[pid][0]}" for pid in table if table[pid][0] in processes.OURS]
+    rest += [f"entry {path.name}" for path in client.volumes.iterdir()]
+    with open("/proc/self/mounts", encoding="utf-8") as mounts:
+        rest += [line.strip() for line in mounts if str(client.volumes) in line or "fuse.ternvault" in line]
+    return rest + [f"record {path.name}" for path in client.state.rglob("*.mount*")]
