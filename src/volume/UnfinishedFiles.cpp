@@ -13,8 +13,8 @@
 namespace ternvault::volume {
 namespace {
 
-/// A record is a sign, the path and a zero byte. One without its end was being written when the power went: then
-/// nothing had been sent yet.
+/// A record is a sign, the path and a zero byte. One without its end was being written when the power went:
+/// then nothing had been sent yet.
 constexpr char added = '+';
 constexpr char removed = '-';
 

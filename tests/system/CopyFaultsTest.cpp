@@ -2,8 +2,6 @@
 
 #include <functional>
 
-#include <sys/mount.h>
-
 namespace ternvault::test {
 
 /// Copies through the command line tool while something goes wrong.
@@ -60,23 +58,6 @@ TEST_F(CopyFaults, ASilentServerEndsTheAttemptInTime) {
     server("resume");
     const Outcome outcome = finish(copy);
     EXPECT_EQ(outcome.status == 0, isIdentical()) << outcome.errors << log();
-}
-
-TEST_F(CopyFaults, AFullShareIsTheReasonOfEachAttempt) {
-    ASSERT_EQ(::mount("small", served().c_str(), "tmpfs", 0, "size=64m,mode=1777"), 0);
-    mountShare();
-    EXPECT_EQ(cli({u"copy"_s, path(file("film", 200'000'000))}).status, 1);
-    std::istringstream lines(log());
-    int attempts = 0;
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find("FAIL attempt") == line.npos)
-            continue;
-        ++attempts;
-        EXPECT_TRUE(line.ends_with("No space left on device")) << line;
-    }
-    EXPECT_EQ(attempts, 4);
-    EXPECT_EQ(cli({u"eject"_s}).status, 0);
-    EXPECT_EQ(::umount2(served().c_str(), MNT_DETACH), 0);
 }
 
 TEST_F(CopyFaults, WhatSomebodyElseChangesOnTheServerIsCopiedAgain) {
