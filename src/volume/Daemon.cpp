@@ -92,10 +92,20 @@ private:
     fuse_session* session_ = nullptr;
 };
 
+std::unique_ptr<UnfinishedFiles> openUnfinishedFiles(const MountOrder& order) {
+    const auto file = mountStateFile(order.state, order.mountPoint, ".unfinished");
+    try {
+        return std::make_unique<UnfinishedFiles>(file);
+    } catch (const std::system_error& error) {
+        throw MountFailure("The file " + file.string() + " cannot be used: " + error.code().message() + ".");
+    }
+}
+
 void mountAndServe(const MountOrder& order, DaemonEnd link) {
     isolateSambaSettings(order.state);
+    const auto unfinished = openUnfinishedFiles(order);
     SmbWorker worker(order.url, [link] { link.alive(); });
-    Volume volume(worker);
+    Volume volume(worker, *unfinished);
     worker.start(volume, connectPatience);
     MountDirectory directory(order);
     FuseContext context{volume, [&] {

@@ -17,31 +17,51 @@ public:
     /// A day that no file of a user has.
     static constexpr timespec oldTime{34'567'890, 0};
 
-    void add(const std::string& path) { isAged_.set(path, false); }
-    void markAged(const std::string& path) {
-        if (auto* aged = isAged_.find(path))
-            *aged = true;
+    /// `error`: why the bytes were lost, as errno. The first reason is kept.
+    void add(const std::string& path, int error) {
+        if (auto* loss = losses_.find(path))
+            loss->isAged = false;
+        else
+            losses_.set(path, {error, false});
     }
-    bool contains(const std::string& path) { return isAged_.find(path) != nullptr; }
+    void markAged(const std::string& path) {
+        if (auto* loss = losses_.find(path))
+            loss->isAged = true;
+    }
+    /// Why bytes of the file were lost; 0 when none were.
+    int error(const std::string& path) {
+        const auto* loss = losses_.find(path);
+        return loss ? loss->error : 0;
+    }
     bool mustBeAged(const std::string& path) {
-        const auto* aged = isAged_.find(path);
-        return aged && !*aged;
+        const auto* loss = losses_.find(path);
+        return loss && !loss->isAged;
     }
     std::vector<std::string> pathsToAge() {
         std::vector<std::string> paths;
-        for (const auto& [path, aged] : isAged_) {
-            if (!aged)
+        for (const auto& [path, loss] : losses_) {
+            if (!loss.isAged)
                 paths.push_back(path);
         }
         return paths;
     }
 
     /// The file is opened for writing anew, or does not exist any more.
-    void remove(const std::string& path) { isAged_.eraseSubtree(path); }
-    void move(const std::string& from, const std::string& to) { isAged_.moveSubtree(from, to); }
+    void remove(const std::string& path) { losses_.eraseSubtree(path); }
+    void move(const std::string& from, const std::string& to) { losses_.moveSubtree(from, to); }
 
 private:
-    PathTable<bool> isAged_;
+    struct Loss {
+        int error;
+        bool isAged;
+    };
+    PathTable<Loss> losses_;
 };
+
+/// Whether the file was marked as one that is about to be overwritten, or was left unfinished. It keeps that
+/// time while it is written, until another one is set.
+inline bool isMarkedUnfinished(const timespec& modified) {
+    return modified.tv_sec == LostWrites::oldTime.tv_sec;
+}
 
 } // namespace ternvault::volume

@@ -30,6 +30,8 @@ struct Node {
     std::vector<std::weak_ptr<Handle>> writers;
     /// What the volume says of the file while it is being written.
     Entry entry;
+    /// While it is being written: what was written from here on has not been there before.
+    std::uint64_t sizeOnServer = 0;
     /// Set through an open file, to be set again after it was closed: the server's close sets the present
     /// time.
     bool hasExplicitTimes = false;

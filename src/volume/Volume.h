@@ -4,6 +4,7 @@
 #include "volume/LostWrites.h"
 #include "volume/Nodes.h"
 #include "volume/SmbWorker.h"
+#include "volume/UnfinishedFiles.h"
 
 #include <cerrno>
 #include <functional>
@@ -24,7 +25,12 @@ namespace ternvault::volume {
 /// - Names are told apart by case; creating a name that differs from an existing one only by case fails
 ///   with EEXIST, so that no file is ever overwritten through another spelling.
 /// - Written bytes wait in a bounded write-behind until flush or fsync, which report their fate.
-/// - A lost write poisons its file, see LostWrites.
+/// - A lost write poisons its file, see LostWrites. So does the end of a daemon in the midst of overwriting,
+/// see
+///   UnfinishedFiles.
+/// - A file whose modification time is LostWrites::oldTime keeps it while it is written, until another one is
+/// set:
+///   whoever marks a file so before overwriting it need not fear that a part is taken for the whole.
 /// - What is remembered may be old by a few seconds. Syncing a file that is open for reading only, or a
 ///   directory, makes what is remembered of it and of all below it true again.
 /// - A file or directory that is no longer where the kernel knew it gives ESTALE, upon which the kernel looks
@@ -41,7 +47,7 @@ public:
         std::function<void()> leave;
     };
 
-    explicit Volume(SmbWorker& worker) : worker_(worker) {}
+    Volume(SmbWorker& worker, UnfinishedFiles& unfinished);
     /// Before the first request.
     void setHooks(Hooks hooks) { hooks_ = std::move(hooks); }
 
@@ -126,7 +132,7 @@ private:
     void rememberMode(const std::string& path, mode_t mode);
     struct stat toStat(const Node& node, const Entry& entry);
     void answerEntry(const RequestPtr& request, const std::string& path, const Entry& entry);
-    bool isPoisoned(const Node& node, const HandlePtr& through);
+    void refusePoisoned(const Node& node, const HandlePtr& through);
     void setSize(SmbShare& share, const NodePtr& node, const HandlePtr& through, std::uint64_t size);
     void setTimes(SmbShare& share, const NodePtr& node, const struct stat& wanted, int changed);
 
@@ -148,6 +154,7 @@ private:
         return handle.file && handle.generation == worker_.generation();
     }
     SmbShare::File createFile(SmbShare& share, const std::string& path, int flags);
+    void noteChange(Node& node);
     void queueDrain(const HandlePtr& handle);
     void drain(SmbShare& share, const HandlePtr& handle);
     void drainNode(SmbShare& share, const NodePtr& node);
@@ -158,6 +165,8 @@ private:
     void prepareForWriting(SmbShare& share, const std::string& path);
 
     SmbWorker& worker_;
+    /// SMB thread only.
+    UnfinishedFiles& unfinished_;
     Hooks hooks_;
 
     std::mutex mutex_;

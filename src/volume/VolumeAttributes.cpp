@@ -159,7 +159,7 @@ struct stat Volume::toStat(const Node& node, const Entry& entry) {
     status.st_size = static_cast<off_t>(entry.size);
     status.st_blksize = preferredSize;
     status.st_blocks = static_cast<blkcnt_t>((entry.size + 511) / 512);
-    status.st_mtim = entry.modified;
+    status.st_mtim = lost_.error(node.path) && !node.gone ? LostWrites::oldTime : entry.modified;
     status.st_atim = entry.accessed;
     status.st_ctim = entry.changed;
     return status;
@@ -240,8 +240,8 @@ void Volume::setAttributes(const RequestPtr& request, std::uint64_t number, cons
         fail(EPERM);
     const HandlePtr through = file ? handleOf(file) : nullptr;
     const bool changesContent = changed & (FUSE_SET_ATTR_SIZE | timeChanges);
-    if (changesContent && isPoisoned(*node, through))
-        fail(EIO);
+    if (changesContent)
+        refusePoisoned(*node, through);
     if (changed & FUSE_SET_ATTR_MODE)
         rememberMode(node->path, wanted.st_mode);
     lock.unlock();
@@ -258,9 +258,14 @@ void Volume::setAttributes(const RequestPtr& request, std::uint64_t number, cons
     });
 }
 
-/// Whether bytes of the file were lost, or its handle dates from before an outage. Lock held.
-bool Volume::isPoisoned(const Node& node, const HandlePtr& through) {
-    return lost_.contains(node.path) || (through && (through->lostError || !isLive(*through)));
+/// Throws why bytes of the file were lost, or EIO when its handle dates from before an outage. Lock held.
+void Volume::refusePoisoned(const Node& node, const HandlePtr& through) {
+    if (const int error = lost_.error(node.path))
+        fail(error);
+    if (through && through->lostError)
+        fail(through->lostError);
+    if (through && !isLive(*through))
+        fail(EIO);
 }
 
 void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& through, std::uint64_t size) {
@@ -270,8 +275,7 @@ void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& thro
     HandlePtr writer = through;
     {
         const Lock lock(mutex_);
-        if (isPoisoned(*node, through))
-            fail(EIO);
+        refusePoisoned(*node, through);
         const auto writers = node->liveWriters();
         if (!writer && !writers.empty())
             writer = writers.front();
@@ -284,12 +288,14 @@ void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& thro
     share.truncate(file, size);
     if (!writer)
         share.close(file);
+    if (!writer && isMarkedUnfinished(entry.modified))
+        share.setTimes(path, entry.accessed, entry.modified);
     entry.size = size;
-    entry.modified = entry.changed = now();
     const Lock lock(mutex_);
     node->entry = entry;
-    node->hasExplicitTimes = false;
-    cache_.update(path, entry);
+    node->sizeOnServer = size;
+    noteChange(*node);
+    cache_.update(path, node->entry);
 }
 
 void Volume::setTimes(SmbShare& share, const NodePtr& node, const struct stat& wanted, int changed) {
@@ -298,8 +304,7 @@ void Volume::setTimes(SmbShare& share, const NodePtr& node, const struct stat& w
     Entry entry = fetchEntry(share, *node);
     {
         const Lock lock(mutex_);
-        if (isPoisoned(*node, nullptr))
-            fail(EIO);
+        refusePoisoned(*node, nullptr);
     }
     if (changed & FUSE_SET_ATTR_ATIME_NOW)
         entry.accessed = now();

@@ -42,10 +42,15 @@ std::uint64_t Volume::addHandle(const SmbShare& share, const NodePtr& node, SmbS
     if (handle->writable) {
         if (!isBeingWritten(*node)) {
             node->entry = std::move(entry);
+            node->sizeOnServer = node->entry.size;
+            node->hasExplicitTimes = isMarkedUnfinished(node->entry.modified);
+        }
+        if (flags & O_TRUNC) {
+            node->entry.size = node->sizeOnServer = 0;
+            // Nothing is left of what was unfinished.
+            node->entry.modified = now();
             node->hasExplicitTimes = false;
         }
-        if (flags & O_TRUNC)
-            node->entry.size = 0;
         std::erase_if(node->writers, [](const auto& writer) { return writer.expired(); });
         node->writers.push_back(handle);
     }
@@ -143,7 +148,7 @@ void Volume::prepareForWriting(SmbShare& share, const std::string& path) {
     ageLostFiles(share);
     const Lock lock(mutex_);
     if (lost_.mustBeAged(path))
-        fail(EIO);
+        fail(lost_.error(path));
 }
 
 void Volume::read(const RequestPtr& request, std::uint64_t file, std::size_t size, std::uint64_t offset) {
@@ -166,11 +171,10 @@ void Volume::write(const RequestPtr& request, std::uint64_t file, const char* by
     if (!handle->lostError && !isLive(*handle))
         loseWrites(node, EIO);
     if (handle->lostError)
-        fail(std::exchange(handle->lostError, EIO));
+        fail(handle->lostError);
     handle->unconfirmed = true;
-    node.hasExplicitTimes = false;
     node.entry.size = std::max(node.entry.size, offset + size);
-    node.entry.modified = node.entry.changed = now();
+    noteChange(node);
     if (handle->stalled.empty() && handle->pending.hasRoomFor(size)) {
         handle->pending.append(offset, bytes, size);
         request->written(size);
@@ -178,6 +182,15 @@ void Volume::write(const RequestPtr& request, std::uint64_t file, const char* by
         handle->stalled.push_back({request, offset, {bytes, bytes + size}});
     }
     queueDrain(handle);
+}
+
+/// The present time, but for a file that is marked. Lock held.
+void Volume::noteChange(Node& node) {
+    node.entry.changed = now();
+    if (isMarkedUnfinished(node.entry.modified))
+        return;
+    node.entry.modified = node.entry.changed;
+    node.hasExplicitTimes = false;
 }
 
 /// Lock held.
@@ -211,18 +224,21 @@ void Volume::drain(SmbShare& share, const HandlePtr& handle) {
             fail(EIO);
         const auto chunk = handle->pending.takeChunk();
         const auto file = handle->file;
+        auto& node = *handle->node;
+        const auto overwritten =
+            chunk.offset < node.sizeOnServer && !node.gone ? std::optional(node.path) : std::nullopt;
         lock.unlock();
         try {
+            if (overwritten)
+                unfinished_.add(*overwritten);
             share.write(file, chunk.offset, chunk.bytes.data(), chunk.bytes.size());
         } catch (const std::system_error& error) {
             lock.lock();
-            if (!handle->lostError) {
-                loseWrites(*handle->node, EIO);
-                handle->lostError = error.code().value();
-            }
+            loseWrites(node, error.code().value());
             throw;
         }
         lock.lock();
+        node.sizeOnServer = std::max(node.sizeOnServer, chunk.offset + chunk.bytes.size());
         if (handle->lostError)
             break;
         handle->pending.confirm(chunk.bytes.size());
@@ -251,7 +267,7 @@ void Volume::flush(const RequestPtr& request, std::uint64_t file) {
     if (handle->unconfirmed && !handle->lostError && !isLive(*handle))
         loseWrites(*handle->node, EIO);
     if (handle->lostError)
-        fail(std::exchange(handle->lostError, EIO));
+        fail(handle->lostError);
     if (!handle->unconfirmed) {
         lock.unlock();
         request->done();
@@ -311,12 +327,22 @@ void Volume::closeHandle(SmbShare& share, const HandlePtr& handle) {
     if (!handle->writable || handle->lostError || node.gone)
         return;
     cache_.update(node.path, node.entry);
-    if (!node.hasExplicitTimes || node.liveWriters().size() > 1)
+    if (node.liveWriters().size() > 1)
         return;
     const auto path = node.path;
     const auto entry = node.entry;
+    const bool setsTimes = node.hasExplicitTimes;
     lock.unlock();
-    share.setTimes(path, entry.accessed, entry.modified);
+    try {
+        if (setsTimes)
+            share.setTimes(path, entry.accessed, entry.modified);
+    } catch (const std::system_error& error) {
+        lock.lock();
+        if (isMarkedUnfinished(entry.modified))
+            loseWrites(node, error.code().value());
+        throw;
+    }
+    unfinished_.remove(path);
 }
 
 /// All that a write to the file was lost means for its handles; `error` is what they report. Lock held.
@@ -330,10 +356,16 @@ void Volume::loseWrites(Node& node, int error) {
     }
     if (node.gone)
         return;
-    lost_.add(node.path);
+    lost_.add(node.path, error);
     cache_.invalidateParent(node.path);
     hooks_.dropAttributes(node.number);
     worker_.submit([this](SmbShare& share) { ageLostFiles(share); });
+}
+
+/// The files that an earlier daemon left unfinished. What the kernel is told of their times is old at once.
+Volume::Volume(SmbWorker& worker, UnfinishedFiles& unfinished) : worker_(worker), unfinished_(unfinished) {
+    for (const auto& path : unfinished.paths())
+        lost_.add(path, EIO);
 }
 
 /// Closes first: a later close would set the present time again.
@@ -360,6 +392,8 @@ void Volume::ageLostFiles(SmbShare& share) {
         } catch (const std::system_error& failure) {
             error = failure.code().value();
         }
+        if (error == 0 || error == ENOENT)
+            unfinished_.remove(path);
         lock.lock();
         if (error == 0)
             lost_.markAged(path);
@@ -373,7 +407,8 @@ void Volume::connectionLost() {
     const Lock lock(mutex_);
     nodes_.forEach([this](Node& node) {
         for (const auto& writer : node.liveWriters()) {
-            if (writer->unconfirmed && !writer->lostError) {
+            const bool mayMissBytes = writer->unconfirmed || isMarkedUnfinished(node.entry.modified);
+            if (mayMissBytes && !writer->lostError) {
                 loseWrites(node, EIO);
                 break;
             }

@@ -18,6 +18,14 @@ protected:
             arguments << path(item);
         return cli(arguments);
     }
+    /// How many lines of the transfer log hold the text.
+    int loggedLines(const std::string& text) const {
+        std::istringstream lines(log());
+        int count = 0;
+        for (std::string line; std::getline(lines, line);)
+            count += line.find(text) != line.npos ? 1 : 0;
+        return count;
+    }
     /// All of the source, compared on the server.
     void expectCopied(const char* name) const {
         const Outcome outcome = copy({source / name});
@@ -83,7 +91,10 @@ TEST_F(AwkwardItems, WhatCannotBeCopiedIsNamedAndTheRestArrives) {
 
 TEST_F(AwkwardItems, AFullAndAReadOnlyDestinationAreErrors) {
     writeFile(source / "item", std::string(20'000'000, 'x'));
-    for (const QString& share : {u"SMALL"_s, u"READONLY"_s}) {
+    const std::pair<QString, const char*> cases[] = {{u"SMALL"_s, "No space left on device"},
+                                                     {u"READONLY"_s, "Could not create item"}};
+    for (const auto& [share, reason] : cases) {
+        fs::remove(home / ".local/share/Tern Vault/transfer.log");
         ASSERT_EQ(cli({u"eject"_s}).status, 0);
         ASSERT_EQ(cli({u"set"_s, u"selectedShare"_s, share}).status, 0);
         ASSERT_EQ(cli({u"mount"_s}).status, 0);
@@ -91,6 +102,8 @@ TEST_F(AwkwardItems, AFullAndAReadOnlyDestinationAreErrors) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_NE(outcome.errors.find("item: "), std::string::npos) << outcome.errors;
         EXPECT_EQ(log().find("OK item"), std::string::npos);
+        EXPECT_EQ(loggedLines("FAIL attempt"), 4) << log();
+        EXPECT_EQ(loggedLines(reason), 5) << "attempts and the final error\n" << log();
     }
     EXPECT_TRUE(fs::is_empty(pc() / "readonly"));
 }

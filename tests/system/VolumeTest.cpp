@@ -4,6 +4,7 @@
 #include "support/RealPC.h"
 
 #include <cerrno>
+#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -14,6 +15,8 @@
 namespace ternvault::test {
 
 constexpr std::time_t tooOldForAnyFile = 50'000'000;
+/// volume/LostWrites.h
+constexpr std::time_t unfinishedTime = 34'567'890;
 
 class Volume : public RealPC {
 protected:
@@ -38,6 +41,10 @@ protected:
         struct stat status {};
         return ::stat(file.c_str(), &status) == 0 ? status.st_mtime : -1;
     }
+    static void setModified(const fs::path& file, std::time_t time) {
+        const timespec times[] = {{time, 0}, {time, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+    }
     static int errorOf(long result) { return result < 0 ? errno : 0; }
 
     const fs::path state = home / "state";
@@ -56,24 +63,81 @@ TEST_F(Volume, ALostWritePoisonsItsFileUntilItIsWrittenAnew) {
     server("pause");
     ASSERT_EQ(::write(file, bytes.data(), 1'000'000), 1'000'000);
     server("kill");
-    EXPECT_NE(::fsync(file), 0);
+    const int reason = errorOf(::fsync(file));
+    EXPECT_NE(reason, 0);
     server("start");
     ASSERT_TRUE(eventually([] { return modified(served("item")) < tooOldForAnyFile; }, 10s));
 
     const timespec times[] = {{modified(source / "item"), 0}, {modified(source / "item"), 0}};
     for (const int handle : {file, other}) {
-        EXPECT_EQ(errorOf(::write(handle, bytes.data(), 10)), EIO);
-        EXPECT_EQ(errorOf(::futimens(handle, times)), EIO);
-        EXPECT_EQ(errorOf(::fsync(handle)), EIO);
-        EXPECT_EQ(errorOf(::close(handle)), EIO);
+        EXPECT_EQ(errorOf(::write(handle, bytes.data(), 10)), reason);
+        EXPECT_EQ(errorOf(::futimens(handle, times)), reason);
+        EXPECT_EQ(errorOf(::fsync(handle)), reason);
+        EXPECT_EQ(errorOf(::close(handle)), reason);
     }
-    EXPECT_EQ(errorOf(::utimensat(AT_FDCWD, (volume() / "item").c_str(), times, 0)), EIO);
+    EXPECT_EQ(errorOf(::utimensat(AT_FDCWD, (volume() / "item").c_str(), times, 0)), reason);
     EXPECT_LT(modified(served("item")), tooOldForAnyFile);
     EXPECT_LT(modified(volume() / "item"), tooOldForAnyFile);
     EXPECT_EQ(fs::file_size(served("item")), bytes.size());
     EXPECT_NE(rsync(source / "item", volume() / "item"), "");
     EXPECT_EQ(readFile(served("item")), bytes);
     EXPECT_EQ(rsync(source / "item", volume() / "item"), "");
+}
+
+/// Each time the source gets the very second that the server gave to what was cut short.
+TEST_F(Volume, WhatIsCutShortInTheMidstOfAnOverwriteIsNeverTakenForComplete) {
+    const std::string old(3'000'000, 'o'), fresh(3'000'000, 'n');
+    const auto cutShort = [&](const char* what, bool isMarked, const std::function<void(int file)>& fault) {
+        SCOPED_TRACE(what);
+        ASSERT_EQ(mount().exitStatus, 0);
+        writeFile(volume() / "item", old);
+        if (isMarked)
+            setModified(volume() / "item", unfinishedTime);
+        const int file = ::open((volume() / "item").c_str(), O_WRONLY);
+        ASSERT_GT(::pwrite(file, fresh.data(), fresh.size() / 2, 0), 0);
+        ASSERT_TRUE(
+            eventually([&] { return readFile(served("item")).starts_with(fresh.substr(0, 1'000'000)); }, 5s));
+        fault(file);
+        writeFile(source / "item", fresh);
+        if (const auto stamp = modified(served("item")); stamp != unfinishedTime)
+            setModified(source / "item", stamp);
+        ASSERT_EQ(mount().exitStatus, 0);
+        EXPECT_NE(rsync(source / "item", volume() / "item"), "");
+        EXPECT_TRUE(readFile(served("item")) == fresh);
+        EXPECT_EQ(rsync(source / "item", volume() / "item"), "");
+        EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 0);
+    };
+    const auto killed = [&](bool keepers) {
+        return [&, keepers](int file) {
+            for (const pid_t process : volumeProcesses(keepers))
+                ::kill(process, SIGKILL);
+            ::close(file);
+            ASSERT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, 5s) || !keepers);
+            ASSERT_TRUE(eventually([] { return modified(served("item")) > tooOldForAnyFile; }, 5s));
+        };
+    };
+    cutShort("daemon", false, killed(false));
+    cutShort("daemon and keeper", false, killed(true));
+    cutShort("both, of a marked file", true, killed(true));
+    // What a copy program that is killed leaves to its volume: a file that was closed in good order.
+    cutShort("who writes", true, [](int file) {
+        ::close(file);
+        EXPECT_TRUE(eventually([] { return modified(served("item")) == unfinishedTime; }, 5s));
+    });
+}
+
+TEST_F(Volume, ALossKeepsItsReason) {
+    ASSERT_EQ(::mount("small", served().c_str(), "tmpfs", 0, "size=4m,mode=1777"), 0);
+    ASSERT_EQ(mount().exitStatus, 0);
+    const std::string bytes(9'000'000, 'x');
+    const int file = ::open((volume() / "item").c_str(), O_WRONLY | O_CREAT, 0644);
+    (void)!::write(file, bytes.data(), bytes.size());
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(errorOf(::fsync(file)), ENOSPC);
+    EXPECT_EQ(errorOf(::write(file, "x", 1)), ENOSPC);
+    EXPECT_EQ(errorOf(::close(file)), ENOSPC);
+    EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 0);
+    EXPECT_EQ(::umount2(served().c_str(), MNT_DETACH), 0);
 }
 
 TEST_F(Volume, RsyncSendsNothingTwice) {

@@ -1,13 +1,17 @@
+#include "support/TemporaryFolder.h"
 #include "volume/DirectoryCache.h"
 #include "volume/LostWrites.h"
 #include "volume/MountUrl.h"
 #include "volume/NameMapping.h"
 #include "volume/SymlinkFile.h"
+#include "volume/UnfinishedFiles.h"
 #include "volume/WriteBehind.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
 
 namespace ternvault::volume {
 
@@ -66,17 +70,42 @@ TEST(DirectoryCache, KnowsForAWhileAndFollowsChanges) {
 
 TEST(LostWrites, FollowTheirFiles) {
     LostWrites lost;
-    lost.add("dir/file");
-    lost.add("dir-2/file");
+    lost.add("dir/file", ENOSPC);
+    lost.add("dir/file", EIO);
+    lost.add("dir-2/file", EIO);
     lost.markAged("dir-2/file");
     EXPECT_EQ(lost.pathsToAge(), std::vector<std::string>{"dir/file"});
     lost.move("dir", "moved");
-    EXPECT_FALSE(lost.contains("dir/file"));
+    EXPECT_EQ(lost.error("dir/file"), 0);
+    EXPECT_EQ(lost.error("moved/file"), ENOSPC) << "the first reason counts";
     EXPECT_TRUE(lost.mustBeAged("moved/file"));
-    EXPECT_TRUE(lost.contains("dir-2/file"));
+    EXPECT_EQ(lost.error("dir-2/file"), EIO);
     EXPECT_FALSE(lost.mustBeAged("dir-2/file"));
     lost.remove("moved");
-    EXPECT_FALSE(lost.contains("moved/file"));
+    EXPECT_EQ(lost.error("moved/file"), 0);
+}
+
+TEST(UnfinishedFiles, SurviveTheirDaemon) {
+    const test::TemporaryFolder folder;
+    const auto file = folder / "list";
+    const auto whatIsLeft = [&] { return UnfinishedFiles(file).paths(); };
+    {
+        UnfinishedFiles files(file);
+        for (const char* path : {"a", "dir/x", "dir/y", "dir-2/z"})
+            files.add(path);
+        files.addRenamed("dir", "new");
+        files.remove("dir");
+        EXPECT_THROW(UnfinishedFiles second(file), std::system_error) << "one daemon at a time";
+    }
+    const std::set<std::string> left{"a", "dir-2/z", "new/x", "new/y"};
+    EXPECT_EQ(whatIsLeft(), left);
+    std::ofstream(file, std::ios::app) << "-a";
+    UnfinishedFiles(file).add("b");
+    EXPECT_TRUE(whatIsLeft().contains("a")) << "a record without its end says nothing";
+    EXPECT_TRUE(whatIsLeft().contains("b"));
+    for (const auto& path : whatIsLeft())
+        UnfinishedFiles(file).remove(path);
+    EXPECT_TRUE(std::filesystem::is_empty(file));
 }
 
 TEST(WriteBehind, IsBoundedAndJoinsWhatContinues) {

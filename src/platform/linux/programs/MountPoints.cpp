@@ -64,7 +64,7 @@ std::string keyOf(const fs::path& mountPoint) {
 }
 
 fs::path recordFile(const fs::path& state, const fs::path& mountPoint) {
-    return state / (keyOf(mountPoint) + recordSuffix);
+    return mountStateFile(state, mountPoint, recordSuffix);
 }
 
 void syncDirectory(const fs::path& directory) {
@@ -173,6 +173,10 @@ void ProcessIdentity::kill() const {
     ::close(process);
 }
 
+fs::path mountStateFile(const fs::path& state, const fs::path& mountPoint, const std::string& suffix) {
+    return state / (keyOf(mountPoint) + suffix);
+}
+
 void writeMountRecord(const fs::path& state, const MountRecord& record) {
     std::ostringstream text;
     text << bootId() << ' ' << record.keeper.pid << ' ' << record.keeper.startTime << ' ' << record.daemon.pid
@@ -192,7 +196,7 @@ std::optional<MountRecord> readMountRecord(const fs::path& state, const fs::path
 
 std::optional<MountLock> MountLock::acquire(const fs::path& state, const fs::path& mountPoint,
                                             std::chrono::milliseconds patience) {
-    const auto file = state / (keyOf(mountPoint) + ".lock");
+    const auto file = mountStateFile(state, mountPoint, ".lock");
     const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0)
         fail("open");

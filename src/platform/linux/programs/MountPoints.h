@@ -34,6 +34,10 @@ struct MountRecord {
     ProcessIdentity daemon;
 };
 
+/// The file `suffix` tells the kind of, in the state folder, about one mount point.
+std::filesystem::path mountStateFile(const std::filesystem::path& state,
+                                     const std::filesystem::path& mountPoint, const std::string& suffix);
+
 void writeMountRecord(const std::filesystem::path& state, const MountRecord& record);
 void removeMountRecord(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
 /// Nothing when there is no record, or a damaged one. One from before the last boot names no processes.
