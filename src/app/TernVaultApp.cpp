@@ -31,7 +31,8 @@ constexpr auto tapPatience = 500ms;
 const auto takesPastesOver = u"takesPastesOver"_s;
 
 QString desktopStateFile(const LinuxServices& services) {
-    const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
+    // Without a folder, a name that nobody can make a file of.
+    const std::filesystem::path folder = services.state().value_or("/dev/null") / "ternvault";
     return QString::fromStdString(folder / "desktop.ini");
 }
 
@@ -130,10 +131,18 @@ void TernVaultApp::onAppear() {
 
 /// What takes pastes over that are made elsewhere can wait until the window is on the screen.
 void TernVaultApp::onPainted() {
-    if (QApplication::windowIcon().isNull())
+    if (QApplication::windowIcon().isNull()) {
         QApplication::setWindowIcon(applicationIcon());
+        tellWhatIsForgotten();
+    }
     switchTap();
     pasteHook_.installRemotePasteTrigger();
+}
+
+void TernVaultApp::tellWhatIsForgotten() {
+    if (!desktopState_.isWritable())
+        notices_.show(u"%1 cannot be written: where windows are, and the like, will be forgotten."_s.arg(
+            desktopState_.fileName()));
 }
 
 /// The window manager hears of a window only after it was told to appear.

@@ -59,6 +59,7 @@ private:
     void connectCommands();
     void onAppear();
     void onPainted();
+    void tellWhatIsForgotten();
     void comeForwardOnceMapped();
     void switchTap();
     void onTapSwitched(bool isOn);

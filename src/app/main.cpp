@@ -58,6 +58,8 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
         const QVariantMap& startupTokens, const SecretServiceStore& secretService) {
     Notices notices;
     LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
+    if (services.leftoversProblem())
+        notices.show(*services.leftoversProblem());
     int status = 0;
     {
         goOnWhenTerminalStops();
@@ -111,7 +113,7 @@ int main(int argc, char* argv[]) {
     }
     // While the toolkit starts; neither waits for the other. In vain where the application runs already.
     const SecretServiceStore secretService =
-        SecretServiceStore::preparedToFind({keychainService, keys::smbPassword});
+        LinuxServices::secretServicePreparedToFind({keychainService, keys::smbPassword});
     // Reading the configuration of the fonts takes a third as long as reaching the display.
     std::thread fonts([] { FcInit(); });
     QApplication application(argc, argv);

@@ -24,7 +24,7 @@ AppModel::AppModel(const Platform& platform)
                   [this] {
                       store(keys::autoConnect, *autoConnect);
                       if (didFinishInit_)
-                          launchAgent_.setEnabled(autoConnect && setupComplete);
+                          bringLoginEntryInLine([this] { return isLoginEntryWanted(); });
                   }),
       showDesktopIcon(*this, false,
                       [this] {
@@ -50,8 +50,16 @@ AppModel::AppModel(const Platform& platform)
         status = mountedStatusMessage(std::nullopt);
         applyDesktopIconVisibility(!showDesktopIcon);
     }
-    launchAgent_.setEnabled(setupComplete && autoConnect);
+    bringLoginEntryInLine([this] { return isLoginEntryWanted(); });
     startReconnectMonitor();
+}
+
+/// What the start writes back is no news: another process may have stored something newer meanwhile.
+void AppModel::store(QLatin1String key, const QVariant& value) {
+    if (didFinishInit_)
+        platform_.defaults.set(key, value);
+    else
+        platform_.defaults.writeBack(key, value);
 }
 
 QString AppModel::storedString(QLatin1String key, const QString& fallback) const {
@@ -60,7 +68,6 @@ QString AppModel::storedString(QLatin1String key, const QString& fallback) const
 
 /// Assigns through the change handlers, so that every key is written back even when it was absent.
 void AppModel::loadSettings() {
-    const UserDefaults& defaults = platform_.defaults;
     serverIP = storedString(keys::serverIP, {});
     agentPort = storedString(keys::agentPort, u"8743"_s);
     agentToken = storedString(keys::agentToken, {});
@@ -72,15 +79,27 @@ void AppModel::loadSettings() {
     if (!hasAgentToken() && !legacyToken.trimmed().isEmpty())
         agentToken = legacyToken;
 
-    setupComplete = defaults.boolean(keys::setupComplete).value_or(false) ||
-                    (!smbUser->isEmpty() && !smbPassword->isEmpty());
-    autoConnect = defaults.boolean(keys::autoConnect).value_or(false);
-    showDesktopIcon = defaults.boolean(keys::showDesktopIcon).value_or(false);
+    const bool wasComplete = isStoredOn(keys::setupComplete);
+    setupComplete = wasComplete || isAccountKnown();
+    autoConnect = isStoredOn(keys::autoConnect);
+    showDesktopIcon = isStoredOn(keys::showDesktopIcon);
     legalAccepted = isCurrentLegalVersionAccepted();
 
     store(keys::setupComplete, *setupComplete);
+    if (setupComplete && !wasComplete)
+        takeBackUnlessAccountStays();
     store(keys::autoConnect, *autoConnect);
     store(keys::showDesktopIcon, *showDesktopIcon);
+}
+
+/// Another process may be in the midst of a reset: the setup is incomplete by then, and the password goes
+/// next.
+void AppModel::takeBackUnlessAccountStays() {
+    loadPassword();
+    if (isAccountKnown())
+        return;
+    setupComplete = false;
+    store(keys::setupComplete, false);
 }
 
 /// The first place that knows a password wins; it ends up in the keychain and nowhere else.
@@ -113,6 +132,20 @@ void AppModel::forwardTransferChanges() {
                 model->objectWillChange.emit();
         });
     }));
+}
+
+bool AppModel::isLoginEntryWanted() const {
+    return isStoredOn(keys::setupComplete) && isStoredOn(keys::autoConnect);
+}
+
+/// Other processes change settings and entry, too. Each makes the entry what is stored then, and looks again
+/// after it did: so whoever acted on what is stored no more mends it, and nobody waits for anybody.
+void AppModel::bringLoginEntryInLine(const std::function<bool()>& isWanted) {
+    bool enabled = false;
+    do {
+        enabled = isWanted();
+        launchAgent_.setEnabled(enabled);
+    } while (isWanted() != enabled);
 }
 
 void AppModel::applyDesktopIconVisibility(bool restartFinder) {

@@ -19,6 +19,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -120,8 +121,13 @@ private:
     void loadSettings();
     void loadPassword();
     void forwardTransferChanges();
-    void store(QLatin1String key, const QVariant& value) { platform_.defaults.set(key, value); }
+    void takeBackUnlessAccountStays();
+    bool isAccountKnown() const { return !smbUser->isEmpty() && !smbPassword->isEmpty(); }
+    void store(QLatin1String key, const QVariant& value);
     QString storedString(QLatin1String key, const QString& fallback) const;
+    bool isStoredOn(QLatin1String key) const { return platform_.defaults.boolean(key).value_or(false); }
+    void bringLoginEntryInLine(const std::function<bool()>& isWanted);
+    bool isLoginEntryWanted() const;
 
     HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method) const;
     std::optional<HttpRequest> disksRequest();

@@ -1,5 +1,6 @@
 #include "async/Await.h"
 #include "model/AppModel.h"
+#include "model/SettingsKeys.h"
 
 #include <array>
 
@@ -105,8 +106,9 @@ Task<> AppModel::mountSelected(bool markSetup) {
 void AppModel::finishMount(const QString& newStatus, bool markSetup) {
     applyDesktopIconVisibility(!showDesktopIcon);
     status = newStatus;
-    if (markSetup && autoConnect)
-        launchAgent_.setEnabled(true);
+    const auto isConnecting = [this] { return isStoredOn(keys::autoConnect); };
+    if (markSetup && isConnecting())
+        bringLoginEntryInLine(isConnecting);
 }
 
 Task<bool> AppModel::ensureMounted() {

@@ -115,7 +115,7 @@ Task<> AppModel::mountWithAccount(QString host, QString user, QString password) 
 
 void AppModel::finishSetupSuccess(const QString& share) {
     setupComplete = true;
-    launchAgent_.setEnabled(autoConnect);
+    bringLoginEntryInLine([this] { return isLoginEntryWanted(); });
     applyDesktopIconVisibility(!showDesktopIcon);
     setupError = std::nullopt;
     status = u"Mounted "_s + share +
@@ -128,10 +128,12 @@ void AppModel::resetSetup() {
     smbPassword.storeWithoutHandler(QString());
     keychain_.setPassword(QString(), keys::smbPassword);
     keychain_.deletePassword(keys::smbPassword, keychainService);
+    // Again: a process that started meanwhile still found an account, and took the setup for complete.
+    store(keys::setupComplete, *setupComplete);
     status = u"Setup reset — Create or Login to continue"_s;
     setupError = std::nullopt;
     authMode = AuthMode::login;
-    launchAgent_.setEnabled(false);
+    bringLoginEntryInLine([this] { return isLoginEntryWanted(); });
 }
 
 } // namespace ternvault

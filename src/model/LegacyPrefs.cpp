@@ -28,7 +28,7 @@ void migratePrefsIfNeeded(UserDefaults& defaults) {
         const QString currentKey = u"ternvault."_s + field;
         const std::optional<QVariant> current = defaults.object(currentKey);
         if (!current || isBlankString(*current))
-            defaults.set(currentKey, *legacy);
+            defaults.writeBack(currentKey, *legacy);
     }
     defaults.set(keys::migratedFromMossBox, true);
 }

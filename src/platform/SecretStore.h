@@ -8,7 +8,8 @@
 namespace ternvault {
 
 /// Secrets of the user, one per (service, account). Never shows a prompt that the caller would wait for.
-/// Any thread.
+/// The first change of an item after this process has read it is made only while the item still is what was
+/// read: what another process has stored meanwhile is newer, and stays. Any thread.
 class SecretStore {
 public:
     virtual ~SecretStore() = default;

@@ -18,6 +18,9 @@ public:
     /// Written through at once. A failure is reported to the log and the value is kept for this process.
     virtual void set(const QString& key, const QVariant& value) = 0;
     virtual void remove(const QString& key) = 0;
+    /// As `set`, but only while the key still holds what `object` told of it last, or what this process
+    /// stored since: what another process has stored meanwhile is newer, and stays.
+    virtual void writeBack(const QString& key, const QVariant& value) = 0;
 
     /// A stored string as it is, a stored number as its text; anything else counts as absent.
     std::optional<QString> string(const QString& key) const;

@@ -101,13 +101,26 @@ private:
 
 class FakeDefaults : public UserDefaults {
 public:
-    std::optional<QVariant> object(const QString& key) const override {
-        return values.contains(key) ? std::optional(values.at(key)) : std::nullopt;
-    }
-    void set(const QString& key, const QVariant& value) override { values[key] = value; }
+    std::optional<QVariant> object(const QString& key) const override { return known_[key] = stored(key); }
+    void set(const QString& key, const QVariant& value) override { known_[key] = values[key] = value; }
     void remove(const QString& key) override { values.erase(key); }
+    void writeBack(const QString& key, const QVariant& value) override {
+        if (onWriteBack)
+            onWriteBack(key);
+        if (known_[key] == stored(key))
+            set(key, value);
+    }
 
     std::map<QString, QVariant> values;
+    /// What another process does between a read and the writing back of what was read.
+    std::function<void(const QString& key)> onWriteBack;
+
+private:
+    std::optional<QVariant> stored(const QString& key) const {
+        return values.contains(key) ? std::optional(values.at(key)) : std::nullopt;
+    }
+
+    mutable std::map<QString, std::optional<QVariant>> known_;
 };
 
 class FakeSecrets : public SecretStore {

@@ -65,6 +65,33 @@ TEST_F(ModelStart, TheFirstPlaceThatKnowsAPasswordWinsAndItEndsInTheKeychainOnly
     }
 }
 
+TEST_F(ModelStart, WhatAnotherProcessStoresMeanwhileStays) {
+    fake.defaults.values = {{u"mossbox.serverIP"_s, u"legacy"_s}, {u"ternvault.smbUser"_s, u"anna"_s}};
+    const std::map<QString, QVariant> newer = {{u"ternvault.serverIP"_s, u"10.0.0.9"_s},
+                                               {u"ternvault.selectedShare"_s, u"Films"_s},
+                                               {u"ternvault.autoConnect"_s, true}};
+    for (const auto& [key, value] : newer) {
+        // At the last moment: it has been read, and is about to be written back.
+        fake.defaults.onWriteBack = [&](const QString& written) {
+            if (written == key)
+                fake.defaults.values[key] = value;
+        };
+        start();
+        EXPECT_EQ(fake.defaults.values[key], value) << key.toStdString();
+    }
+}
+
+TEST_F(ModelStart, TakesNoAccountForSetUpThatIsJustBeingReset) {
+    fake.defaults.values = {{u"ternvault.smbUser"_s, u"anna"_s}};
+    fake.secrets.items = {{currentItem, "secret"}};
+    fake.defaults.onWriteBack = [&](const QString& written) {
+        if (written.endsWith("setupComplete"_L1))
+            fake.secrets.items.clear();
+    };
+    EXPECT_FALSE(start().setupComplete);
+    EXPECT_EQ(fake.defaults.values[u"ternvault.setupComplete"_s], QVariant(false));
+}
+
 TEST_F(ModelMount, MountsTheChosenShareWithTheSavedAccount) {
     letMountsSucceed();
     AppModel& model = startWithAccount();

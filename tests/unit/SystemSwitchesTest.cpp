@@ -153,6 +153,26 @@ TEST_F(SystemSwitches, EveryCallerBringsTheLoginEntryInLine) {
     }
 }
 
+TEST_F(SystemSwitches, TheLoginEntryFollowsWhatIsStoredWhenItIsMade) {
+    auto& values = fake.defaults.values;
+    for (const bool connects : {true, false}) {
+        values = {{u"ternvault.setupComplete"_s, true}, {u"ternvault.autoConnect"_s, !connects}};
+        // Another process, while the first program for the entry runs.
+        fake.processes.respond = [&](const QStringList& call) {
+            if (call[0] == u"/bin/launchctl"_s)
+                values[u"ternvault.autoConnect"_s] = connects;
+            return ProcessResult{};
+        };
+        start();
+        EXPECT_EQ(fake.files.entries.contains(agentFile.toStdString()), connects);
+        AppModel& model = start();
+        values[u"ternvault.setupComplete"_s] = false;
+        model.autoConnect = true;
+        EXPECT_FALSE(fake.files.entries.contains(agentFile.toStdString()))
+            << "another process has reset the setup";
+    }
+}
+
 TEST_F(SystemSwitches, WithoutAHomeTheLoginEntryIsUnloadedAndNothingWritten) {
     fake.locations.homeFolder = std::nullopt;
     fake.defaults.values = {{u"ternvault.setupComplete"_s, true}, {u"ternvault.autoConnect"_s, true}};

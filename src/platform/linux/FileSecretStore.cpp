@@ -4,6 +4,9 @@ namespace ternvault {
 
 namespace {
 
+/// Whoever changes something may wait for the service to miss its deadline.
+constexpr std::chrono::milliseconds lockPatience(2000);
+
 /// A removal is kept as the Boolean false.
 QVariant toStored(const FileSecretStore::Entry& entry) {
     return entry ? QVariant(*entry) : QVariant(false);
@@ -14,6 +17,16 @@ FileSecretStore::Entry fromStored(const QVariant& stored) {
 }
 
 } // namespace
+
+std::optional<FileLock> FileSecretStore::lockChanges(std::error_code& error) const {
+    if (path_.empty()) {
+        error = std::make_error_code(std::errc::no_such_file_or_directory);
+        return std::nullopt;
+    }
+    std::filesystem::create_directories(path_.parent_path(), error);
+    // Not the file's own lock, which the file takes for each of its changes.
+    return FileLock::acquire(path_.native() + ".changes", lockPatience, error);
+}
 
 std::vector<std::pair<SecretKey, FileSecretStore::Entry>> FileSecretStore::entries() {
     std::vector<std::pair<SecretKey, Entry>> all;
@@ -42,8 +55,8 @@ bool FileSecretStore::put(const SecretKey& key, const Entry& entry) {
     });
 }
 
-void FileSecretStore::forget(const SecretKey& key, const Entry& entry) {
-    file_.update([&](QVariantMap& services) {
+bool FileSecretStore::forget(const SecretKey& key, const Entry& entry) {
+    return file_.update([&](QVariantMap& services) {
         QVariantMap accounts = services.value(key.service).toMap();
         if (!accounts.contains(key.account) || fromStored(accounts.value(key.account)) != entry)
             return;

@@ -16,7 +16,11 @@ public:
     using Entry = std::optional<QByteArray>;
 
     FileSecretStore(const std::filesystem::path& file, PropertyListFile::Report report)
-        : file_(file, std::move(report)) {}
+        : path_(file), file_(file, std::move(report)) {}
+
+    /// Keeps other processes from changing secrets here and in the service meanwhile, as far as they ask for
+    /// the same. Waits for two seconds at most; the error then is std::errc::timed_out.
+    std::optional<FileLock> lockChanges(std::error_code& error) const;
 
     std::vector<std::pair<SecretKey, Entry>> entries();
     /// Nothing when the file says nothing about the secret.
@@ -24,10 +28,11 @@ public:
     /// False when it could not be stored.
     bool put(const SecretKey& key, const Entry& entry);
     /// From now on the file says nothing about the secret, unless another process has put a different entry
-    /// there.
-    void forget(const SecretKey& key, const Entry& entry);
+    /// there. False when that could not be stored.
+    bool forget(const SecretKey& key, const Entry& entry);
 
 private:
+    std::filesystem::path path_;
     PropertyListFile file_;
 };
 

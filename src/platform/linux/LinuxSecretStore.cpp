@@ -7,36 +7,48 @@ namespace ternvault {
 std::optional<QByteArray> LinuxSecretStore::find(const QString& service, const QString& account) {
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
-    moveIntoServiceOnce();
-    answers_.erase(key);
-    if (const auto entry = file_.find(key))
-        return *entry;
-    const SecretAnswer answer = serviceReached_ ? service_.find(key) : SecretAnswer{};
-    if (answer.state == SecretAnswer::State::unavailable)
-        serviceReached_ = false;
-    answers_[key] = answer;
-    return answer.state == SecretAnswer::State::found ? std::optional(answer.secret) : std::nullopt;
+    std::error_code ignored;
+    if (!moved_ && !file_.entries().empty()) {
+        if (const auto held = file_.lockChanges(ignored))
+            moveIntoServiceOnce();
+    }
+    return told_[key] = look(key);
 }
 
 bool LinuxSecretStore::add(const QString& service, const QString& account, const QByteArray& secret) {
-    const std::lock_guard lock(mutex_);
-    const SecretKey key{service, account};
-    return isKnown(key, secret) || change(key, secret);
+    return change({service, account}, secret);
 }
 
 void LinuxSecretStore::remove(const QString& service, const QString& account) {
-    const std::lock_guard lock(mutex_);
-    const SecretKey key{service, account};
-    if (!isKnown(key, std::nullopt))
-        change(key, std::nullopt);
+    change({service, account}, std::nullopt);
 }
 
-bool LinuxSecretStore::isKnown(const SecretKey& key, const FileSecretStore::Entry& entry) {
-    const auto answer = answers_.extract(key);
-    if (answer.empty())
-        return false;
-    const bool wasFound = answer.mapped().state == SecretAnswer::State::found;
-    return entry ? wasFound && answer.mapped().secret == *entry : !wasFound;
+LinuxSecretStore::Entry LinuxSecretStore::look(const SecretKey& key) {
+    if (const auto entry = file_.find(key))
+        return *entry;
+    const SecretAnswer answer = serviceReached_ ? service_.find(key) : SecretAnswer{};
+    serviceReached_ = answer.state != SecretAnswer::State::unavailable;
+    return answer.state == SecretAnswer::State::found ? Entry(answer.secret) : std::nullopt;
+}
+
+bool LinuxSecretStore::change(const SecretKey& key, const Entry& entry) {
+    const std::lock_guard lock(mutex_);
+    const auto told = told_.extract(key);
+    if (!told.empty() && told.mapped() == entry)
+        return true;
+    std::error_code error;
+    const auto held = file_.lockChanges(error);
+    if (!told.empty() && told.mapped() != look(key))
+        return true;
+    if (error == std::errc::timed_out)
+        return file_.put(key, entry);
+    // Where the file cannot be locked, nobody can write it either, and the service serves alone.
+    moveIntoServiceOnce();
+    if (!applyToService(key, entry))
+        return file_.put(key, entry);
+    // Another process may have had to use the file meanwhile.
+    const auto older = file_.find(key);
+    return !older || file_.forget(key, *older);
 }
 
 void LinuxSecretStore::moveIntoServiceOnce() {
@@ -49,20 +61,10 @@ void LinuxSecretStore::moveIntoServiceOnce() {
     }
 }
 
-bool LinuxSecretStore::applyToService(const SecretKey& key, const FileSecretStore::Entry& entry) {
+bool LinuxSecretStore::applyToService(const SecretKey& key, const Entry& entry) {
     if (serviceReached_)
         serviceReached_ = entry ? service_.store(key, *entry) : service_.remove(key);
     return serviceReached_;
-}
-
-bool LinuxSecretStore::change(const SecretKey& key, const FileSecretStore::Entry& entry) {
-    moveIntoServiceOnce();
-    if (!applyToService(key, entry))
-        return file_.put(key, entry);
-    // Another process may have had to use the file meanwhile.
-    if (const auto older = file_.find(key))
-        file_.forget(key, *older);
-    return true;
 }
 
 } // namespace ternvault

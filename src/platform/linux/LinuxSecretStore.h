@@ -13,9 +13,10 @@ namespace ternvault {
 /// - Once the service was out of reach, the file serves for the rest of the process.
 /// - What the file says wins. Its entries move into the service at the first use in a process that
 ///   reaches one.
+/// - Processes change secrets one at a time. One that waits in vain uses the file, which wins.
 /// - The first change that follows a read says nothing new where it writes what was read back, or clears
-///   what was not found. It is dropped: it would cost time, and where no store could answer, the service,
-///   locked at login, may hold what seems to be missing.
+///   what was not found. It is dropped: another process may have stored something newer, and where no store
+///   could answer, the service, locked at login, may hold what seems to be missing.
 class LinuxSecretStore final : public SecretStore {
 public:
     LinuxSecretStore(SecretBackend& service, FileSecretStore& file) : service_(service), file_(file) {}
@@ -25,20 +26,24 @@ public:
     void remove(const QString& service, const QString& account) override;
 
 private:
-    void moveIntoServiceOnce();
-    bool isKnown(const SecretKey& key, const FileSecretStore::Entry& entry);
-    /// Applies an entry of the file to the service; false when the service is out of reach.
-    bool applyToService(const SecretKey& key, const FileSecretStore::Entry& entry);
+    using Entry = FileSecretStore::Entry;
+
+    /// What the file says, or else the service.
+    Entry look(const SecretKey& key);
     /// Stores or removes in the service, or else in the file.
-    bool change(const SecretKey& key, const FileSecretStore::Entry& entry);
+    bool change(const SecretKey& key, const Entry& entry);
+    /// While other processes are kept from changes.
+    void moveIntoServiceOnce();
+    /// Applies an entry of the file to the service; false when the service is out of reach.
+    bool applyToService(const SecretKey& key, const Entry& entry);
 
     std::mutex mutex_;
     SecretBackend& service_;
     FileSecretStore& file_;
     bool moved_ = false;
     bool serviceReached_ = true;
-    /// What the service said of a secret that has not been changed since it was read.
-    std::map<SecretKey, SecretAnswer> answers_;
+    /// What was told of a secret that this process has not changed since.
+    std::map<SecretKey, Entry> told_;
 };
 
 } // namespace ternvault

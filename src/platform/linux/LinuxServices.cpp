@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxServices.h"
 
+#include "platform/PropertyList.h"
+#include "platform/linux/DurableFile.h"
 #include "platform/linux/programs/CopyTool.h"
 #include "platform/linux/programs/DesktopPreference.h"
 #include "platform/linux/programs/DesktopRefresh.h"
@@ -34,19 +36,36 @@ fs::path volumesRoot() {
     return given.empty() ? "/Volumes" : given;
 }
 
-/// Where the system knows no folder of the user, nothing is stored but for this process's life.
+/// Empty where the system knows no folder of the user: nothing is stored but for this process's life then.
+fs::path fileIn(const std::optional<fs::path>& folder, const char* name) {
+    return folder ? *folder / name : fs::path();
+}
+
 fs::path settingsFile(const LinuxFileLocations& locations) {
-    return locations.configuration().value_or("/nonexistent") / "ternvault/space.larkspur.ternvault.plist";
+    return fileIn(locations.configuration(), "ternvault/space.larkspur.ternvault.plist");
 }
 
 fs::path secretFile(const LinuxFileLocations& locations) {
-    return locations.applicationSupport().value_or("/nonexistent") / "Tern Vault/secrets.plist";
+    return fileIn(locations.applicationSupport(), "Tern Vault/secrets.plist");
 }
 
 fs::path mountState(const LinuxFileLocations& locations) {
     if (const std::optional<fs::path> state = locations.state())
         return *state / "ternvault/mounts";
-    return fs::temp_directory_path() / ("ternvault-mounts-" + std::to_string(locations.userId()));
+    std::error_code error;
+    const fs::path temporary = fs::temp_directory_path(error);
+    return (error ? "/tmp" : temporary) / ("ternvault-mounts-" + std::to_string(locations.userId()));
+}
+
+/// What keeps leftovers of volumes where they are, for the user.
+std::optional<QString> reapingProblem(const fs::path& root, const fs::path& state) {
+    try {
+        reapLeftovers(root, state);
+    } catch (const std::system_error& error) {
+        return u"What ended volumes left behind cannot be cleared away, because %1 cannot be changed: %2"_s
+            .arg(QFile::decodeName(state.c_str()), QString::fromStdString(error.code().message()));
+    }
+    return std::nullopt;
 }
 
 LinuxFileManager::DeadVolumeTest deadVolumeTest(const fs::path& state) {
@@ -98,14 +117,20 @@ std::optional<QString> LinuxServices::environmentProblem() {
            QFile::decodeName(root.c_str());
 }
 
+SecretServiceStore LinuxServices::secretServicePreparedToFind(const SecretKey& key) {
+    QByteArray secrets;
+    readFile(secretFile(LinuxFileLocations(volumesRoot())), secrets);
+    const bool saysNothing = secrets.isEmpty() || secrets == writePropertyList(QVariantMap());
+    return saysNothing ? SecretServiceStore::preparedToFind(key) : SecretServiceStore();
+}
+
 LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& report,
                              const SecretServiceStore& secretService)
     : locations_(volumesRoot()), defaults_(settingsFile(locations_), report), secretService_(secretService),
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
-      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))) {
-    reapLeftovers(locations_.volumesRoot(), mountState(locations_));
-}
+      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))),
+      leftoversProblem_(reapingProblem(locations_.volumesRoot(), mountState(locations_))) {}
 
 Platform LinuxServices::platform(const UserInterface& userInterface) {
     return {mainLoop_,

@@ -39,6 +39,10 @@ public:
     /// What in the environment keeps the services from working, for the user. Ask before constructing them.
     static std::optional<QString> environmentProblem();
 
+    /// The service that the constructor takes, already looking for what will be asked for first. It is not
+    /// where the file of secrets says something, because what the service answers may be older.
+    static SecretServiceStore secretServicePreparedToFind(const SecretKey& key);
+
     /// `report` is told, on the main thread, of settings or secrets that cannot be kept. The volumes root is
     /// $TERNVAULT_VOLUMES_ROOT, or /Volumes.
     /// `secretService` may have begun before, while the toolkit started.
@@ -51,6 +55,9 @@ public:
     BackgroundTasks& background() { return background_; }
     /// Where this user's programs remember what is no setting; nothing when the system knows no place.
     std::optional<std::filesystem::path> state() const { return locations_.state(); }
+
+    /// Why leftovers of volumes are still there, for the user. Nothing else depends on it.
+    const std::optional<QString>& leftoversProblem() const { return leftoversProblem_; }
 
     /// Call before the end of the process. False: something in the background hangs, so leave through
     /// std::_Exit.
@@ -70,6 +77,7 @@ private:
     JournalLog log_;
     DesktopWorkspace workspace_;
     LoadedHttpClient http_{mainLoop_};
+    std::optional<QString> leftoversProblem_;
     /// Last, so first to go: its work uses the others.
     ThreadBackgroundTasks background_;
 };

@@ -16,13 +16,25 @@ public:
     std::optional<QVariant> object(const QString& key) const override;
     void set(const QString& key, const QVariant& value) override;
     void remove(const QString& key) override;
+    void writeBack(const QString& key, const QVariant& value) override;
 
 private:
-    void change(const QString& key, const std::optional<QVariant>& value);
+    /// What a key holds; absent: nothing.
+    using Value = std::optional<QVariant>;
+    struct Change {
+        Value value;
+        /// What the key has to hold for the change to be made, if that matters.
+        std::optional<Value> expected;
+    };
+    using Changes = std::map<QString, Change>;
+
+    Value current(const QString& key) const;
+    void change(const QString& key, const Change& change);
+    bool storeUnsaved();
 
     mutable PropertyListFile file_;
-    /// Absent: removed.
-    using Changes = std::map<QString, std::optional<QVariant>>;
+    /// What was told of each key, or stored under it, last.
+    mutable std::map<QString, Value> known_;
     /// Tried again with the next change.
     Changes unsaved_;
     /// Made while the file could not be read, so without knowing what it holds: never written over it.

@@ -53,6 +53,8 @@ bool PropertyListFile::update(const std::function<void(QVariantMap& values)>& ch
         return report(u"no folder for the user's own data is known"_s);
     std::error_code error;
     fs::create_directories(file_.parent_path(), error);
+    if (error)
+        return report(u"%1 cannot be created: %2"_s.arg(text(file_.parent_path()), text(error)));
     const auto held = lock();
     if (!held || !loadForWriting())
         return false;

@@ -9,9 +9,10 @@ namespace ternvault {
 
 class SecretServiceSession;
 
-/// The Secret Service of the user's session (GNOME Keyring, KWallet, KeePassXC), over libsecret. Out of reach
-/// while its default collection is locked: that is asked before every change, because the service would
-/// answer with a prompt. Any thread.
+/// The Secret Service of the user's session (GNOME Keyring, KWallet, KeePassXC), over libsecret. Which
+/// collection is the default one may change: all items of a key count as one, in whichever they are. Out of
+/// reach while the default collection, or an item of the key, is locked: that is asked before every change,
+/// and what needs a prompt fails. Any thread.
 class SecretServiceStore final : public SecretBackend {
 public:
     explicit SecretServiceStore(std::chrono::milliseconds deadline = std::chrono::milliseconds(1000));

@@ -41,6 +41,17 @@ protected:
         ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
     }
 
+    static void call(const QString& method, const QStringList& arguments) {
+        gdbus(QStringList{u"call"_s, u"--session"_s, u"--dest"_s, u"org.freedesktop.secrets"_s,
+                          u"--object-path"_s, u"/org/freedesktop/secrets"_s, u"--method"_s,
+                          u"org.freedesktop.Secret.Service."_s + method} +
+              arguments);
+    }
+    static void makeDefault(const QString& collection) {
+        call(u"SetAlias"_s, {u"default"_s, u"/org/freedesktop/secrets/collection/"_s + collection});
+    }
+    static void lockDefault() { call(u"Lock"_s, {u"['/org/freedesktop/secrets/aliases/default']"_s}); }
+
     /// That every call ends as out of reach, within the time.
     void expectOutOfReachWithin(int milliseconds) {
         QElapsedTimer timer;
@@ -72,11 +83,31 @@ TEST_F(SecretServiceTest, KeepsOneSecretPerKeyUntilTheCollectionIsLocked) {
     EXPECT_EQ(store.find(other).secret, "legacy");
     EXPECT_TRUE(store.store(key, "kept"));
 
-    ASSERT_NO_FATAL_FAILURE(
-        gdbus({u"call"_s, u"--session"_s, u"--dest"_s, u"org.freedesktop.secrets"_s, u"--object-path"_s,
-               u"/org/freedesktop/secrets"_s, u"--method"_s, u"org.freedesktop.Secret.Service.Lock"_s,
-               u"['/org/freedesktop/secrets/aliases/default']"_s}));
+    ASSERT_NO_FATAL_FAILURE(lockDefault());
     expectOutOfReachWithin(500);
+}
+
+TEST_F(SecretServiceTest, KeepsOneSecretPerKeyInAllCollectionsTogether) {
+    fs::create_directory(folder / "keyrings");
+    // Without a password, it needs no prompt.
+    writeFile(folder / "keyrings/other.keyring", "[keyring]\ndisplay-name=other\n");
+    ASSERT_NO_FATAL_FAILURE(startKeyring());
+    ASSERT_NO_FATAL_FAILURE(call(u"Unlock"_s, {u"['/org/freedesktop/secrets/collection/other']"_s}));
+    for (const QString& collection : {u"login"_s, u"other"_s, u"login"_s}) {
+        ASSERT_NO_FATAL_FAILURE(makeDefault(collection));
+        EXPECT_TRUE(store.store(key, collection.toUtf8()));
+        EXPECT_EQ(store.find(key).secret, collection.toUtf8());
+    }
+    ASSERT_NO_FATAL_FAILURE(makeDefault(u"other"_s));
+    EXPECT_TRUE(store.remove(key));
+    EXPECT_EQ(store.find(key).state, State::absent);
+
+    ASSERT_NO_FATAL_FAILURE(makeDefault(u"login"_s));
+    EXPECT_TRUE(store.store(key, "old"));
+    ASSERT_NO_FATAL_FAILURE(lockDefault());
+    ASSERT_NO_FATAL_FAILURE(makeDefault(u"other"_s));
+    EXPECT_FALSE(store.store(key, "new")) << "an older one may be unlocked later";
+    EXPECT_FALSE(store.remove(key));
 }
 
 TEST_F(SecretServiceTest, IsOutOfReachAtOnceWithoutServiceOrBusAndAtTheDeadlineWhenTheyHang) {

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <future>
 #include <map>
+#include <utility>
 
 namespace ternvault::test {
 
@@ -25,18 +28,24 @@ public:
                                       : SecretAnswer{SecretAnswer::State::found, found->second};
     }
     bool store(const SecretKey& stored, const QByteArray& secret) override {
+        if (onChange)
+            std::exchange(onChange, nullptr)();
         if (reachable)
             secrets[stored] = secret;
-        return reachable;
+        return reachable && !isOlderOneLocked;
     }
     bool remove(const SecretKey& removed) override {
         if (reachable)
             secrets.erase(removed);
-        return reachable;
+        return reachable && !isOlderOneLocked;
     }
 
     std::map<SecretKey, QByteArray> secrets;
     bool reachable = true;
+    /// An item in a collection that cannot be changed now: it may answer when it is unlocked.
+    bool isOlderOneLocked = false;
+    /// What happens at the moment of the next change.
+    std::function<void()> onChange;
 };
 
 /// One user over several runs of the program, told in words.
@@ -53,12 +62,23 @@ protected:
         FileSecretStore othersFile(path, [](const QString&) { ADD_FAILURE(); });
         EXPECT_TRUE(LinuxSecretStore(unreachable, othersFile).add(service, account, secret));
     }
+    /// Another process that changes the secret while this one is about to; it comes first if nothing keeps
+    /// it.
+    void addMeanwhile(const QByteArray& secret) {
+        other = std::async(std::launch::async, [this, secret] {
+            FileSecretStore othersFile(path, [](const QString&) { ADD_FAILURE(); });
+            EXPECT_TRUE(LinuxSecretStore(fake, othersFile).add(service, account, secret));
+        });
+        other.wait_for(std::chrono::milliseconds(100));
+    }
     void play(const QByteArray& word) {
         const QByteArray what = word.split(':').first();
         const QByteArray value = word.mid(what.size() + 1);
         const std::optional<QByteArray> expected = value == "-" ? std::nullopt : std::optional(value);
         if (what == "up" || what == "down")
             fake.reachable = what == "up";
+        else if (what == "ended")
+            other.wait();
         else if (what == "restart")
             restart();
         else if (what == "remove")
@@ -67,6 +87,12 @@ protected:
             EXPECT_TRUE((store->remove(service, account), store->add(service, account, value)));
         else if (what == "elsewhere")
             addElsewhere(value);
+        else if (what == "meanwhile")
+            fake.onChange = [this, value] { addMeanwhile(value); };
+        else if (what == "add")
+            EXPECT_TRUE(store->add(service, account, value));
+        else if (what == "locked" || what == "unlocked")
+            fake.isOlderOneLocked = what == "locked";
         else if (what == "find")
             EXPECT_EQ(store->find(service, account), expected);
         else if (what == "service")
@@ -82,6 +108,7 @@ protected:
     FakeService fake;
     std::unique_ptr<FileSecretStore> file;
     std::unique_ptr<LinuxSecretStore> store;
+    std::future<void> other;
 };
 
 } // namespace
@@ -100,6 +127,17 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
         {"a removal that the user asked for reaches the service later",
          "set:unwanted down restart find:- remove remove restart find:- up restart find:- service:- "
          "file:empty"},
+        {"what was read is written back, or cleared, over nothing newer",
+         "down elsewhere:old restart find:old elsewhere:new add:old restart find:new remove elsewhere:newer "
+         "find:newer elsewhere:newest remove find:newest"},
+        {"a legacy secret moves only to where none is yet",
+         "find:- elsewhere:new add:legacy restart find:new"},
+        {"what changes while its forerunner moves into the service stays",
+         "down elsewhere:old up restart meanwhile:new find:old ended restart find:new service:new "
+         "file:empty"},
+        {"what cannot be cleared now never answers again",
+         "set:old locked set:new restart find:new file:full up restart unlocked find:new restart find:new "
+         "service:new file:empty locked remove restart find:- unlocked restart find:- service:- file:empty"},
         {"a service lost meanwhile, and another process with the file",
          "set:first down set:second find:second up restart find:second elsewhere:other find:other set:third "
          "restart find:third"},

@@ -65,6 +65,22 @@ TEST_F(UserDefaultsTest, TellsAbsentApartAndWritesOnlyChanges) {
     EXPECT_FALSE(defaults.object(u"a"_s)) << "a change of another process was not seen";
 }
 
+TEST_F(UserDefaultsTest, WritesBackOnlyWhatIsStillThere) {
+    open().set(u"a"_s, u"old"_s);
+    LinuxUserDefaults defaults = open();
+    for (const QVariant& newer : {QVariant(1), QVariant()}) {
+        const std::optional<QVariant> read = defaults.object(u"a"_s);
+        newer.isNull() ? open().remove(u"a"_s) : open().set(u"a"_s, newer);
+        for (int twice = 0; twice < 2; ++twice)
+            defaults.writeBack(u"a"_s, *read);
+        EXPECT_EQ(open().object(u"a"_s).value_or(QVariant()), newer);
+    }
+    EXPECT_FALSE(defaults.object(u"a"_s));
+    for (const int value : {2, 3})
+        defaults.writeBack(u"a"_s, value);
+    EXPECT_EQ(open().object(u"a"_s), QVariant(3)) << "what this process has stored is known";
+}
+
 TEST_F(UserDefaultsTest, FollowsALink) {
     open().set(u"old"_s, 0);
     fs::rename(file, folder / "config/real.plist");
@@ -136,9 +152,13 @@ TEST_F(UserDefaultsTest, KeepsWhatCannotBeStoredAndTriesAgain) {
     fs::create_directory(file.native() + ".new");
     defaults.set(u"a"_s, 2);
     EXPECT_EQ(readFile(file), before);
+    EXPECT_FALSE(defaults.object(u"b"_s));
+    defaults.writeBack(u"b"_s, 1);
     fs::remove(file.native() + ".new");
+    open().set(u"b"_s, u"newer"_s);
     defaults.remove(u"c"_s);
     EXPECT_EQ(open().object(u"a"_s), QVariant(qlonglong{2})) << "not tried again";
+    EXPECT_EQ(open().object(u"b"_s), QVariant(u"newer"_s));
 }
 
 TEST_F(UserDefaultsTest, NeverReplacesWhatItCannotRead) {
