@@ -1,6 +1,6 @@
-// Preloaded into the programs of a run that will lose its power: writes down below $FAULTS_DURABLE what each fsync of
-// $FAULTS_STATE, or of something below it, made durable. N.content has the bytes of the file with inode number N,
-// N.names the files of that folder, a line each.
+// Preloaded into the programs of a run that will lose its power: writes down below $FAULTS_DURABLE what each
+// fsync of $FAULTS_STATE, or of something below it, made durable. N.content has the bytes of the file with
+// inode number N, N.names the files of that folder, a line each.
 
 #include <dlfcn.h>
 #include <unistd.h>
