@@ -5,9 +5,10 @@ import os
 import signal
 import subprocess
 
-from harness import powercut, processes, server as server_side
+from harness import bounds, powercut, processes, server as server_side
 
 MNT_DETACH = 2
+EJECT_STARTS = 0.7  # seconds
 libc = ctypes.CDLL(None, use_errno=True)
 
 
@@ -78,11 +79,14 @@ class Ejected(Fault):
     _eject = None
 
     def strike(self):
+        """The bytes wait until the program has come so far; an orderly eject needs them to go on."""
+        hit = bool(processes.daemons())
         self._eject = self.scene.client.start("eject")
-        return bool(processes.daemons())
+        processes.within(EJECT_STARTS, self._eject.ended)
+        return hit
 
     def lift(self):
-        outcome = self._eject.finish(self.scene.bounds.eject)
+        outcome = self._eject.finish(bounds.EJECT)
         self.scene.note(f"eject: {outcome.status} {outcome.errors.strip()}")
         self.scene.oracle.claim(outcome.status is not None, "eject during the copy did not end in time")
 

@@ -18,8 +18,6 @@ MOUNTING, COPY, PER_FILE = 2000, 2500, 1000
 
 
 class Scene:
-    bounds = bounds
-
     def __init__(self, plan, binaries, shim):
         self.plan = plan
         self.trace, self._began = [], time.monotonic()
