@@ -3,16 +3,17 @@
 #include "agent/JsonDecoding.h"
 
 #include <QHashFunctions>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+
+#include <nlohmann/json.hpp>
 
 namespace ternvault {
 
 namespace {
 
+using Json = nlohmann::json;
+
 // One name for each key, so that reading and writing cannot differ.
-constexpr QLatin1String name("name"), path("path"), sizeBytes("size_bytes"), sizeHuman("size_human"),
+constexpr std::string_view name("name"), path("path"), sizeBytes("size_bytes"), sizeHuman("size_human"),
     model("model"), isSystem("is_system"), mountpoints("mountpoints"), shareName("share_name"),
     available("available"), freeBytes("free_bytes"), totalBytes("total_bytes"), smbUrl("smb_url"),
     disks("disks"), shares("shares");
@@ -30,36 +31,36 @@ ServerShare decodeShare(const ObjectDecoder& object) {
             object.string(smbUrl)};
 }
 
-QJsonObject encode(const ServerDisk& disk) {
-    QJsonArray mounted;
+Json encode(const ServerDisk& disk) {
+    Json mounted = Json::array();
     for (const QString& mountpoint : disk.mountpoints)
-        mounted.append(mountpoint);
-    QJsonObject object{{name, disk.name},
-                       {path, disk.path},
-                       {sizeBytes, static_cast<qint64>(disk.size_bytes)},
-                       {sizeHuman, disk.size_human},
-                       {model, disk.model},
-                       {isSystem, disk.is_system},
-                       {mountpoints, mounted},
-                       {available, disk.available}};
+        mounted.push_back(mountpoint.toStdString());
+    Json object{{name, disk.name.toStdString()},
+                {path, disk.path.toStdString()},
+                {sizeBytes, disk.size_bytes},
+                {sizeHuman, disk.size_human.toStdString()},
+                {model, disk.model.toStdString()},
+                {isSystem, disk.is_system},
+                {mountpoints, mounted},
+                {available, disk.available}};
     if (disk.share_name)
-        object.insert(shareName, *disk.share_name);
+        object[shareName] = disk.share_name->toStdString();
     return object;
 }
 
-QJsonObject encode(const ServerShare& share) {
-    return {{name, share.name},
-            {path, share.path},
-            {freeBytes, static_cast<qint64>(share.free_bytes)},
-            {totalBytes, static_cast<qint64>(share.total_bytes)},
-            {smbUrl, share.smb_url}};
+Json encode(const ServerShare& share) {
+    return {{name, share.name.toStdString()},
+            {path, share.path.toStdString()},
+            {freeBytes, share.free_bytes},
+            {totalBytes, share.total_bytes},
+            {smbUrl, share.smb_url.toStdString()}};
 }
 
 template <typename Record>
-QJsonArray encodeEach(const std::vector<Record>& records) {
-    QJsonArray array;
+Json encodeEach(const std::vector<Record>& records) {
+    Json array = Json::array();
     for (const Record& record : records)
-        array.append(encode(record));
+        array.push_back(encode(record));
     return array;
 }
 
@@ -87,9 +88,9 @@ DisksResponse decodeDisksResponse(const QByteArray& json) {
 }
 
 QByteArray encodeDisksResponse(const DisksResponse& response) {
-    return QJsonDocument(
-               QJsonObject{{disks, encodeEach(response.disks)}, {shares, encodeEach(response.shares)}})
-        .toJson(QJsonDocument::Compact);
+    const Json document{{disks, encodeEach(response.disks)}, {shares, encodeEach(response.shares)}};
+    constexpr bool asAscii = true;
+    return QByteArray::fromStdString(document.dump(-1, ' ', asAscii));
 }
 
 } // namespace ternvault

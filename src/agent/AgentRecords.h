@@ -64,7 +64,8 @@ std::size_t qHash(const DisksResponse& response, std::size_t seed = 0);
 /// Reads the body of the agent's answer. Strict: every key but "share_name" must be there with its type,
 /// unknown keys are ignored, and one bad element fails the whole. Throws DecodingError.
 DisksResponse decodeDisksResponse(const QByteArray& json);
-/// The same document again, on one line; an absent "share_name" is left out.
+/// The same document again, on one line and in ASCII, so that no text in it can drive a terminal; an absent
+/// "share_name" is left out.
 QByteArray encodeDisksResponse(const DisksResponse& response);
 
 } // namespace ternvault

@@ -1,5 +1,9 @@
 #include "agent/AgentRequests.h"
 
+#include "async/Await.h"
+
+#include <utility>
+
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
@@ -25,6 +29,12 @@ HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method, const Q
             std::chrono::seconds(15),
             {{"Authorization", "Bearer " + token}, {"X-TernVault-Token", token}},
             {}};
+}
+
+Task<HttpOutcome> askAgent(HttpClient& http, HttpRequest request) {
+    if (request.url.host().isEmpty())
+        co_return HttpFailure::noHost();
+    co_return co_await exchange(http, std::move(request));
 }
 
 } // namespace ternvault

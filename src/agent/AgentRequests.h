@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Task.h"
 #include "platform/HttpClient.h"
 
 #include <QString>
@@ -18,5 +19,9 @@ std::optional<QUrl> agentURL(QUrl base, const QString& path);
 
 /// A request that carries the agent's token.
 HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method, const QString& agentToken);
+
+/// Asks the agent. An address without a host is asked nothing, so that what the request carries goes nowhere:
+/// the outcome is a transport failure.
+Task<HttpOutcome> askAgent(HttpClient& http, HttpRequest request);
 
 } // namespace ternvault

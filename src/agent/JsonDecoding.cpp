@@ -1,125 +1,118 @@
 #include "agent/JsonDecoding.h"
 
-#include <QJsonDocument>
+#include "agent/JsonDocument.h"
+
+#include <nlohmann/json.hpp>
 
 namespace ternvault {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
-QString description(const QString& problem, const QString& path) {
-    return path.isEmpty() ? problem : u'"' + path + u"\" "_s + problem;
+using Json = nlohmann::json;
+
+std::string description(const std::string& problem, const std::string& path) {
+    return path.empty() ? problem : '"' + path + "\" " + problem;
 }
 
-QString typeName(const QJsonValue& value) {
-    switch (value.type()) {
-    case QJsonValue::Null:
-        return u"null"_s;
-    case QJsonValue::Bool:
-        return u"a Boolean"_s;
-    case QJsonValue::Double:
-        return u"a number"_s;
-    case QJsonValue::String:
-        return u"a string"_s;
-    case QJsonValue::Array:
-        return u"a list"_s;
-    case QJsonValue::Object:
-        return u"an object"_s;
-    case QJsonValue::Undefined:
-        break;
-    }
-    return u"nothing"_s;
+std::string typeName(const Json& value) {
+    if (value.is_null())
+        return "null";
+    if (value.is_boolean())
+        return "a Boolean";
+    if (value.is_number())
+        return "a number";
+    if (value.is_string())
+        return "a string";
+    return value.is_array() ? "a list" : "an object";
 }
 
-[[noreturn]] void mismatch(const char* expected, const QJsonValue& value, const QString& path) {
-    throw DecodingError(u"should be "_s + QString::fromLatin1(expected) + u", but is "_s + typeName(value),
-                        path);
+[[noreturn]] void mismatch(const std::string& expected, const Json& value, std::string_view path) {
+    throw DecodingError("should be " + expected + ", but is " + typeName(value), std::string(path));
 }
 
 } // namespace
 
-DecodingError::DecodingError(const QString& problem, const QString& path)
-    : std::runtime_error(description(problem, path).toStdString()), problem_(problem), path_(path) {}
+DecodingError::DecodingError(const std::string& problem, const std::string& path)
+    : std::runtime_error(description(problem, path)), problem_(problem), path_(path) {}
 
-DecodingError DecodingError::inElement(QLatin1String list, std::size_t index) const {
-    const QString element = list + u'[' + QString::number(index) + u']';
-    return DecodingError(problem_, path_.isEmpty() ? element : element + u'.' + path_);
+DecodingError DecodingError::inElement(std::string_view list, std::size_t index) const {
+    const std::string element = std::string(list) + '[' + std::to_string(index) + ']';
+    return DecodingError(problem_, path_.empty() ? element : element + '.' + path_);
 }
 
 ObjectDecoder ObjectDecoder::ofDocument(const QByteArray& json) {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
-    if (error.error != QJsonParseError::NoError) {
-        throw DecodingError(u"the answer is not valid JSON (at byte "_s + QString::number(error.offset) +
-                            u": "_s + error.errorString() + u')');
-    }
-    if (!document.isObject())
-        throw DecodingError(u"the answer should be a JSON object"_s);
-    return ObjectDecoder(document.object());
+    Value document = parseJson(json);
+    if (!document->is_object())
+        throw DecodingError("the answer should be a JSON object");
+    return ObjectDecoder(std::move(document));
 }
 
-ObjectDecoder ObjectDecoder::ofElement(const QJsonValue& element) {
-    if (!element.isObject())
-        mismatch("an object", element, {});
-    return ObjectDecoder(element.toObject());
+ObjectDecoder ObjectDecoder::ofElement(const Value& element) {
+    if (!element->is_object())
+        mismatch("an object", *element, {});
+    return ObjectDecoder(element);
 }
 
-QJsonValue ObjectDecoder::member(QLatin1String key) const {
-    QJsonValue value = object_.value(key);
-    if (value.isUndefined())
-        throw DecodingError(u"is missing"_s, key);
-    return value;
+const Json* ObjectDecoder::find(std::string_view key) const {
+    const auto found = object_->find(key);
+    return found == object_->end() ? nullptr : &*found;
 }
 
-QString ObjectDecoder::stringOf(const QJsonValue& value, const QString& path) {
-    if (!value.isString())
+const Json& ObjectDecoder::member(std::string_view key) const {
+    const Json* const value = find(key);
+    if (value == nullptr)
+        throw DecodingError("is missing", std::string(key));
+    return *value;
+}
+
+QString ObjectDecoder::stringOf(const Json& value, std::string_view path) {
+    if (!value.is_string())
         mismatch("a string", value, path);
-    return value.toString();
+    return QString::fromStdString(value.get_ref<const std::string&>());
 }
 
-QString ObjectDecoder::string(QLatin1String key) const {
+QString ObjectDecoder::string(std::string_view key) const {
     return stringOf(member(key), key);
 }
 
-std::optional<QString> ObjectDecoder::optionalString(QLatin1String key) const {
-    const QJsonValue value = object_.value(key);
-    if (value.isUndefined() || value.isNull())
+std::optional<QString> ObjectDecoder::optionalString(std::string_view key) const {
+    const Json* const value = find(key);
+    if (value == nullptr || value->is_null())
         return std::nullopt;
-    return stringOf(value, key);
+    return stringOf(*value, key);
 }
 
-std::int64_t ObjectDecoder::integer(QLatin1String key) const {
-    const QJsonValue value = member(key);
-    if (!value.isDouble())
+std::int64_t ObjectDecoder::integer(std::string_view key) const {
+    const Json& value = member(key);
+    if (!value.is_number())
         mismatch("an integer", value, key);
-    // A number that is not whole, or does not fit, gives the default.
-    const qint64 number = value.toInteger(0);
-    if (number != value.toInteger(1))
-        throw DecodingError(u"is not an integer of 64 bits"_s, key);
-    return number;
+    if (!value.is_number_integer())
+        throw DecodingError("is not an integer of 64 bits", std::string(key));
+    return value.get<std::int64_t>();
 }
 
-bool ObjectDecoder::boolean(QLatin1String key) const {
-    const QJsonValue value = member(key);
-    if (!value.isBool())
+bool ObjectDecoder::boolean(std::string_view key) const {
+    const Json& value = member(key);
+    if (!value.is_boolean())
         mismatch("a Boolean", value, key);
-    return value.toBool();
+    return value.get<bool>();
 }
 
-QJsonArray ObjectDecoder::array(QLatin1String key) const {
-    const QJsonValue value = member(key);
-    if (!value.isArray())
+std::vector<ObjectDecoder::Value> ObjectDecoder::array(std::string_view key) const {
+    const Json& value = member(key);
+    if (!value.is_array())
         mismatch("a list", value, key);
-    return value.toArray();
+    std::vector<Value> elements;
+    for (const Json& element : value)
+        elements.emplace_back(object_, &element);
+    return elements;
 }
 
-std::vector<QString> ObjectDecoder::strings(QLatin1String key) const {
+std::vector<QString> ObjectDecoder::strings(std::string_view key) const {
     std::vector<QString> result;
-    const QJsonArray elements = array(key);
-    for (const auto& element : elements) {
+    for (const Value& element : array(key)) {
         try {
-            result.push_back(stringOf(element, {}));
+            result.push_back(stringOf(*element, {}));
         } catch (const DecodingError& error) {
             throw error.inElement(key, result.size());
         }

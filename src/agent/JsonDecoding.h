@@ -1,16 +1,17 @@
 #pragma once
 
 #include <QByteArray>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QJsonValue>
-#include <QLatin1String>
 #include <QString>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 namespace ternvault {
 
@@ -18,13 +19,13 @@ namespace ternvault {
 /// the type.
 class DecodingError : public std::runtime_error {
 public:
-    explicit DecodingError(const QString& problem, const QString& path = {});
+    explicit DecodingError(const std::string& problem, const std::string& path = {});
     /// The same, seen from the object that holds the list in which it happened.
-    DecodingError inElement(QLatin1String list, std::size_t index) const;
+    DecodingError inElement(std::string_view list, std::size_t index) const;
 
 private:
-    QString problem_;
-    QString path_;
+    std::string problem_;
+    std::string path_;
 };
 
 /// A JSON object whose members are read by key and type, without defaults. Every read throws DecodingError
@@ -34,32 +35,37 @@ public:
     /// Throws DecodingError for what is no JSON object.
     static ObjectDecoder ofDocument(const QByteArray& json);
 
-    QString string(QLatin1String key) const;
+    QString string(std::string_view key) const;
     /// Nothing when the key is missing or its value is null.
-    std::optional<QString> optionalString(QLatin1String key) const;
-    /// Any JSON number whose value is whole and fits, "1.0" and "1e3" too.
-    std::int64_t integer(QLatin1String key) const;
-    bool boolean(QLatin1String key) const;
-    std::vector<QString> strings(QLatin1String key) const;
+    std::optional<QString> optionalString(std::string_view key) const;
+    /// Any JSON number whose value is whole and fits, "1.0" and "1e3" too; its digits decide.
+    std::int64_t integer(std::string_view key) const;
+    bool boolean(std::string_view key) const;
+    std::vector<QString> strings(std::string_view key) const;
     /// Decodes each object of a list.
     template <typename Record>
-    std::vector<Record> objects(QLatin1String key, Record (*decode)(const ObjectDecoder&)) const;
+    std::vector<Record> objects(std::string_view key, Record (*decode)(const ObjectDecoder&)) const;
 
 private:
-    explicit ObjectDecoder(QJsonObject object) : object_(std::move(object)) {}
-    static ObjectDecoder ofElement(const QJsonValue& element);
-    static QString stringOf(const QJsonValue& value, const QString& path);
-    QJsonValue member(QLatin1String key) const;
-    QJsonArray array(QLatin1String key) const;
+    /// A value of the document, which lives as long as any of them.
+    using Value = std::shared_ptr<const nlohmann::json>;
 
-    QJsonObject object_;
+    explicit ObjectDecoder(Value object) : object_(std::move(object)) {}
+    static ObjectDecoder ofElement(const Value& element);
+    static QString stringOf(const nlohmann::json& value, std::string_view path);
+    /// Null when the key is missing.
+    const nlohmann::json* find(std::string_view key) const;
+    const nlohmann::json& member(std::string_view key) const;
+    std::vector<Value> array(std::string_view key) const;
+
+    Value object_;
 };
 
 template <typename Record>
-std::vector<Record> ObjectDecoder::objects(QLatin1String key, Record (*decode)(const ObjectDecoder&)) const {
+std::vector<Record> ObjectDecoder::objects(std::string_view key,
+                                           Record (*decode)(const ObjectDecoder&)) const {
     std::vector<Record> records;
-    const QJsonArray elements = array(key);
-    for (const auto& element : elements) {
+    for (const Value& element : array(key)) {
         try {
             records.push_back(decode(ofElement(element)));
         } catch (const DecodingError& error) {

@@ -9,9 +9,6 @@ namespace ternvault {
 
 namespace {
 
-/// What a window manager takes at most to make a window active.
-constexpr std::chrono::milliseconds moment(500);
-
 /// What a desktop takes at most to open a window, and to make it active.
 constexpr std::chrono::seconds opening(3);
 
@@ -25,21 +22,14 @@ Task<> waitToBeActive(MainLoop& mainLoop) {
     QObject::disconnect(connection);
 }
 
-bool isActive() {
-    return QApplication::activeWindow() != nullptr;
-}
-
 } // namespace
 
 Task<> AnnouncedPaste::pasteFromClipboard() {
     if (ClipboardPasteboard::isHidden())
         co_await waitToBeActive(mainLoop_);
     co_await model_.pasteFromClipboard();
-    const QString outcome = model_.status;
-    if (!isActive())
-        co_await sleepFor(mainLoop_, moment);
-    if (!isActive())
-        notification_.show(outcome);
+    Task<> telling = notice_.tell(model_.status);
+    co_await std::move(telling);
 }
 
 } // namespace ternvault

@@ -1,18 +1,17 @@
 #pragma once
 
+#include "app/OutcomeNotice.h"
 #include "intake/PasteTarget.h"
 #include "model/AppModel.h"
-#include "platform/linux/DesktopNotification.h"
 
 namespace ternvault {
 
-/// Pastes through the model, and makes sure that the user hears of it: where no window of ours is active a
-/// moment later, because all are closed or the desktop does not let them come forward, a notification says
-/// what the model's status says. What it is given outlives it; its routines must end before it. Main thread.
+/// Pastes through the model, and makes sure that the user hears of what its status says then. What it is
+/// given outlives it; its routines must end before it. Main thread.
 class AnnouncedPaste final : public PasteTarget {
 public:
     AnnouncedPaste(AppModel& model, MainLoop& mainLoop, DesktopNotification& notification)
-        : model_(model), mainLoop_(mainLoop), notification_(notification) {}
+        : model_(model), mainLoop_(mainLoop), notice_(mainLoop, notification) {}
 
     Task<> pasteFromClipboard() override;
 
@@ -23,7 +22,7 @@ private:
     LifetimeAnchor<AnnouncedPaste> anchor_{this};
     AppModel& model_;
     MainLoop& mainLoop_;
-    DesktopNotification& notification_;
+    OutcomeNotice notice_;
 };
 
 } // namespace ternvault

@@ -36,16 +36,6 @@ QString desktopStateFile(const LinuxServices& services) {
     return QString::fromStdString(folder / "desktop.ini");
 }
 
-/// The first one mounts the volume for all; where it could not, no other one can.
-Task<> takeOneByOne(AppModel& model, std::vector<QUrl> urls) {
-    for (const QUrl& url : urls) {
-        Task<> taking = model.handleIncomingFileURLs({url});
-        co_await std::move(taking);
-        if (!model.mountedVolumeName->has_value())
-            co_return;
-    }
-}
-
 QMessageBox* makeAboutBox(QWidget& window) {
     auto* const box = new QMessageBox(
         QMessageBox::NoIcon, u"About Tern Vault"_s,
@@ -70,7 +60,7 @@ TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, N
           useStartupTokens({{u"activation-token"_s, token}});
           showMainWindow();
       }),
-      paste_(model_, platform_.mainLoop, notification_),
+      paste_(model_, platform_.mainLoop, notification_), opened_(model_, platform_.mainLoop, notification_),
       tasks_(platform_.mainLoop,
              [this, report = reportEscapes(platform_.log)](const std::exception_ptr& escaped) {
                  report(escaped);
@@ -153,8 +143,8 @@ void TernVaultApp::comeForwardOnceMapped() {
     });
 }
 
-void TernVaultApp::open(std::vector<QUrl> urls) {
-    tasks_.spawn(takeOneByOne(model_, std::move(urls)));
+void TernVaultApp::open(const std::vector<QUrl>& urls) {
+    opened_.open(urls, tasks_);
 }
 
 void TernVaultApp::performAction(const QString& name) {

@@ -7,6 +7,7 @@
 #include "app/EditMenu.h"
 #include "app/MainWindow.h"
 #include "app/Notices.h"
+#include "app/OpenedFiles.h"
 #include "app/SettingsWindow.h"
 #include "app/TapRefusalNotice.h"
 #include "app/TapThread.h"
@@ -43,8 +44,8 @@ public:
 
     /// Opens the main window, or brings it back.
     void showMainWindow();
-    /// Hands the files to the model, each by itself; none after the first that finds no volume.
-    void open(std::vector<QUrl> urls);
+    /// Hands the files to the model, each by itself.
+    void open(const std::vector<QUrl>& urls);
     /// Does what the desktop entry's action of this name says; nothing for any other name.
     void performAction(const QString& name);
     /// Before it is destroyed: false when a thread that uses it hangs, and the process has to leave through
@@ -82,6 +83,7 @@ private:
     AppModel model_;
     DesktopNotification notification_;
     AnnouncedPaste paste_;
+    OpenedFiles opened_;
     TaskScope tasks_;
     BusNotifications notifications_;
     QtKeyMonitor keys_;

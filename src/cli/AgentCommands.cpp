@@ -15,18 +15,6 @@ namespace {
 
 using Row = QStringList;
 
-/// JSON in which no control character is left as it is: Qt leaves those from U+007F on.
-QString withoutControlCharacters(const QString& json) {
-    QString result;
-    for (const QChar character : json) {
-        if (character.category() == QChar::Other_Control)
-            result += u"\\u"_s + QString::number(character.unicode(), 16).rightJustified(4, u'0');
-        else
-            result += character;
-    }
-    return result;
-}
-
 QString size(std::int64_t bytes) {
     return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
@@ -73,8 +61,7 @@ Task<int> listDisks(AppModel& model, bool asJson) {
         co_return failure;
     }
     if (asJson) {
-        printLine(
-            withoutControlCharacters(QString::fromUtf8(encodeDisksResponse({model.disks, model.shares}))));
+        printLine(QString::fromLatin1(encodeDisksResponse({model.disks, model.shares})));
     } else {
         printLine(model.status);
         printLine({});

@@ -9,6 +9,16 @@ namespace ternvault::cli {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// Only the agent's own words can be none.
+QString reasonOf(const QString& setupError) {
+    return setupError.trimmed().isEmpty() ? u"The agent did not create the account and gave no reason."_s
+                                          : setupError;
+}
+
+} // namespace
+
 Task<int> setUp(AppModel& model, SecretStore& secrets, AuthMode mode) {
     if (!model.legalAccepted) {
         printError(
@@ -23,7 +33,7 @@ Task<int> setUp(AppModel& model, SecretStore& secrets, AuthMode mode) {
     model.authMode = mode;
     co_await model.completeAuthFlow();
     if (model.setupError->has_value()) {
-        printError(**model.setupError);
+        printError(reasonOf(**model.setupError));
         if (isPasswordNew)
             model.smbPassword = QString();
         co_return failure;

@@ -11,18 +11,30 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Characters that turn the direction of the text behind them, so that it reads as another one.
-bool isDirectionControl(QChar character) {
-    return (character >= u'\u202a' && character <= u'\u202e') ||
-           (character >= u'\u2066' && character <= u'\u2069');
+/// What drives the terminal, or makes the text around it read as another one. The joiners belong to scripts
+/// and emoji.
+bool isUnprintable(QChar character) {
+    switch (character.category()) {
+    case QChar::Other_Control:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    case QChar::Other_Format:
+        return character != u'\u200c' && character != u'\u200d';
+    default:
+        return false;
+    }
 }
 
-QString printable(const QString& text) {
+/// A line break at the end is the line's own.
+QString printable(QString text) {
+    while (text.endsWith(u'\n'))
+        text.chop(1);
     QString result;
     for (const QChar character : text) {
         if (character == u'\n')
             result += u"\\n"_s;
-        else if (character.category() == QChar::Other_Control || isDirectionControl(character))
+        else if (isUnprintable(character))
             result += u"\\x"_s + QString::number(character.unicode(), 16).rightJustified(2, u'0');
         else
             result += character;

@@ -4,8 +4,9 @@
 
 namespace ternvault::cli {
 
-/// Writes a line to standard output, or to standard error, as UTF-8. Control characters, line breaks too, are
-/// shown as escapes, so that a file's name cannot drive the terminal.
+/// Writes a line to standard output, or to standard error, as UTF-8. Control characters, those of direction
+/// and line breaks too, are shown as escapes, so that a file's name cannot drive the terminal. Line breaks at
+/// the end are left out.
 void printLine(const QString& text);
 void printError(const QString& text);
 

@@ -19,6 +19,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -100,6 +101,8 @@ public:
     /// Mounts the selected share, or the first listed, or the default one, and reports in `status`.
     /// `markSetup`: also makes sure of the login entry when auto-connect is on.
     Task<> mountSelected(bool markSetup);
+    /// Whoever asks while it is mounting for another waits for that mount and tries none of its own: however
+    /// many files need the volume, a wrong password goes to the PC once.
     Task<bool> ensureMounted() override;
     Task<> unmount();
     /// Mounts after a short wait, if everything is set up and auto-connect is on.
@@ -110,6 +113,8 @@ public:
     /// Queues the files for the mounted volume, mounting it first when needed, and reports in `status` how
     /// many were handed in. What is no file of this PC is reported by the queue as missing.
     Task<> handleIncomingFileURLs(std::vector<QUrl> urls);
+    /// What `status` says of files that were handed to the queue.
+    static QString queuedMessage(std::size_t count, const std::filesystem::path& root);
     /// Queues the files on the pasteboard, and brings the application to the front when there are any.
     Task<> pasteFromClipboard();
     /// The existing files on the pasteboard. For another thread see intake/PasteboardURLs.h.
@@ -147,6 +152,7 @@ private:
     QString mountedStatusMessage(std::optional<std::int64_t> shareCount) const;
     QString shareToMount() const;
     bool isMounted() const { return mountedVolumeName.get().has_value(); }
+    Task<> mountForAll();
     void finishMount(const QString& newStatus, bool markSetup);
     bool isStaleOnceMounted(bool wasMounted) const;
 
@@ -158,6 +164,8 @@ private:
     /// The change handlers reach beyond the settings only once the start sequence is over.
     bool didFinishInit_ = false;
     std::unique_ptr<Timer> reconnectTimer_;
+    /// While `ensureMounted` is mounting: what wakes those that came after the first.
+    std::optional<std::vector<std::function<void()>>> waitingForMount_;
     /// Absent: never, so that nothing holds back the first attempt.
     std::optional<SteadyTime> lastRemountAttempt_;
     /// Last: its routines use all of the above.

@@ -1,6 +1,5 @@
 #include "agent/AgentRequests.h"
 #include "agent/JsonDecoding.h"
-#include "async/Await.h"
 #include "base/Utf8.h"
 #include "model/AppModel.h"
 
@@ -22,7 +21,7 @@ Task<> AppModel::fetchDisks() {
     isBusy = true;
     bool isListed = false;
     if (std::optional<HttpRequest> request = disksRequest()) {
-        const HttpOutcome outcome = co_await exchange(platform_.http, std::move(*request));
+        const HttpOutcome outcome = co_await askAgent(platform_.http, std::move(*request));
         if (const auto* const answer = std::get_if<HttpResponse>(&outcome))
             isListed = showDisks(*answer);
         else if (const auto& failure = std::get<HttpFailure>(outcome);

@@ -14,13 +14,16 @@ Task<> AppModel::handleIncomingFileURLs(std::vector<QUrl> urls) {
     if (mounted) {
         if (const std::optional<fs::path> root = transfers.resolveMountRoot(selectedShare)) {
             transfers.enqueue(queuePaths(urls), *root);
-            status = u"Queued "_s + QString::number(urls.size()) + u" item(s) → "_s +
-                     QString::fromStdString(root->string());
+            status = queuedMessage(urls.size(), *root);
             co_return;
         }
     }
     status = u"Mount failed — cannot transfer"_s;
     transfers.lastError = u"Volume not mounted"_s;
+}
+
+QString AppModel::queuedMessage(std::size_t count, const fs::path& root) {
+    return u"Queued "_s + QString::number(count) + u" item(s) → "_s + QString::fromStdString(root.string());
 }
 
 Task<> AppModel::pasteFromClipboard() {

@@ -3,6 +3,7 @@
 #include "model/SettingsKeys.h"
 
 #include <array>
+#include <utility>
 
 namespace ternvault {
 
@@ -115,9 +116,24 @@ Task<bool> AppModel::ensureMounted() {
     refreshMounted();
     if (isMounted())
         co_return true;
-    co_await mountSelected(false);
+    co_await mountForAll();
     refreshMounted();
     co_return isMounted();
+}
+
+Task<> AppModel::mountForAll() {
+    if (waitingForMount_) {
+        const WakeUp mounted;
+        waitingForMount_->push_back(mounted.waker());
+        co_await mounted;
+        co_return;
+    }
+    waitingForMount_.emplace();
+    co_await mountSelected(false);
+    // On later turns, so that each goes on in the order in which it came.
+    const auto waiting = std::exchange(waitingForMount_, std::nullopt);
+    for (const std::function<void()>& wake : *waiting)
+        platform_.mainLoop.post(wake);
 }
 
 Task<> AppModel::unmount() {

@@ -81,7 +81,7 @@ Task<> AppModel::createUserOnServer(QString username, QString password) {
     HttpRequest request = authorizedRequest(*url, "POST");
     request.headers.emplace_back("Content-Type", "application/json");
     request.body = createUserBody(username, password);
-    const HttpOutcome outcome = co_await exchange(platform_.http, std::move(request));
+    const HttpOutcome outcome = co_await askAgent(platform_.http, std::move(request));
     if (const auto* const answer = std::get_if<HttpResponse>(&outcome))
         co_return checkCreateUserAnswer(*answer);
     const auto& failure = std::get<HttpFailure>(outcome);

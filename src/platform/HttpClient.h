@@ -39,6 +39,9 @@ struct HttpFailure {
     Kind kind = Kind::transport;
     /// For the user.
     QString description;
+
+    /// For a request whose address names no host.
+    static HttpFailure noHost() { return {Kind::transport, QStringLiteral("The address names no host.")}; }
 };
 
 using HttpOutcome = std::variant<HttpResponse, HttpFailure>;
@@ -46,7 +49,7 @@ using HttpOutcome = std::variant<HttpResponse, HttpFailure>;
 /// Exchanges one request for one answer, by plain HTTP, straight to the host that the address names (no
 /// proxy, no cache, no cookies). A redirect of a GET is followed on the same host and port; any other is an
 /// answer like every other, so that what the headers hold goes to no other host. A request that is not a GET
-/// is sent once at the most.
+/// is sent once at the most, and one whose address names no host never.
 class HttpClient {
 public:
     virtual ~HttpClient() = default;

@@ -1,5 +1,7 @@
 #include "ui/ClampedText.h"
 
+#include "ui/ShortenedText.h"
+
 #include <QPainter>
 #include <QTextLayout>
 
@@ -8,12 +10,6 @@
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr qsizetype mostLaidOut = 4000;
-
-} // namespace
 
 ClampedText::ClampedText(int maxLines, const TextLook& look) : maxLines_(maxLines) {
     applyLook(*this, look);
@@ -24,16 +20,16 @@ ClampedText::ClampedText(int maxLines, const TextLook& look) : maxLines_(maxLine
 }
 
 bool ClampedText::display(const QString& text) {
-    if (text == this->text())
+    const QString shown = shortened(text);
+    if (shown == this->text())
         return false;
-    setText(text);
+    setText(shown);
     updateGeometry();
     return true;
 }
 
 ClampedText::Lines ClampedText::lines(int width) const {
-    // More than this fits no window, and laying it out would hold the main loop.
-    QString whole = text().left(mostLaidOut);
+    QString whole = text();
     whole.replace(u'\n', QChar::LineSeparator);
     QTextLayout layout(whole, font());
     QTextOption option;
@@ -41,7 +37,6 @@ ClampedText::Lines ClampedText::lines(int width) const {
     layout.setTextOption(option);
     layout.beginLayout();
     Lines result;
-    result.areShortened = text().size() > mostLaidOut;
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(std::max(width, 1));
         QString shown = whole.mid(line.textStart(), line.textLength());

@@ -7,7 +7,8 @@
 
 namespace ternvault {
 
-/// A text that wraps onto at most a number of lines; what is left out is in its tool tip.
+/// A text that wraps onto at most a number of lines; what is left out is in its tool tip, within the bounds
+/// of what can be shown at all.
 class ClampedText final : public QLabel {
 public:
     ClampedText(int maxLines, const TextLook& look);

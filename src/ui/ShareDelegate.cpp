@@ -2,6 +2,7 @@
 
 #include "ui/Colours.h"
 #include "ui/SharesModel.h"
+#include "ui/ShortenedText.h"
 #include "ui/Symbols.h"
 #include "ui/TextStyles.h"
 
@@ -47,9 +48,9 @@ void ShareDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     const QRect text = row.adjusted(symbolSize + gap, 0, -checkSize - gap, 0);
     painter->setFont(fontOf(TextStyle::headline));
     painter->setPen(colour(ColourRole::text, option.palette));
-    painter->drawText(
-        text, Qt::AlignLeading | Qt::AlignTop,
-        painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight, text.width()));
+    const QString name = shortened(index.data().toString());
+    painter->drawText(text, Qt::AlignLeading | Qt::AlignTop,
+                      painter->fontMetrics().elidedText(name, Qt::ElideRight, text.width()));
     painter->setFont(fontOf(TextStyle::caption));
     painter->setPen(colour(ColourRole::secondary, option.palette));
     painter->drawText(text, Qt::AlignLeading | Qt::AlignBottom, index.data(SharesModel::Sizes).toString());

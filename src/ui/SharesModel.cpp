@@ -1,5 +1,7 @@
 #include "ui/SharesModel.h"
 
+#include "ui/ShortenedText.h"
+
 #include <QLocale>
 
 #include <algorithm>
@@ -56,7 +58,7 @@ QVariant SharesModel::data(const QModelIndex& index, int role) const {
     case IsSelected:
         return share.name == selectedShare_;
     case Qt::AccessibleTextRole:
-        return QString(share.name + u", "_s + sizes(share));
+        return QString(shortened(share.name) + u", "_s + sizes(share));
     default:
         return {};
     }

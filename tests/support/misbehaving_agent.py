@@ -36,10 +36,8 @@ def text(size):
     return b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % size
 
 
-def endless_chunks(connection):
-    connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n")
-    while True:
-        connection.sendall(b"10000\r\n" + b" " * 65536 + b"\r\n")
+CHUNKED = b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+CONTINUE = b"HTTP/1.1 100 Continue\r\n\r\n"
 
 
 def slowly(connection, data):
@@ -55,6 +53,15 @@ def body_a_byte_a_second(connection):
     connection.sendall(b"}")
 
 
+def endlessly(*pieces, pause=0.0):
+    def send(connection):
+        connection.sendall(pieces[0])
+        while True:
+            connection.sendall(pieces[-1])
+            time.sleep(pause)
+    return send
+
+
 def padded(size):
     return answer(200, json.dumps(LISTING).encode().ljust(size))
 
@@ -67,8 +74,20 @@ BEHAVIOURS = {
     "listing": answer(200, LISTING),
     "8 MiB": padded(8 << 20),
     "8 MiB and one": padded((8 << 20) + 1),
-    "endless chunks": endless_chunks,
-    "silent chunks": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1\r\n{\r\n",
+    "endless chunks": endlessly(CHUNKED, b"10000\r\n" + b" " * 65536 + b"\r\n"),
+    "silent chunks": CHUNKED + b"1\r\n{\r\n",
+    "cut in its headers": b"HTTP/1.1 201 Created\r\nContent-Length: 0\r\n",
+    "cut in its body": answer(201, "created")[:-1],
+    "cut in its chunks": CHUNKED + b"1\r\n{\r\n",
+    "cut after a chunk": CHUNKED + b"1a\r\n" + b'{"disks": [], "shares": []}'[:26] + b"\r\n",
+    "to the connection's end": b"HTTP/1.0 200 OK\r\n\r\n" + json.dumps(LISTING).encode(),
+    "a length beyond all": b"HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999\r\n\r\n" + json.dumps(LISTING).encode(),
+    "continues": CONTINUE + answer(200, LISTING),
+    "continues and ends": CONTINUE,
+    "continues for ever": endlessly(CONTINUE, pause=5),
+    "endless header": endlessly(b"HTTP/1.1 200 OK\r\nX-Endless: ", b"x" * 65536),
+    "endless headers": endlessly(b"HTTP/1.1 200 OK\r\n", b"X-Endless: x\r\n" * 100),
+    "endless trailers": endlessly(CHUNKED + b"1\r\n{\r\n0\r\n", b"X-Endless: x\r\n" * 100),
     "deep nesting": answer(200, b'{"disks": ' + b"[" * 100_000),
     "wrong type": answer(200, dict(LISTING, shares=[SHARES[0], dict(SHARES[1], free_bytes="1")])),
     "available missing": answer(200, {"disks": [{k: v for k, v in DISK.items() if k != "available"}], "shares": []}),

@@ -129,6 +129,8 @@ void expectText(const QString& actual, const QString& expected) {
 TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
     const QString invalid = u"@the answer is not valid JSON…"_s;
     const QString tooLarge = u"@The answer is larger than 8 MiB."_s;
+    const QString largeHeaders = u"@The answer's headers are larger than 100 KiB."_s;
+    const QString cut = u"@The answer broke off within its headers."_s;
     const QString connected = u"Connected — 2 share(s), 1 usable disk(s)"_s;
     const QString none = u"Connected — 0 share(s), 0 usable disk(s)"_s;
     const std::vector<Row> rows{
@@ -140,6 +142,17 @@ TEST_F(AgentClient, TellsEveryWayInWhichTheDriveListingEnds) {
         {u"8 MiB"_s, connected},
         {u"8 MiB and one"_s, tooLarge},
         {u"silent chunks"_s, u"@The request timed out."_s},
+        {u"cut in its headers"_s, cut},
+        {u"cut in its chunks"_s, u"@transfer closed…"_s},
+        {u"cut after a chunk"_s, u"@transfer closed…"_s},
+        {u"to the connection's end"_s, connected},
+        {u"a length beyond all"_s, tooLarge},
+        {u"continues"_s, connected},
+        {u"continues and ends"_s, u"@Empty reply…"_s},
+        {u"continues for ever"_s, u"@The request timed out."_s},
+        {u"endless header"_s, largeHeaders},
+        {u"endless headers"_s, largeHeaders},
+        {u"endless trailers"_s, largeHeaders},
         {u"deep nesting"_s, invalid},
         {u"wrong type"_s, u"@\"shares[1].free_bytes\" should be an integer, but is a string"_s},
         {u"available missing"_s, u"@\"disks[0].available\" is missing"_s},
@@ -188,6 +201,8 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
         {u"refused oddly"_s, u"{\"error\": 7, \"message\": [\"x\"]}"_s},
         {u"broken bytes"_s, u"Create failed"_s},
         {u"elsewhere on this host"_s, u"moved away"_s},
+        {u"cut in its headers"_s, u"The answer broke off within its headers."_s},
+        {u"cut in its body"_s, u"transfer closed…"_s},
         {u"closes at once"_s, u"…"_s},
     };
     runAll(rows, &AppModel::completeAuthFlow, [&](Case& one, const Row& row) {
@@ -204,6 +219,15 @@ TEST_F(AgentClient, TellsEveryWayInWhichAnAccountIsNotCreated) {
     for (const auto& [behaviour, expected, isMounted] : rows)
         EXPECT_EQ(seen.count(behaviour), behaviour == u"created"_s ? 3U : 1U)
             << "an account is asked for once: " << behaviour.toStdString();
+}
+
+TEST_F(AgentClient, SendsNothingWhereTheAddressNamesNoHost) {
+    Case& one = add({});
+    QString told;
+    one.http.send({QUrl(u"http:///api/disks"_s), "GET", 15s, {}, {}},
+                  [&](const HttpOutcome& outcome) { told = std::get<HttpFailure>(outcome).description; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !told.isEmpty(); }, 20'000));
+    EXPECT_EQ(told, u"The address names no host."_s);
 }
 
 TEST_F(AgentClient, WaitsNoLongerForNamesThanForAnswersAndNotAtAllWhenItLeaves) {

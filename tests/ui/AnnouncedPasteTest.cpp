@@ -1,4 +1,5 @@
 #include "app/AnnouncedPaste.h"
+#include "app/OpenedFiles.h"
 #include "support/ModelFixture.h"
 #include "support/PrivateBus.h"
 
@@ -72,6 +73,25 @@ TEST_F(AnnouncedPastes, AreToldOnTheDesktopWhereNoWindowOfOursIsActive) {
     service.choose(8);
     service.choose(7);
     EXPECT_TRUE(QTest::qWaitFor([this] { return !token.isEmpty(); }));
+}
+
+TEST_F(AnnouncedPastes, FilesThatAreOpenedAreToldOnceHoweverManyTheyAre) {
+    Service service;
+    OpenedFiles opened(model, fake.time, notification);
+    TaskScope tasks(fake.time, [](const std::exception_ptr&) { ADD_FAILURE() << "an exception escaped"; });
+    fake.files.entries = {{"/a", false}, {"/b", false}};
+    for (const auto& [outcome, queued] : {std::pair(u"Mount failed — cannot transfer"_s, 0),
+                                          {u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s, 2}}) {
+        letProgramsFail("refused");
+        if (queued > 0)
+            letMountsSucceed();
+        opened.open({QUrl(u"file:///a"_s), QUrl(u"file:///b"_s)}, tasks);
+        fake.time.advance(std::chrono::seconds(2));
+        EXPECT_TRUE(tasks.isEmpty());
+        EXPECT_EQ(model.transfers.totalCount, queued) << "each is handed over";
+        ASSERT_TRUE(QTest::qWaitFor([&service] { return !service.shown.isEmpty(); }));
+        EXPECT_EQ(std::exchange(service.shown, {}), QStringList{outcome});
+    }
 }
 
 } // namespace ternvault::test

@@ -72,6 +72,27 @@ TEST_F(Panel, ShowsNamesAsTheyAre) {
     EXPECT_EQ(text.toolTip(), u""_s);
 }
 
+TEST_F(Panel, AnEndlessTextHoldsNobodyUp) {
+    const QString endless = u"<b>It</b> & it\n"_s.repeated(500'000);
+    model.status = endless;
+    transfers.errorCount = 1;
+    transfers.lastError = endless;
+    QElapsedTimer timer;
+    timer.start();
+    settle();
+    int shown = 0;
+    for (ClampedText* const text : all<ClampedText>()) {
+        QHelpEvent help(QEvent::ToolTip, {}, text->mapToGlobal(QPoint()));
+        QApplication::sendEvent(text, &help);
+        settle();
+        EXPECT_LT(nameOf(*text).size(), 5000);
+        shown += nameOf(*text).endsWith(u'…') ? 1 : 0;
+    }
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(shown, 2);
+    EXPECT_EQ(*model.status, endless);
+}
+
 TEST_F(Panel, AClickOnTheZoneOnlyActivates) {
     DropZone& zone = *all<DropZone>().first();
     QLabel& headline = *zone.findChildren<QLabel*>().first();

@@ -85,6 +85,30 @@ TEST_F(Intake, APasteComesToTheFrontThenMountsThenQueues) {
     EXPECT_EQ(model.transfers.totalCount, 1);
 }
 
+TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
+    AppModel& model = startWithAccount();
+    fake.processes.executables = {u"/usr/bin/rsync"_s};
+    QStringList started;
+    for (const bool succeeds : {false, true}) {
+        letProgramsFail("refused");
+        if (succeeds)
+            letMountsSucceed();
+        fake.time.holdBackground = true;
+        for (const QString& file : {u"file:///s/c"_s, u"file:///s/a"_s, u"file:///s/b%20b"_s})
+            perform(model.handleIncomingFileURLs({QUrl(file)}));
+        EXPECT_EQ(model.transfers.totalCount, 0);
+        const Subscription subscription = model.transfers.objectWillChange.subscribe([&] {
+            if (const QString name = model.transfers.currentFileName; !name.isEmpty())
+                started.removeAll(name), started << name;
+        });
+        fake.time.holdBackground = false;
+        fake.time.advance(1s);
+        EXPECT_EQ(mounts(), succeeds ? 2U : 1U) << "one attempt for all of them";
+        EXPECT_EQ(model.transfers.totalCount, succeeds ? 3 : 0);
+    }
+    EXPECT_EQ(started, (QStringList{u"c"_s, u"a"_s, u"b b"_s}));
+}
+
 TEST_F(Intake, WhatIsNoFileOfThisPCIsCountedAndReportedAsMissing) {
     fake.files.entries["/Volumes/MOSSBOX1"] = true;
     AppModel& model = start();

@@ -1,3 +1,4 @@
+#include "agent/JsonDecoding.h"
 #include "support/ModelFixture.h"
 
 namespace ternvault::test {
@@ -29,6 +30,60 @@ TEST_F(DriveListing, AsksWhereTheSettingsPoint) {
         EXPECT_EQ(asked.join(u' '), expected);
         EXPECT_EQ(model.isBusy, !asked.isEmpty());
         EXPECT_EQ(*model.status == u"Invalid server IP"_s, asked.isEmpty());
+    }
+}
+
+TEST_F(DriveListing, AsksNobodyWhereTheAddressNamesNoHost) {
+    AppModel& model = startWithAccount();
+    model.agentToken = u"t"_s;
+    const QString noHost = u"The address names no host."_s;
+    for (const QString& address : {u"/192.168.1.20"_s, u" http:///x"_s, u"/"_s, u"?"_s, u"#"_s, u"?@pc"_s}) {
+        model.serverIP = address;
+        perform(model.fetchDisks());
+        EXPECT_EQ(*model.status, u"Cannot reach agent at "_s + address + u":8743 — "_s + noHost);
+        perform(model.completeAuthFlow());
+        EXPECT_EQ(model.setupError->value_or(QString()), noHost);
+    }
+    const QString signs = u"/?#@:[]\\%.a "_s;
+    for (int word = 0; word < 12 * 12 * 12 * 3; ++word) {
+        model.serverIP = QString(signs[word % 12]) + signs[word / 12 % 12] + signs[word / 144 % 12];
+        model.agentPort = std::array{u"8743"_s, u""_s, u"@pc"_s}[static_cast<std::size_t>(word / 1728)];
+        perform(model.fetchDisks());
+    }
+    EXPECT_FALSE(fake.http.requests.empty());
+    for (const HttpRequest& request : fake.http.requests)
+        EXPECT_NE(request.url.host(), QString()) << request.url.toEncoded().constData();
+}
+
+TEST(AgentRecords, JudgeIntegersFromTheirDigits) {
+    for (const auto& [digits, expected] : {std::pair<const char*, std::optional<std::int64_t>>("1.0", 1),
+                                           {"9e3", 9000},
+                                           {"-120.50e+1", -1205},
+                                           {"500e-2", 5},
+                                           {"-0.000e-99999999999999999999", 0},
+                                           {"9223372036854775807", 9223372036854775807},
+                                           {"92233720368547758070E-1", 9223372036854775807},
+                                           {"-9223372036854775808.0", -9223372036854775807 - 1},
+                                           {"9223372036854775807.5", {}},
+                                           {"9223372036854775808", {}},
+                                           {"-9223372036854775809", {}},
+                                           {"18446744073709551616", {}},
+                                           {"0.99999999999999999999", {}},
+                                           {"1.00000000000000000001", {}},
+                                           {"1e-1", {}},
+                                           {"1e19", {}},
+                                           {"1e-99999999999999999999", {}}}) {
+        const QByteArray share =
+            QByteArray(R"({"name":"","path":"","total_bytes":0,"smb_url":"","free_bytes":)");
+        std::optional<std::int64_t> told;
+        try {
+            told = decodeDisksResponse(R"({"disks":[],"shares":[)" + share + digits + "}]}")
+                       .shares[0]
+                       .free_bytes;
+        } catch (const DecodingError& error) {
+            EXPECT_STREQ(error.what(), "\"shares[0].free_bytes\" is not an integer of 64 bits");
+        }
+        EXPECT_EQ(told, expected) << digits;
     }
 }
 

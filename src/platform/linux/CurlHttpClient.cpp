@@ -20,6 +20,10 @@ namespace {
 
 constexpr int mostRedirects = 20;
 constexpr int httpPort = 80;
+/// Below it are interim answers.
+constexpr long firstFinalStatus = 200;
+/// libcurl has the same limit for one line.
+constexpr qint64 largestHeaders = qint64(100) * 1024;
 /// How often a silent exchange is looked at, in milliseconds.
 constexpr int lookInterval = 500;
 
@@ -28,11 +32,21 @@ curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
     return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
-bool canBeWritten(const HttpRequest& request) {
-    return std::none_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
+bool holdsLineBreak(const HttpRequest& request) {
+    return std::any_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
         return std::any_of(header.second.begin(), header.second.end(),
                            [](char byte) { return byte == '\r' || byte == '\n' || byte == '\0'; });
     });
+}
+
+/// Why the request is not sent at all.
+std::optional<HttpFailure> refusal(const HttpRequest& request) {
+    // In an address without a host, libcurl takes the first part of the path for one.
+    if (request.url.host().isEmpty())
+        return HttpFailure::noHost();
+    if (holdsLineBreak(request))
+        return HttpFailure{HttpFailure::Kind::transport, u"The request's header holds a line break."_s};
+    return std::nullopt;
 }
 
 } // namespace
@@ -62,7 +76,7 @@ public:
     /// Prepares the next request when the answer is a redirect to be followed.
     bool isRedirected(CURLcode result) {
         const std::optional<QUrl> target = redirection();
-        if (result != CURLE_OK || !target || redirects_ == mostRedirects)
+        if (result != CURLE_OK || !areHeadersWhole_ || !target || redirects_ == mostRedirects)
             return false;
         ++redirects_;
         request_.url = *target;
@@ -72,8 +86,11 @@ public:
 
     HttpOutcome outcome(CURLcode result) const {
         using Kind = HttpFailure::Kind;
-        if (isTooLarge_)
+        if (isTooLarge_ || result == CURLE_FILESIZE_EXCEEDED)
             return HttpFailure{Kind::transport, u"The answer is larger than 8 MiB."_s};
+        // A line beyond its limit is what libcurl calls out of memory.
+        if (headerSize_ > largestHeaders || result == CURLE_OUT_OF_MEMORY)
+            return HttpFailure{Kind::transport, u"The answer's headers are larger than 100 KiB."_s};
         if (result == CURLE_ABORTED_BY_CALLBACK || result == CURLE_OPERATION_TIMEDOUT)
             return HttpFailure{Kind::transport, u"The request timed out."_s};
         // What does not begin like HTTP could only be its version 0.9, which is not taken.
@@ -81,6 +98,9 @@ public:
             return HttpFailure{Kind::notHttp, u"The answer is not HTTP."_s};
         if (result != CURLE_OK)
             return HttpFailure{Kind::transport, description(result)};
+        // libcurl takes a connection that closes there for the headers' end.
+        if (!areHeadersWhole_)
+            return HttpFailure{Kind::transport, u"The answer broke off within its headers."_s};
         if (redirection())
             return HttpFailure{Kind::transport, u"The answer leads round in a circle."_s};
         return HttpResponse{static_cast<int>(status()), body_};
@@ -110,6 +130,8 @@ private:
         curl_easy_setopt(easy_, CURLOPT_PREREQDATA, this);
         curl_easy_setopt(easy_, CURLOPT_HEADERFUNCTION, &Exchange::takeHeader);
         curl_easy_setopt(easy_, CURLOPT_HEADERDATA, this);
+        // Without it, a length that fits into no number would count as none.
+        curl_easy_setopt(easy_, CURLOPT_MAXFILESIZE_LARGE, curl_off_t(largestBody));
         curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, &Exchange::take);
         curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
         curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
@@ -125,6 +147,8 @@ private:
     void setTarget() {
         curl_easy_setopt(easy_, CURLOPT_URL, request_.url.toEncoded(QUrl::RemoveFragment).constData());
         body_.clear();
+        areHeadersWhole_ = false;
+        headerSize_ = 0;
         progress_ = {};
         noteProgress();
     }
@@ -163,10 +187,18 @@ private:
         return CURL_PREREQFUNC_OK;
     }
 
-    /// Called for every line; the last one counts, so that headers cannot go on for ever.
+    /// Called for every line, those of interim answers and trailers too. Progress is the end of the answer's
+    /// own headers alone, so that none of them goes on for ever.
     static std::size_t takeHeader(const char* line, std::size_t, std::size_t size, void* user) {
-        if (line[0] == '\r' || line[0] == '\n')
-            static_cast<Exchange*>(user)->noteProgress();
+        auto& self = *static_cast<Exchange*>(user);
+        self.headerSize_ += static_cast<qint64>(size);
+        if (self.headerSize_ > largestHeaders)
+            return 0;
+        const bool isEnd = line[0] == '\r' || line[0] == '\n';
+        if (isEnd && !self.areHeadersWhole_ && self.status() >= firstFinalStatus) {
+            self.areHeadersWhole_ = true;
+            self.noteProgress();
+        }
         return size;
     }
 
@@ -194,6 +226,8 @@ private:
     CURL* easy_;
     curl_slist* headers_ = nullptr;
     std::array<char, CURL_ERROR_SIZE> error_{};
+    bool areHeadersWhole_ = false;
+    qint64 headerSize_ = 0;
     QByteArray body_;
     bool isTooLarge_ = false;
     int redirects_ = 0;
@@ -225,10 +259,8 @@ CurlHttpClient::~CurlHttpClient() {
 }
 
 void CurlHttpClient::send(const HttpRequest& request, std::function<void(HttpOutcome)> done) {
-    if (!canBeWritten(request)) {
-        mainLoop_.post([done = std::move(done)] {
-            done(HttpFailure{HttpFailure::Kind::transport, u"The request's header holds a line break."_s});
-        });
+    if (const std::optional<HttpFailure> refused = refusal(request)) {
+        mainLoop_.post([done = std::move(done), failure = *refused] { done(failure); });
         return;
     }
     auto exchange = std::make_unique<Exchange>(request, std::move(done));
