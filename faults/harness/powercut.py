@@ -17,6 +17,7 @@ def restore(durable, folder):
             number, name = line.split(" ", 1)
             content = pathlib.Path(durable) / f"{number}.content"
             (place / name).write_bytes(content.read_bytes() if content.exists() else b"")
+            (place / name).chmod(0o600)
             shutil.chown(place / name, *owner_of(place))
 
 
