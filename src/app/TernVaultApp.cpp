@@ -61,7 +61,7 @@ QMessageBox* makeAboutBox(QWidget& window) {
 
 TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices)
     : notices_(notices), appearance_(isDark(QGuiApplication::palette())), theme_(application, appearance_),
-      desktopState_(desktopStateFile(services), QSettings::IniFormat),
+      doubleClicks_(application), desktopState_(desktopStateFile(services), QSettings::IniFormat),
       filePanel_(desktopState_, mountedMedia, services.background(), services.mainLoop()),
       pasteboard_(*QApplication::clipboard()),
       platform_(services.platform({filePanel_, pasteboard_, activation_})), model_(platform_),

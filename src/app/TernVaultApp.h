@@ -23,6 +23,7 @@
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/finder/FinderScripts.h"
 #include "platform/linux/finder/WatchedTap.h"
+#include "ui/DoubleClickGuard.h"
 #include "ui/FileChooser.h"
 #include "ui/Theme.h"
 
@@ -72,6 +73,7 @@ private:
     /// Made before the theme sets a palette of ours.
     PortalAppearance appearance_;
     Theme theme_;
+    DoubleClickGuard doubleClicks_;
     /// Window placement and other things of this desktop alone.
     QSettings desktopState_;
     FileChooser filePanel_;

@@ -102,6 +102,44 @@ TEST_F(Panel, AClickOnTheZoneOnlyActivates) {
     EXPECT_FALSE(transfers.isTransferring);
 }
 
+/// Each click at the edge of its button, where the other one comes under the pointer.
+TEST_F(Panel, TheSecondClickOfADoubleClickDoesNotUndoTheFirst) {
+    fake.time.holdBackground = true;
+    fake.files.entries = {{"/Volumes/MOSSBOX1", true}, {"/letter", false}};
+    fake.pasteboard.urls = {QUrl(u"file:///letter"_s)};
+    QPushButton& paste = button(u"Paste files now"_s);
+    QPushButton& cancel = button(u"Cancel"_s);
+    const auto click = [this](QPoint at) {
+        const int time = QTest::lastMouseTimestamp;
+        QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
+        settle();
+        // QTest keeps clicks apart.
+        QTest::lastMouseTimestamp = time + 100;
+    };
+    const auto pause = [] { QTest::lastMouseTimestamp += 1000; };
+    const auto edge = [this](QWidget& of, int x) { return of.mapTo(&window, QPoint(x, of.height() / 2)); };
+
+    for (int time = 0; time < 2; ++time) {
+        const QPoint right = edge(paste, paste.width() - 2);
+        pause();
+        for (int clicks = 0; clicks < 3; ++clicks) {
+            click(right);
+            EXPECT_TRUE(transfers.isTransferring) << "begun, and not cancelled";
+            ASSERT_EQ(window.childAt(right), &cancel);
+        }
+        const QPoint left = edge(cancel, 2);
+        pause();
+        for (int clicks = 0; clicks < 3; ++clicks) {
+            click(left);
+            EXPECT_FALSE(transfers.isTransferring) << "cancelled, and not begun anew";
+            ASSERT_EQ(window.childAt(left), &paste);
+        }
+    }
+    QPushButton& add = button(u"Add Files…"_s);
+    click(edge(add, add.width() / 2));
+    EXPECT_TRUE(fake.filePanel.pending) << "a button that stayed where it is counts at once";
+}
+
 TEST_F(Panel, TenThousandJobsLeaveNothingBehind) {
     fake.processes.executables = {u"/usr/bin/rsync"_s};
     fake.files.entries = {{"/Volumes/MOSSBOX1", true}};
