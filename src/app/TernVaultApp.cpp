@@ -10,6 +10,7 @@
 #include "platform/linux/MountedMedia.h"
 #include "ui/BringForward.h"
 #include "ui/Colours.h"
+#include "ui/CopyingSheet.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -33,6 +34,13 @@ const auto takesPastesOver = u"takesPastesOver"_s;
 QString desktopStateFile(const LinuxServices& services) {
     const std::filesystem::path folder = services.state().value_or("/nonexistent") / "ternvault";
     return QString::fromStdString(folder / "desktop.ini");
+}
+
+CopyingSheet::Texts quitTexts() {
+    return {u"Quit Tern Vault?"_s,
+            u"Files are still being copied. If you quit now, the one under way may stay incomplete on "
+            u"the volume, and what waits is not copied."_s,
+            u"&Quit"_s, u"&Don't Quit"_s};
 }
 
 /// The first one mounts the volume for all; where it could not, no other one can.
@@ -104,7 +112,7 @@ void TernVaultApp::connectCommands() {
     onTrigger(commands_.settings, [this] { showSettings(); });
     onTrigger(commands_.legal, [this] { showLegalDocuments(); });
     onTrigger(commands_.about, [this] { showAbout(); });
-    onTrigger(commands_.quit, [] { QApplication::quit(); });
+    onTrigger(commands_.quit, [this] { quit(); });
     onTrigger(commands_.closeWindow, [] {
         if (QWidget* const window = QApplication::activeWindow())
             window->close();
@@ -204,6 +212,20 @@ void TernVaultApp::showLegalDocuments() {
         legalDocuments_->setAttribute(Qt::WA_DeleteOnClose);
     }
     bringForward(*legalDocuments_);
+}
+
+void TernVaultApp::quit() {
+    if (!model_.transfers.isTransferring)
+        return QApplication::quit();
+    showMainWindow();
+    // After the window, which comes to the front on the next turn.
+    QTimer::singleShot(0, &mainWindow_, [this] {
+        if (!quitSheet_) {
+            quitSheet_ =
+                new CopyingSheet(mainWindow_, model_.transfers, quitTexts(), [] { QApplication::quit(); });
+        }
+        bringForward(*quitSheet_);
+    });
 }
 
 void TernVaultApp::showAbout() {

@@ -67,6 +67,8 @@ private:
     void showSettings();
     void showLegalDocuments();
     void showAbout();
+    /// Asks first while files are being copied. The end of the session does not come here.
+    void quit();
 
     // In the order in which each uses what stands above it.
     Notices& notices_;
@@ -102,6 +104,7 @@ private:
     std::unique_ptr<SettingsWindow> settings_;
     QPointer<QWidget> legalDocuments_;
     QPointer<QWidget> about_;
+    QPointer<QWidget> quitSheet_;
     TrayIcon tray_;
 };
 
