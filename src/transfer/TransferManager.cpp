@@ -2,6 +2,7 @@
 
 #include "base/StandardizedPath.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace ternvault {
@@ -163,6 +164,13 @@ QString TransferManager::progressLabel() const {
     if (errorCount >= 1)
         label += u" · "_s + QString::number(errorCount) + u" error(s)"_s;
     return label;
+}
+
+std::vector<QString> TransferManager::waitingNames(std::size_t most) const {
+    std::vector<QString> names;
+    for (std::size_t index = 0; index < std::min(most, queue_.size()); ++index)
+        names.push_back(queue_[index].name());
+    return names;
 }
 
 void TransferManager::beginScoped(const std::vector<fs::path>& urls) {

@@ -59,6 +59,10 @@ public:
     /// For example "3/5" or "4/5 · 1 error(s)".
     QString progressLabel() const;
 
+    /// Items that wait for their turn, and the names of the first of them.
+    std::size_t waitingCount() const { return queue_.size(); }
+    std::vector<QString> waitingNames(std::size_t most) const;
+
     /// No worker loop is left, not even one that a cancel left with a copy in flight.
     bool isIdle() const { return activeLoops_ == 0; }
 
