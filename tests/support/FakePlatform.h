@@ -132,6 +132,10 @@ public:
         calls.push_back(QStringList(program) + arguments);
         return respond ? respond(calls.back()) : ProcessResult{};
     }
+    ProcessResult runHolding(const FileDescriptor&, const QString& program,
+                             const QStringList& arguments) override {
+        return run(program, arguments);
+    }
     bool isExecutable(const QString& program) const override { return executables.contains(program); }
 
     std::function<ProcessResult(const QStringList& call)> respond;
