@@ -64,6 +64,7 @@ double progressOf(const TransferManager& transfers) {
 TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation)
     : model_(model), status_(new ClampedText(statusLines, calloutLook)),
       currentFile_(new ClampedText(fileNameLines, captionLook)), progress_(new QProgressBar),
+      waiting_(new ClampedText(fileNameLines, captionLook)),
       error_(new ClampedText(errorLines, captionErrorLook)),
       dropZone_(new DropZone([&activation] { activation.activate(); })), cancel_(makeButton(cancelTitle)),
       counters_(makeText(QString(), counterLook)), clearCounters_(makeButton(clearTitle)) {
@@ -76,7 +77,7 @@ TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& acti
 
     auto* const box = new TitledBox(title, spacing, padding);
     for (QWidget* const element :
-         std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
+         std::initializer_list<QWidget*>{status_, currentFile_, progress_, waiting_, error_, dropZone_})
         box->column().addWidget(element);
     box->column().addLayout(makeBottomRow());
     auto* const whole = new QVBoxLayout(this);
@@ -141,6 +142,9 @@ void TransferPanel::renderProgress() {
     currentFile_->setVisible(showsProgress(transfers));
     progress_->setVisible(showsProgress(transfers));
     currentFile_->display(transfers.currentFileName);
+    waiting_->setVisible(transfers.waitingNote->has_value());
+    if (waiting_->display(transfers.waitingNote->value_or(QString())) && transfers.waitingNote->has_value())
+        announce(*waiting_);
     progress_->setValue(static_cast<int>(progressOf(transfers) * progressSteps));
 }
 

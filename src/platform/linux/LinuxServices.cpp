@@ -103,7 +103,8 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
     : locations_(volumesRoot()), defaults_(settingsFile(locations_), report), secretService_(secretService),
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
-      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))) {
+      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))),
+      copyTurns_(mountState(locations_)) {
     reapLeftovers(locations_.volumesRoot(), mountState(locations_));
 }
 
@@ -122,7 +123,8 @@ Platform LinuxServices::platform(const UserInterface& userInterface) {
             securityScope_,
             log_,
             workspace_,
-            http_};
+            http_,
+            copyTurns_};
 }
 
 } // namespace ternvault
