@@ -31,10 +31,10 @@ bool isActive() {
 
 } // namespace
 
-Task<> AnnouncedPaste::pasteFromClipboard() {
+Task<> AnnouncedPaste::pasteFromClipboardInto(std::filesystem::path folder) {
     if (ClipboardPasteboard::isHidden())
         co_await waitToBeActive(mainLoop_);
-    co_await model_.pasteFromClipboard();
+    co_await model_.pasteFromClipboardInto(folder);
     const QString outcome = model_.status;
     if (!isActive())
         co_await sleepFor(mainLoop_, moment);

@@ -14,7 +14,7 @@ public:
     AnnouncedPaste(AppModel& model, MainLoop& mainLoop, DesktopNotification& notification)
         : model_(model), mainLoop_(mainLoop), notification_(notification) {}
 
-    Task<> pasteFromClipboard() override;
+    Task<> pasteFromClipboardInto(std::filesystem::path folder) override;
 
     /// For hooks that may outlive it, and then do nothing.
     WeakRef<PasteTarget> weak() const { return anchor_.weak(); }
