@@ -51,6 +51,7 @@ bool offersClearing(const TransferManager& transfers) {
 TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation)
     : model_(model), status_(new ClampedText(statusLines, calloutLook)),
       currentFile_(new ClampedText(fileNameLines, captionLook)), progress_(new TransferProgress),
+      waiting_(new ClampedText(fileNameLines, captionLook)),
       error_(new ClampedText(errorLines, captionErrorLook)),
       dropZone_(new DropZone([&activation] { activation.activate(); })), cancel_(makeButton(cancelTitle)),
       counters_(makeText(QString(), counterLook)), clearCounters_(makeButton(clearTitle)) {
@@ -59,7 +60,7 @@ TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& acti
 
     auto* const box = new TitledBox(title, spacing, padding);
     for (QWidget* const element :
-         std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
+         std::initializer_list<QWidget*>{status_, currentFile_, progress_, waiting_, error_, dropZone_})
         box->column().addWidget(element);
     box->column().addLayout(makeBottomRow());
     auto* const whole = new QVBoxLayout(this);
@@ -125,6 +126,9 @@ void TransferPanel::renderProgress() {
     progress_->setVisible(showsProgress(transfers));
     currentFile_->display(transfers.currentFileName);
     progress_->display(transfers);
+    waiting_->setVisible(transfers.waitingNote->has_value());
+    if (waiting_->display(transfers.waitingNote->value_or(QString())) && transfers.waitingNote->has_value())
+        announce(*waiting_);
 }
 
 } // namespace ternvault

@@ -33,6 +33,7 @@ private:
     ClampedText* status_;
     ClampedText* currentFile_;
     TransferProgress* progress_;
+    ClampedText* waiting_;
     ClampedText* error_;
     DropZone* dropZone_;
     QPushButton* cancel_;

@@ -50,6 +50,17 @@ TEST_F(Panel, ShowsWhatTheStateCallsFor) {
     }
 }
 
+TEST_F(Panel, SaysWhatACopyWaitsForInALineOfItsOwn) {
+    const QString note = u"another <b>copy</b>"_s;
+    transfers.waitingNote = note;
+    settle();
+    EXPECT_TRUE(find<ClampedText>(note).isVisible());
+    transfers.waitingNote = std::nullopt;
+    settle();
+    for (const ClampedText* const text : all<ClampedText>())
+        EXPECT_FALSE(text->isVisible() && text->text() == note);
+}
+
 TEST_F(Panel, ShowsNamesAsTheyAre) {
     const QString name = u"<b>Tom</b> & <i>"_s + QString(400, u'x') + u"</i>.txt"_s;
     transfers.currentFileName = name;

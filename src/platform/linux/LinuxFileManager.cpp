@@ -3,8 +3,11 @@
 #include "base/FileDescriptor.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -131,13 +134,36 @@ void LinuxFileManager::revalidate(const fs::path& item) const {
 std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& root) const {
     if (!statusOf(root))
         return std::nullopt;
-    const auto pin = std::make_shared<FileDescriptor>(::open(root.c_str(), O_PATH | O_CLOEXEC));
+    const auto pin = std::make_shared<FileDescriptor>(::open(root.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     const auto status = cachedStatus(pin->get(), {}, AT_EMPTY_PATH);
     if (!*pin || !status)
         return std::nullopt;
     if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0 && isBelowVolumesRoot(root))
         return std::nullopt;
     return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id, pin};
+}
+
+EntryKind LinuxFileManager::kindOnVolume(const VolumeIdentity& volume, const fs::path& item) const {
+    const int root = static_cast<const FileDescriptor*>(volume.pin.get())->get();
+    const auto rootStatus = cachedStatus(root, {}, AT_EMPTY_PATH);
+    if (rootStatus && S_ISLNK(rootStatus->stx_mode))
+        return EntryKind::link;
+    open_how how{};
+    how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV;
+    // glibc 2.36 has no function for it.
+    const FileDescriptor entry(
+        static_cast<int>(::syscall(SYS_openat2, root, item.c_str(), &how, sizeof how)));
+    if (!entry && errno == ENOENT)
+        return EntryKind::none;
+    if (!entry && errno == ELOOP)
+        return EntryKind::link;
+    if (!entry && errno == EXDEV)
+        return EntryKind::elsewhere;
+    const auto status = entry ? cachedStatus(entry.get(), {}, AT_EMPTY_PATH) : std::nullopt;
+    if (!status)
+        fail(errno, item);
+    return S_ISLNK(status->stx_mode) ? EntryKind::link : EntryKind::onVolume;
 }
 
 } // namespace ternvault

@@ -31,6 +31,7 @@ public:
     void remove(const std::filesystem::path& path) override;
     void revalidate(const std::filesystem::path& item) const override;
     std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override;
+    EntryKind kindOnVolume(const VolumeIdentity& volume, const std::filesystem::path& item) const override;
 
 private:
     void createDirectory(const std::filesystem::path& path) const;

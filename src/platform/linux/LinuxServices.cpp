@@ -130,7 +130,8 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
       files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))),
-      leftoversProblem_(reapingProblem(locations_.volumesRoot(), mountState(locations_))) {}
+      leftoversProblem_(reapingProblem(locations_.volumesRoot(), mountState(locations_))),
+      copyTurns_(mountState(locations_)) {}
 
 Platform LinuxServices::platform(const UserInterface& userInterface) {
     return {mainLoop_,
@@ -147,7 +148,8 @@ Platform LinuxServices::platform(const UserInterface& userInterface) {
             securityScope_,
             log_,
             workspace_,
-            http_};
+            http_,
+            copyTurns_};
 }
 
 } // namespace ternvault
