@@ -28,6 +28,8 @@ struct Node {
     bool gone = false;
     /// Files open for writing; see isBeingWritten().
     std::vector<std::weak_ptr<Handle>> writers;
+    /// How many writes were accepted, through whichever handle.
+    std::uint64_t writes = 0;
     /// What the volume says of the file while it is being written.
     Entry entry;
     /// While it is being written: what was written from here on has not been there before.

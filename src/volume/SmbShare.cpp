@@ -206,7 +206,11 @@ SmbShare::File SmbShare::open(const std::string& path, int flags) {
 
 void SmbShare::close(File file) {
     const InCall call(watch_);
-    checked(smbc_getFunctionClose(context_)(context_, file));
+    if (smbc_getFunctionClose(context_)(context_, file) < 0) {
+        // It may still be open on the server, which then keeps others from it until the connection ends.
+        spoiled_ = true;
+        fail();
+    }
 }
 
 std::size_t SmbShare::read(File file, std::uint64_t offset, char* buffer, std::size_t size) {
@@ -258,7 +262,12 @@ void SmbShare::setTimes(const std::string& path, timespec accessed, timespec mod
     const auto url = urlOf(path);
     const InCall call(watch_);
     timeval times[] = {toTimeval(accessed), toTimeval(modified)};
-    checked(smbc_getFunctionUtimes(context_)(context_, url.c_str(), times));
+    if (smbc_getFunctionUtimes(context_)(context_, url.c_str(), times) < 0) {
+        // After one refusal the library opens whatever it sets times of, for the rest of the connection; with
+        // a directory that cannot succeed.
+        spoiled_ = errno == EISDIR;
+        fail();
+    }
 }
 
 void SmbShare::makeDirectory(const std::string& path) {

@@ -51,6 +51,8 @@ public:
     SmbShare& operator=(const SmbShare&) = delete;
 
     unsigned generation() const { return generation_; }
+    /// Whether only a fresh connection helps, though this one lives.
+    bool isSpoiled() const { return spoiled_; }
 
     /// All entries except "." and "..".
     Listing list(const std::string& directory);
@@ -85,6 +87,7 @@ private:
     unsigned generation_;
     std::string base_;
     SMBCCTX* context_;
+    bool spoiled_ = false;
 };
 
 } // namespace ternvault::volume

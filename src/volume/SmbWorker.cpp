@@ -190,6 +190,8 @@ void SmbWorker::run(const Item& item) {
     lock.unlock();
     if (error != 0 && item.request && !handedOver)
         item.request->error(error);
+    if (share_->isSpoiled())
+        lose();
 }
 
 void SmbWorker::lose() {

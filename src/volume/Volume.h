@@ -157,6 +157,7 @@ private:
     void noteChange(Node& node);
     void queueDrain(const HandlePtr& handle);
     void drain(SmbShare& share, const HandlePtr& handle);
+    HandlePtr nextToSend(const HandlePtr& handle) const;
     void drainNode(SmbShare& share, const NodePtr& node);
     void admitStalled(Handle& handle);
     void closeHandle(SmbShare& share, const HandlePtr& handle);

@@ -176,7 +176,7 @@ void Volume::write(const RequestPtr& request, std::uint64_t file, const char* by
     node.entry.size = std::max(node.entry.size, offset + size);
     noteChange(node);
     if (handle->stalled.empty() && handle->pending.hasRoomFor(size)) {
-        handle->pending.append(offset, bytes, size);
+        handle->pending.append(++node.writes, offset, bytes, size);
         request->written(size);
     } else {
         handle->stalled.push_back({request, offset, {bytes, bytes + size}});
@@ -210,10 +210,22 @@ void Volume::queueDrain(const HandlePtr& handle) {
 void Volume::admitStalled(Handle& handle) {
     while (!handle.stalled.empty() && handle.pending.hasRoomFor(handle.stalled.front().bytes.size())) {
         const auto& write = handle.stalled.front();
-        handle.pending.append(write.offset, write.bytes.data(), write.bytes.size());
+        handle.pending.append(++handle.node->writes, write.offset, write.bytes.data(), write.bytes.size());
         write.request->written(write.bytes.size());
         handle.stalled.pop_front();
     }
+}
+
+/// Whose bytes come before those of `handle`, which has some unsent: through another handle of the file older
+/// ones may wait for the same place. Lock held.
+HandlePtr Volume::nextToSend(const HandlePtr& handle) const {
+    auto next = handle;
+    for (const auto& writer : handle->node->liveWriters()) {
+        const auto& pending = writer->pending;
+        if (isLive(*writer) && pending.hasUnsent() && pending.oldestTurn() < next->pending.oldestTurn())
+            next = writer;
+    }
+    return next;
 }
 
 /// Returns when all that was accepted is on the server; throws after a lost write.
@@ -222,8 +234,9 @@ void Volume::drain(SmbShare& share, const HandlePtr& handle) {
     while (handle->pending.hasUnsent()) {
         if (!isLive(*handle))
             fail(EIO);
-        const auto chunk = handle->pending.takeChunk();
-        const auto file = handle->file;
+        const auto writer = nextToSend(handle);
+        const auto chunk = writer->pending.takeChunk();
+        const auto file = writer->file;
         auto& node = *handle->node;
         const auto overwritten =
             chunk.offset < node.sizeOnServer && !node.gone ? std::optional(node.path) : std::nullopt;
@@ -239,10 +252,10 @@ void Volume::drain(SmbShare& share, const HandlePtr& handle) {
         }
         lock.lock();
         node.sizeOnServer = std::max(node.sizeOnServer, chunk.offset + chunk.bytes.size());
-        if (handle->lostError)
+        if (writer->lostError)
             break;
-        handle->pending.confirm(chunk.bytes.size());
-        admitStalled(*handle);
+        writer->pending.confirm(chunk.bytes.size());
+        admitStalled(*writer);
     }
     if (handle->lostError)
         fail(handle->lostError);

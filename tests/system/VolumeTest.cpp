@@ -140,6 +140,34 @@ TEST_F(Volume, ALossKeepsItsReason) {
     EXPECT_EQ(::umount2(served().c_str(), MNT_DETACH), 0);
 }
 
+TEST_F(Volume, TwoHandlesOfOneFileWriteInOrder) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    const int one = ::open((volume() / "item").c_str(), O_WRONLY | O_CREAT, 0644);
+    const int other = ::open((volume() / "item").c_str(), O_WRONLY);
+    server("pause");
+    EXPECT_EQ(::pwrite(one, "first", 5, 100), 5);
+    EXPECT_EQ(::pwrite(other, "older", 5, 0), 5);
+    EXPECT_EQ(::pwrite(one, "newer", 5, 0), 5);
+    server("resume");
+    EXPECT_EQ(::close(one), 0);
+    EXPECT_EQ(::close(other), 0);
+    EXPECT_EQ(readFile(served("item")).substr(0, 5), "newer");
+}
+
+TEST_F(Volume, WhatWasForbiddenOnceWorksAgainWhenItIsAllowed) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    ASSERT_TRUE(fs::create_directory(volume() / "folder"));
+    const timespec times[] = {{1'500'000'000, 0}, {1'500'000'000, 0}};
+    const auto setTimes = [&] {
+        return errorOf(::utimensat(AT_FDCWD, (volume() / "folder").c_str(), times, 0));
+    };
+    ASSERT_EQ(::chmod(served().c_str(), 0), 0);
+    EXPECT_NE(setTimes(), 0);
+    ASSERT_EQ(::chmod(served().c_str(), 0777), 0);
+    EXPECT_TRUE(eventually([&] { return setTimes() == 0; }, 10s));
+    EXPECT_EQ(modified(served("folder")), 1'500'000'000);
+}
+
 TEST_F(Volume, RsyncSendsNothingTwice) {
     ASSERT_EQ(mount().exitStatus, 0);
     const fs::path tree = source / "tree";

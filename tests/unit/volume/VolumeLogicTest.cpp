@@ -112,15 +112,16 @@ TEST(WriteBehind, IsBoundedAndJoinsWhatContinues) {
     WriteBehind pending;
     const std::vector<char> bytes(WriteBehind::chunkSize / 2, 'x');
     std::uint64_t offset = 0;
+    std::uint64_t turn = 0;
     for (; pending.hasRoomFor(bytes.size()); offset += bytes.size())
-        pending.append(offset, bytes.data(), bytes.size());
+        pending.append(++turn, offset, bytes.data(), bytes.size());
     EXPECT_EQ(offset, WriteBehind::capacity);
     const auto first = pending.takeChunk();
     EXPECT_EQ(first.bytes.size(), WriteBehind::chunkSize);
     EXPECT_FALSE(pending.hasRoomFor(1)) << "not confirmed yet";
     pending.confirm(first.bytes.size());
     ASSERT_TRUE(pending.hasRoomFor(bytes.size()));
-    pending.append(offset + 1, bytes.data(), 3);
+    pending.append(++turn, offset + 1, bytes.data(), 3);
     std::size_t chunks = 0;
     for (; pending.hasUnsent(); ++chunks)
         pending.confirm(pending.takeChunk().bytes.size());
