@@ -12,6 +12,9 @@ namespace ternvault::test {
 /// Changes a file again and again, as somebody who writes to it would, for as long as it lives.
 class RestlessFile {
 public:
+    /// A busy machine may not let it run during one copy.
+    static constexpr int copiesAtMost = 1000;
+
     explicit RestlessFile(std::filesystem::path file)
         : thread_([file = std::move(file)](const std::stop_token& stop) {
               for (std::array<timespec, 2> times{}; !stop.stop_requested(); ++times[1].tv_sec)

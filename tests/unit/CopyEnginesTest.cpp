@@ -218,7 +218,10 @@ TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
 
     {
         const RestlessFile changing(source);
-        EXPECT_EQ(codeOf([&] { chunkedCopy(files, source, target); }), TransferError::notCopied);
+        int code = 0;
+        for (int copies = 0; code == 0 && copies < RestlessFile::copiesAtMost; ++copies)
+            code = codeOf([&] { chunkedCopy(files, source, target); });
+        EXPECT_EQ(code, TransferError::notCopied);
         EXPECT_TRUE(isUnfinished(target));
     }
     fs::remove(target);

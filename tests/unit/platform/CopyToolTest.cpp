@@ -103,9 +103,12 @@ TEST_F(CopyTool, LeavesNeitherAFileThatChangedForWholeNorTheFolderForALink) {
     writeFile(from / "sub/item", "x");
     writeFile(from / "file", std::string(8 << 20, 'x'));
     const RestlessFile changing(from / "file");
-    EXPECT_EQ(ditto(from, to).standardError.toStdString(), (from / "file").native() +
-                                                               ": Changed while it was copied\n" +
-                                                               (to / "sub").native() + ": File exists\n");
+    const std::string expected = (from / "file").native() + ": Changed while it was copied\n" +
+                                 (to / "sub").native() + ": File exists\n";
+    std::string said;
+    for (int copies = 0; said != expected && copies < RestlessFile::copiesAtMost; ++copies)
+        said = ditto(from, to).standardError.toStdString();
+    EXPECT_EQ(said, expected);
     EXPECT_EQ(statusOf(to / "file").st_mtim.tv_sec, unfinishedTime.tv_sec);
     EXPECT_TRUE(fs::is_empty(folder / "elsewhere"));
 }
