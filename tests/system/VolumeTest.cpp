@@ -3,7 +3,9 @@
 #include "platform/linux/programs/MountVolumeScript.h"
 #include "support/RealPC.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <set>
 #include <thread>
 
 #include <fcntl.h>
@@ -100,6 +102,28 @@ TEST_F(Volume, AnotherSpellingNeverOverwrites) {
     EXPECT_EQ(errorOf(::rename((volume() / "other").c_str(), (volume() / "name").c_str())), 0);
     EXPECT_EQ(errorOf(::rename((volume() / "name").c_str(), (volume() / "Name").c_str())), 0);
     EXPECT_EQ(readFile(served("Name")), "two");
+}
+
+TEST_F(Volume, NamesThatTheProtocolReservesAreNamesLikeOthers) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    const std::set<std::string> names{"aux.h", "Con",         "prn.txt", "com1",
+                                      "COM5",  "lpt4.tar.gz", "aux.",    "nul "};
+    for (const char* round : {"one", "longer"}) {
+        for (const auto& name : names) {
+            writeFile(source / name, round + name);
+            EXPECT_NE(rsync(source / name, volume() / name), "");
+            EXPECT_EQ(readFile(volume() / name), round + name);
+        }
+        std::this_thread::sleep_for(3s); // nothing is remembered any more
+    }
+    writeFile(served("aux.c"), "of the PC's own");
+    std::set<std::string> shown;
+    for (const auto& entry : fs::directory_iterator(volume()))
+        shown.insert(entry.path().filename());
+    EXPECT_TRUE(std::ranges::includes(shown, names));
+    EXPECT_EQ(shown.size(), names.size() + 1);
+    for (const auto& name : shown)
+        EXPECT_EQ(readFile(volume() / name), names.contains(name) ? "longer" + name : "of the PC's own");
 }
 
 TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
