@@ -1,3 +1,4 @@
+#include "base/FileDescriptor.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "support/RealPC.h"
 
@@ -6,9 +7,53 @@
 #include <array>
 #include <set>
 
+#include <arpa/inet.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+
 namespace ternvault::test {
 
-class MountFaults : public RealPC {};
+class MountFaults : public RealPC {
+protected:
+    /// The machine has only this private PC's life to see another file at `place`.
+    void cover(const fs::path& place, const std::string& contents) const {
+        const fs::path cover = home / place.filename();
+        writeFile(cover, contents);
+        fs::permissions(cover, fs::perms(0755));
+        ASSERT_EQ(::mount(cover.c_str(), place.c_str(), nullptr, MS_BIND, nullptr), 0);
+    }
+};
+
+TEST_F(MountFaults, ANameWhoseOtherAddressIsSilentIsMounted) {
+    // A full backlog drops what asks for a connection.
+    sockaddr_in silent{};
+    silent.sin_family = AF_INET;
+    silent.sin_port = htons(445);
+    ::inet_pton(AF_INET, "127.0.0.66", &silent.sin_addr);
+    std::array<FileDescriptor, 4> sockets;
+    for (FileDescriptor& socket : sockets) {
+        socket = FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        const auto* address = reinterpret_cast<const sockaddr*>(&silent);
+        if (&socket == &sockets.front()) {
+            ASSERT_EQ(::bind(socket.get(), address, sizeof silent), 0);
+            ::listen(socket.get(), 0);
+        } else {
+            ::connect(socket.get(), address, sizeof silent);
+        }
+    }
+    const std::string other = read("address");
+    cover("/etc/hosts", "127.0.0.66 silent-first\n" + other + " silent-first\n" + other +
+                            " silent-last\n127.0.0.66 silent-last\n");
+    logIn();
+    for (const QString& name : {u"silent-first"_s, u"silent-last"_s}) {
+        cli({u"set"_s, u"serverIP"_s, name});
+        const Outcome mounted = cli({u"mount"_s});
+        EXPECT_EQ(mounted.status, 0) << mounted.errors;
+        EXPECT_LT(mounted.took, 3s);
+        EXPECT_EQ(cli({u"eject"_s}).status, 0);
+    }
+    ::umount2("/etc/hosts", MNT_DETACH);
+}
 
 TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {
     QTcpServer silent; // accepts in its backlog and never answers
