@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace ternvault::test {
@@ -134,6 +135,7 @@ TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
     EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1);
     EXPECT_EQ(utility({u"unmount"_s, u"force"_s, path(volume())}).exitStatus, 0);
     EXPECT_TRUE(isVolumesRootEmpty());
+    EXPECT_TRUE(readFile(served("item")) == bytes) << "what was written is let go to the server";
     EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, 2s));
     EXPECT_NE(errorOf(::write(file, bytes.data(), bytes.size())), 0);
     ::close(file);
@@ -151,6 +153,11 @@ TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
     ASSERT_TRUE(killAll());
     ASSERT_TRUE(isMountPoint(volume()));
     ASSERT_EQ(mount().exitStatus, 0) << "over a dead mount";
+    const pid_t daemon = stopDaemonWithoutKeeper();
+    EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1) << "its program does not end";
+    EXPECT_EQ(utility({u"unmount"_s, u"force"_s, path(volume())}).exitStatus, 0);
+    EXPECT_TRUE(isVolumesRootEmpty() && !ProcessIdentity::of(daemon).isAlive());
+    ASSERT_EQ(mount().exitStatus, 0);
     ASSERT_TRUE(killAll());
     ASSERT_EQ(::umount2(volume().c_str(), MNT_DETACH), 0);
     EXPECT_TRUE(isPlaceholder(volume()));
@@ -158,6 +165,17 @@ TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
     EXPECT_EQ(mount("READONLY").exitStatus, 1);
     EXPECT_FALSE(fs::exists(volume()));
     EXPECT_TRUE(fs::exists(volumes / "READONLY"));
+}
+
+TEST_F(Volume, AProcessThatEndedIsNotAliveEvenUnasked) {
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::pause();
+    const auto identity = ProcessIdentity::of(child);
+    EXPECT_TRUE(identity.isAlive() && !identity.awaitEnd(0ms));
+    identity.signal(SIGKILL);
+    EXPECT_TRUE(identity.awaitEnd(5s) && !identity.isAlive());
+    ::waitpid(child, nullptr, 0);
 }
 
 } // namespace ternvault::test

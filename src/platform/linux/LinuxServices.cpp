@@ -49,13 +49,12 @@ fs::path mountState(const LinuxFileLocations& locations) {
     return fs::temp_directory_path() / ("ternvault-mounts-" + std::to_string(locations.userId()));
 }
 
-LinuxFileManager::DeadVolumeTest deadVolumeTest(const fs::path& state) {
-    return [state](const fs::path& mountPoint) {
+LinuxFileManager::NoVolumeTest noVolumeTest(const fs::path& state) {
+    return [state](const fs::path& entry) {
         // Records name the real path; finding that asks nothing of the volume itself.
         std::error_code ignored;
-        const fs::path root = fs::canonical(mountPoint.parent_path(), ignored);
-        const std::optional<MountRecord> record = readMountRecord(state, root / mountPoint.filename());
-        return record && record->daemon.pid > 0 && !record->daemon.isAlive();
+        const fs::path root = fs::canonical(entry.parent_path(), ignored);
+        return isKnownAsNoVolume(state, root / entry.filename());
     };
 }
 
@@ -103,7 +102,7 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
     : locations_(volumesRoot()), defaults_(settingsFile(locations_), report), secretService_(secretService),
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
-      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))) {
+      files_(locations_.volumesRoot(), noVolumeTest(mountState(locations_))) {
     reapLeftovers(locations_.volumesRoot(), mountState(locations_));
 }
 

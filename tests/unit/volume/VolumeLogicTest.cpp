@@ -1,5 +1,6 @@
 #include "volume/DirectoryCache.h"
 #include "volume/LostWrites.h"
+#include "volume/MountFailure.h"
 #include "volume/MountUrl.h"
 #include "volume/NameMapping.h"
 #include "volume/SymlinkFile.h"
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <map>
 #include <random>
 #include <stdexcept>
@@ -66,6 +68,13 @@ TEST(NameMapping, KeepsDeviceNamesUnderAnotherFirstLetterAndNeverTwoNamesAsOne) 
         EXPECT_TRUE(*onServer == name || !toServerName(*onServer)) << "needs no mapping itself: " << name;
     }
     EXPECT_GT(kept.size(), 5'000U);
+}
+
+TEST(MountFailure, EveryErrorOfANetworkHasWords) {
+    for (const int error :
+         {EACCES, ENOENT, ECONNREFUSED, ETIMEDOUT, EHOSTUNREACH, ENETUNREACH, EHOSTDOWN, ENETDOWN, ENONET,
+          EADDRNOTAVAIL, ECONNRESET, ECONNABORTED, ENETRESET, ENOTCONN, ESHUTDOWN, EPIPE, EMFILE, ENOMEM})
+        EXPECT_FALSE(describeConnectError(error).starts_with("The server could not be used")) << error;
 }
 
 TEST(SymlinkFile, IsTheFormatOfOtherClients) {
