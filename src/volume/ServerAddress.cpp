@@ -112,6 +112,7 @@ private:
     /// nothing.
     const addrinfo* await() {
         std::vector<pollfd> entries;
+        entries.reserve(attempts_.size());
         for (const Attempt& attempt : attempts_)
             entries.push_back({attempt.socket.get(), POLLOUT, 0});
         const auto until = next_ < candidates_.size() ? std::min(nextStart_, end_) : end_;

@@ -138,6 +138,8 @@ protected:
         }
         EXPECT_TRUE(eventually([] { return volumeProcesses(true).size() == 1; }, 5s));
         ::kill(daemon, SIGSTOP);
+        const fs::path status = fs::path("/proc") / std::to_string(daemon) / "stat";
+        EXPECT_TRUE(eventually([&] { return readFile(status).find(") T ") != std::string::npos; }, 5s));
         return daemon;
     }
 

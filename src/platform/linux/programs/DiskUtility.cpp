@@ -54,10 +54,8 @@ std::optional<MountLock> lockIfPossible(const std::filesystem::path& state,
 /// Whatever is left of the volume, mounted or not.
 ProcessResult forcibly(const QString& path, const std::filesystem::path& state,
                        const std::filesystem::path& mountPoint) {
-    if (!hasEntry(mountPoint))
-        return {};
     if (!isVolumeMount(mountPoint) && !isPlaceholder(mountPoint) && !readMountRecord(state, mountPoint))
-        return failure(path, u"no volume is mounted there."_s);
+        return hasEntry(mountPoint) ? failure(path, u"no volume is mounted there."_s) : ProcessResult{};
     const auto lock = lockIfPossible(state, mountPoint);
     endVolume(state, mountPoint, lastBytesPatience);
     return hasEntry(mountPoint) ? failure(path, u"files of this computer lie there."_s) : ProcessResult{};
