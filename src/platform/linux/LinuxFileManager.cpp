@@ -38,8 +38,11 @@ bool isSameEntry(const struct statx& one, const struct statx& other) {
            one.stx_dev_minor == other.stx_dev_minor;
 }
 
-bool isMountRoot(const struct statx& status) {
-    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+/// The directory below a volume that is not mounted.
+bool isPlaceholder(const struct statx& status) {
+    constexpr unsigned anybodyLists = 0444;
+    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0 && S_ISDIR(status.stx_mode) &&
+           (status.stx_mode & anybodyLists) == 0;
 }
 
 fs::path withoutTrailingSlash(const fs::path& path) {
@@ -48,9 +51,9 @@ fs::path withoutTrailingSlash(const fs::path& path) {
 
 } // namespace
 
-LinuxFileManager::LinuxFileManager(const fs::path& volumesRoot, DeadVolumeTest isDeadVolume)
-    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())),
-      isDeadVolume_(std::move(isDeadVolume)) {}
+LinuxFileManager::LinuxFileManager(const fs::path& volumesRoot, NoVolumeTest isNoVolume)
+    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())), isNoVolume_(std::move(isNoVolume)) {
+}
 
 bool LinuxFileManager::exists(const fs::path& path) const {
     return statusOf(path).has_value();
@@ -64,8 +67,8 @@ bool LinuxFileManager::isDirectory(const fs::path& path) const {
 /// The kernel goes on answering for the root of a volume whose daemon is gone, from what it remembers.
 std::optional<struct statx> LinuxFileManager::statusOf(const fs::path& path) const {
     const auto status = cachedStatus(AT_FDCWD, path);
-    if (status && isMountRoot(*status) && isBelowVolumesRoot(path) &&
-        isDeadVolume_(withoutTrailingSlash(path)))
+    if (status && isBelowVolumesRoot(path) &&
+        (isPlaceholder(*status) || isNoVolume_(withoutTrailingSlash(path))))
         return std::nullopt;
     return status;
 }
@@ -138,7 +141,7 @@ std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& r
     const auto status = cachedStatus(pin->get(), {}, AT_EMPTY_PATH);
     if (!*pin || !status)
         return std::nullopt;
-    if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0 && isBelowVolumesRoot(root))
+    if (isPlaceholder(*status) && isBelowVolumesRoot(root))
         return std::nullopt;
     return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id, pin};
 }

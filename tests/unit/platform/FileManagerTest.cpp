@@ -105,6 +105,13 @@ TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
     const LinuxFileManager files(root);
     EXPECT_FALSE(files.volumeIdentity(root / "Missing"));
     EXPECT_FALSE(files.volumeIdentity(root / "Ours/"));
+    // What mounting may make of it for a moment: its user may write there and not list it.
+    fs::permissions(root / "Ours", fs::perms::owner_write | fs::perms::owner_exec);
+    EXPECT_FALSE(files.volumeIdentity(root / "Ours") || files.exists(root / "Ours"));
+    EXPECT_TRUE(files.exists(root / "Someones"));
+    const LinuxFileManager informed(root,
+                                    [](const fs::path& entry) { return entry.filename() == "Someones"; });
+    EXPECT_FALSE(informed.volumeIdentity(root / "Someones") || informed.exists(root / "Someones/"));
     EXPECT_TRUE(files.volumeIdentity(folder / "NotAVolume"));
     ASSERT_TRUE(files.volumeIdentity(root / "Someones"));
     EXPECT_EQ(files.volumeIdentity(root / "Someones"), files.volumeIdentity(root));
