@@ -20,7 +20,7 @@ MOUNTING, COPY, PER_FILE = 2000, 2500, 1000
 class Scene:
     def __init__(self, plan, binaries, shim):
         self.plan = plan
-        self.trace, self._began = [], time.monotonic()
+        self.trace, self.times, self._began = [], {}, time.monotonic()
         self.server = Server()
         if plan.fault == "share-full":
             self.server.give_share_a_disk()
@@ -66,7 +66,9 @@ class Scene:
         runs = [self.client.start("copy", *items) for items in self.workload.copies]
         self.note(f"copy of {self.workload.count()} files, {self.workload.size()} bytes")
         self._go_wrong(lambda: all(run.ended() for run in runs))
+        lifted = time.monotonic()
         outcomes = [run.finish(bounds.FIRST_RUN) for run in runs]
+        self.times["first run after the fault"] = time.monotonic() - lifted
         self._judge_first(outcomes, self.client.log_entries(since))
 
     def _moments(self):
@@ -134,6 +136,7 @@ class Scene:
             since = self.client.log_size()
             outcome = self.client.run("copy", *items, seconds=bounds.SECOND_RUN)
             entries = self.client.log_entries(since)
+            self.times[when] = outcome.took
             self.note(f"{when}: {outcome.status} after {outcome.took:.1f} s; {outcome.errors.strip()[:300]}")
             for entry in entries:
                 self.note(f"  {entry}")
@@ -147,6 +150,7 @@ class Scene:
         self.oracle.claim(processes.within(bounds.FIRST_RUN, lambda: not processes.named(processes.RSYNC)),
                           "at the end: rsync does not end")
         ejected = self.client.run("eject", seconds=bounds.EJECT)
+        self.times["eject"] = ejected.took
         self.note(f"eject: {ejected.status} after {ejected.took:.1f} s {ejected.errors.strip()}")
         self.oracle.claim(ejected.status == 0, f"at the end: eject ended with {ejected.status}: {ejected.errors}")
         self.oracle.check_nothing_left(bounds.LEFTOVERS)
@@ -155,5 +159,5 @@ class Scene:
 
     def report(self):
         return {"seed": self.plan.seed, "workload": self.plan.workload, "fault": self.plan.fault,
-                "plan": str(self.plan), "hit": self.hit, "during": self.during, "trace": self.trace,
+                "plan": str(self.plan), "hit": self.hit, "during": self.during, "trace": self.trace, "times": self.times,
                 "violations": self.oracle.violations, "took": time.monotonic() - self._began}
