@@ -27,7 +27,7 @@ int main(int argc, char* argv[]) {
         return EXIT_FAILURE;
     }
     const PasteTapBridge::Context context{pasteboard, files,      frontmost,
-                                          scripts,    "/Volumes", [] { std::abort(); }};
+                                          scripts,    "/Volumes", [](const auto&) { std::abort(); }};
     const bool areKept =
         measureTap([&context](const TappedEvent& event) { PasteTapBridge::callback(context, event); });
     return areKept ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -24,10 +24,10 @@ Task<> waitToBeActive(MainLoop& mainLoop) {
 
 } // namespace
 
-Task<> AnnouncedPaste::pasteFromClipboard() {
+Task<> AnnouncedPaste::pasteFromClipboardInto(std::filesystem::path folder) {
     if (ClipboardPasteboard::isHidden())
         co_await waitToBeActive(mainLoop_);
-    co_await model_.pasteFromClipboard();
+    co_await model_.pasteFromClipboardInto(folder);
     Task<> telling = notice_.tell(model_.status);
     co_await std::move(telling);
 }

@@ -13,7 +13,7 @@ public:
     AnnouncedPaste(AppModel& model, MainLoop& mainLoop, DesktopNotification& notification)
         : model_(model), mainLoop_(mainLoop), notice_(mainLoop, notification) {}
 
-    Task<> pasteFromClipboard() override;
+    Task<> pasteFromClipboardInto(std::filesystem::path folder) override;
 
     /// For hooks that may outlive it, and then do nothing.
     WeakRef<PasteTarget> weak() const { return anchor_.weak(); }

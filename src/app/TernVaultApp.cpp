@@ -10,6 +10,7 @@
 #include "platform/linux/MountedMedia.h"
 #include "ui/BringForward.h"
 #include "ui/Colours.h"
+#include "ui/CopyingSheet.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -36,6 +37,13 @@ QString desktopStateFile(const LinuxServices& services) {
     return QString::fromStdString(folder / "desktop.ini");
 }
 
+CopyingSheet::Texts quitTexts() {
+    return {u"Quit Tern Vault?"_s,
+            u"Files are still being copied. If you quit now, the one under way may stay incomplete on "
+            u"the volume, and what waits is not copied."_s,
+            u"&Quit"_s, u"&Don't Quit"_s};
+}
+
 QMessageBox* makeAboutBox(QWidget& window) {
     auto* const box = new QMessageBox(
         QMessageBox::NoIcon, u"About Tern Vault"_s,
@@ -52,7 +60,7 @@ QMessageBox* makeAboutBox(QWidget& window) {
 
 TernVaultApp::TernVaultApp(QApplication& application, LinuxServices& services, Notices& notices)
     : notices_(notices), appearance_(isDark(QGuiApplication::palette())), theme_(application, appearance_),
-      desktopState_(desktopStateFile(services), QSettings::IniFormat),
+      doubleClicks_(application), desktopState_(desktopStateFile(services), QSettings::IniFormat),
       filePanel_(desktopState_, mountedMedia, services.background(), services.mainLoop()),
       pasteboard_(*QApplication::clipboard()),
       platform_(services.platform({filePanel_, pasteboard_, activation_})), model_(platform_),
@@ -95,7 +103,7 @@ void TernVaultApp::connectCommands() {
     onTrigger(commands_.settings, [this] { showSettings(); });
     onTrigger(commands_.legal, [this] { showLegalDocuments(); });
     onTrigger(commands_.about, [this] { showAbout(); });
-    onTrigger(commands_.quit, [] { QApplication::quit(); });
+    onTrigger(commands_.quit, [this] { quit(); });
     onTrigger(commands_.closeWindow, [] {
         if (QWidget* const window = QApplication::activeWindow())
             window->close();
@@ -203,6 +211,20 @@ void TernVaultApp::showLegalDocuments() {
         legalDocuments_->setAttribute(Qt::WA_DeleteOnClose);
     }
     bringForward(*legalDocuments_);
+}
+
+void TernVaultApp::quit() {
+    if (!model_.transfers.isTransferring)
+        return QApplication::quit();
+    showMainWindow();
+    // After the window, which comes to the front on the next turn.
+    QTimer::singleShot(0, &mainWindow_, [this] {
+        if (!quitSheet_) {
+            quitSheet_ =
+                new CopyingSheet(mainWindow_, model_.transfers, quitTexts(), [] { QApplication::quit(); });
+        }
+        bringForward(*quitSheet_);
+    });
 }
 
 void TernVaultApp::showAbout() {

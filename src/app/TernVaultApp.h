@@ -24,6 +24,7 @@
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/finder/FinderScripts.h"
 #include "platform/linux/finder/WatchedTap.h"
+#include "ui/DoubleClickGuard.h"
 #include "ui/FileChooser.h"
 #include "ui/Theme.h"
 
@@ -68,12 +69,15 @@ private:
     void showSettings();
     void showLegalDocuments();
     void showAbout();
+    /// Asks first while files are being copied. The end of the session does not come here.
+    void quit();
 
     // In the order in which each uses what stands above it.
     Notices& notices_;
     /// Made before the theme sets a palette of ours.
     PortalAppearance appearance_;
     Theme theme_;
+    DoubleClickGuard doubleClicks_;
     /// Window placement and other things of this desktop alone.
     QSettings desktopState_;
     FileChooser filePanel_;
@@ -103,6 +107,7 @@ private:
     std::unique_ptr<SettingsWindow> settings_;
     QPointer<QWidget> legalDocuments_;
     QPointer<QWidget> about_;
+    QPointer<QWidget> quitSheet_;
     TrayIcon tray_;
 };
 

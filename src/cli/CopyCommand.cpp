@@ -47,6 +47,11 @@ void CopyCommand::showChanges() {
         printError(**transfers_.lastError);
     }
     shownError_ = *transfers_.lastError;
+    if (*transfers_.waitingNote != shownNote_ && transfers_.waitingNote->has_value()) {
+        progress_.clear();
+        printError(**transfers_.waitingNote);
+    }
+    shownNote_ = *transfers_.waitingNote;
     if (*transfers_.statusLine != shownStatus_) {
         shownStatus_ = *transfers_.statusLine;
         if (!progress_.isShown() || transfers_.isIdle())

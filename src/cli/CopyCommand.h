@@ -31,6 +31,7 @@ private:
     ProgressLine progress_;
     QString shownStatus_;
     std::optional<QString> shownError_;
+    std::optional<QString> shownNote_;
     bool interrupted_ = false;
     Interrupts interrupts_;
     Subscription watch_;

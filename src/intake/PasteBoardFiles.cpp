@@ -3,7 +3,7 @@
 #include "base/StandardizedPath.h"
 
 #include <algorithm>
-#include <string>
+#include <string_view>
 
 namespace ternvault::PasteBoardFiles {
 
@@ -32,17 +32,24 @@ std::optional<QString> finderFrontFolderPOSIX(ScriptHost& scripts) {
     return folder.isEmpty() ? std::nullopt : std::optional(folder);
 }
 
-bool finderIsOnTernVault(const FrontmostApplication& frontmost, ScriptHost& scripts,
-                         const std::filesystem::path& volumesRoot) {
+std::optional<std::filesystem::path> finderFolderOnTernVault(const FrontmostApplication& frontmost,
+                                                             ScriptHost& scripts,
+                                                             const std::filesystem::path& volumesRoot) {
     if (frontmost.bundleIdentifier() != finder)
-        return false;
+        return std::nullopt;
     const std::optional<QString> folder = finderFrontFolderPOSIX(scripts);
     if (!folder)
-        return false;
-    const std::string path = standardized(folder->toStdString());
-    return std::any_of(std::begin(volumeNames), std::end(volumeNames), [&](std::string_view name) {
-        return path.starts_with((volumesRoot / name).native());
+        return std::nullopt;
+    const std::filesystem::path path = standardized(folder->toStdString());
+    const bool isOnVolume = std::ranges::any_of(volumeNames, [&](std::string_view name) {
+        return path.native().starts_with((volumesRoot / name).native());
     });
+    return isOnVolume ? std::optional(path) : std::nullopt;
+}
+
+bool finderIsOnTernVault(const FrontmostApplication& frontmost, ScriptHost& scripts,
+                         const std::filesystem::path& volumesRoot) {
+    return finderFolderOnTernVault(frontmost, scripts, volumesRoot).has_value();
 }
 
 } // namespace ternvault::PasteBoardFiles

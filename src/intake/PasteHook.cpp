@@ -29,7 +29,9 @@ PasteHook::PasteHook(const Platform& platform, const PasteServices& services, Ta
                   services.frontmost,
                   services.scripts,
                   platform.locations.volumesRoot(),
-                  [this] { mainLoop_.post([this] { handOver(); }); }} {}
+                  [this](const std::filesystem::path& folder) {
+                      mainLoop_.post([this, folder] { handOver(folder); });
+                  }} {}
 
 void PasteHook::installLocalMonitor() {
     if (localMonitor_ == nullptr)
@@ -69,12 +71,12 @@ void PasteHook::promptForAccessibility() {
         services_.accessibilityPrompt.show();
 }
 
-void PasteHook::handOver() {
+void PasteHook::handOver(const std::filesystem::path& folder) {
     PasteTarget* const model = PasteTapBridge::model.get();
     if (model == nullptr)
         return;
     activation_.activate();
-    tasks_.spawn(model->pasteFromClipboard());
+    tasks_.spawn(model->pasteFromClipboardInto(folder));
 }
 
 } // namespace ternvault

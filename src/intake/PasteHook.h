@@ -8,6 +8,7 @@
 #include "platform/NotificationCenter.h"
 #include "platform/Platform.h"
 
+#include <filesystem>
 #include <memory>
 
 namespace ternvault {
@@ -42,7 +43,8 @@ public:
 
 private:
     bool takes(const KeyDown& key);
-    void handOver();
+    /// `folder`: where the paste was made; empty: in no folder.
+    void handOver(const std::filesystem::path& folder = {});
     void promptForAccessibility();
 
     /// The prompt has been shown in this process. Main thread.

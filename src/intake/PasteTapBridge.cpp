@@ -17,10 +17,12 @@ bool isPaste(const TappedEvent& event) {
 } // namespace
 
 void PasteTapBridge::callback(const Context& context, const TappedEvent& event) {
-    if (isPaste(event) && !fileURLsFromPasteboard(context.pasteboard, context.files).empty() &&
-        PasteBoardFiles::finderIsOnTernVault(context.frontmost, context.scripts, context.volumesRoot) &&
-        event.swallow())
-        context.scheduleHandOver();
+    if (!isPaste(event) || fileURLsFromPasteboard(context.pasteboard, context.files).empty())
+        return;
+    const auto folder =
+        PasteBoardFiles::finderFolderOnTernVault(context.frontmost, context.scripts, context.volumesRoot);
+    if (folder && event.swallow())
+        context.scheduleHandOver(*folder);
 }
 
 } // namespace ternvault

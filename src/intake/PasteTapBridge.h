@@ -28,8 +28,9 @@ struct PasteTapBridge {
         const FrontmostApplication& frontmost;
         ScriptHost& scripts;
         std::filesystem::path volumesRoot;
-        /// Has the paste handed over on the main thread, without waiting for it.
-        std::function<void()> scheduleHandOver;
+        /// Has the paste handed over on the main thread, with the folder that it was made in, without
+        /// waiting.
+        std::function<void(const std::filesystem::path& folder)> scheduleHandOver;
     };
     /// Swallows a paste of files into a folder on the volume, made in a file manager. It sees the whole
     /// session's keys, so it looks at nothing else before it knows the key.

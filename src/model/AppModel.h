@@ -23,6 +23,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace ternvault {
@@ -112,11 +113,14 @@ public:
 
     /// Queues the files for the mounted volume, mounting it first when needed, and reports in `status` how
     /// many were handed in. What is no file of this PC is reported by the queue as missing.
-    Task<> handleIncomingFileURLs(std::vector<QUrl> urls);
+    Task<> handleIncomingFileURLs(std::vector<QUrl> urls) { return queueFiles(std::move(urls), {}); }
     /// What `status` says of files that were handed to the queue.
     static QString queuedMessage(std::size_t count, const std::filesystem::path& root);
     /// Queues the files on the pasteboard, and brings the application to the front when there are any.
-    Task<> pasteFromClipboard();
+    Task<> pasteFromClipboard() { return pasteFromClipboardInto({}); }
+    /// The same for a paste that was made where `folder` is shown: it goes into that where it lies below the
+    /// root of the mounted volume, and to the root otherwise.
+    Task<> pasteFromClipboardInto(std::filesystem::path folder);
     /// The existing files on the pasteboard. For another thread see intake/PasteboardURLs.h.
     std::vector<QUrl> fileURLsFromPasteboard() const;
 
@@ -144,6 +148,8 @@ private:
     Task<> createUserOnServer(QString username, QString password);
     Task<> mountWithAccount(QString host, QString user, QString password);
     void finishSetupSuccess(const QString& share);
+
+    Task<> queueFiles(std::vector<QUrl> urls, std::filesystem::path shownFolder);
 
     bool isCurrentLegalVersionAccepted() const;
 

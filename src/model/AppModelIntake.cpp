@@ -7,13 +7,23 @@ namespace ternvault {
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
 
-Task<> AppModel::handleIncomingFileURLs(std::vector<QUrl> urls) {
+namespace {
+
+/// The way from the root to a folder below it; empty for any other.
+fs::path wayBelow(const fs::path& root, const fs::path& folder) {
+    const fs::path way = folder.lexically_relative(root);
+    return way.empty() || way == "." || *way.begin() == ".." ? fs::path() : way;
+}
+
+} // namespace
+
+Task<> AppModel::queueFiles(std::vector<QUrl> urls, fs::path shownFolder) {
     if (urls.empty())
         co_return;
     const bool mounted = co_await ensureMounted();
     if (mounted) {
         if (const std::optional<fs::path> root = transfers.resolveMountRoot(selectedShare)) {
-            transfers.enqueue(queuePaths(urls), *root);
+            transfers.enqueue(queuePaths(urls), *root, wayBelow(*root, shownFolder));
             status = queuedMessage(urls.size(), *root);
             co_return;
         }
@@ -26,7 +36,7 @@ QString AppModel::queuedMessage(std::size_t count, const fs::path& root) {
     return u"Queued "_s + QString::number(count) + u" item(s) → "_s + QString::fromStdString(root.string());
 }
 
-Task<> AppModel::pasteFromClipboard() {
+Task<> AppModel::pasteFromClipboardInto(fs::path folder) {
     std::vector<QUrl> urls = fileURLsFromPasteboard();
     if (urls.empty()) {
         status = u"Clipboard has no files — copy files in Finder first, then paste HERE in Tern Vault"_s;
@@ -35,7 +45,7 @@ Task<> AppModel::pasteFromClipboard() {
     }
     platform_.activation.activate();
     status = u"App paste: "_s + QString::number(urls.size()) + u" item(s) — rsync (not Finder)"_s;
-    co_await handleIncomingFileURLs(std::move(urls));
+    co_await queueFiles(std::move(urls), std::move(folder));
 }
 
 std::vector<QUrl> AppModel::fileURLsFromPasteboard() const {

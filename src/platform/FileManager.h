@@ -24,6 +24,16 @@ struct VolumeIdentity {
     }
 };
 
+/// What stands at a path, links not followed.
+enum class EntryKind {
+    none,
+    link,
+    /// A file, folder or other entry of the volume.
+    onVolume,
+    /// An entry of another file system that is mounted there.
+    elsewhere,
+};
+
 /// File operations whose behaviour on a volume matters. Failures are std::system_error. Any thread.
 class FileManager {
 public:
@@ -45,6 +55,9 @@ public:
     /// Identity of what stands at `root`; nothing when no entry exists there, or only the folder that the
     /// mounter made for a volume which is not mounted now.
     virtual std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const = 0;
+    /// What stands at `item`, a relative path below the volume that stood at the root; "." is that itself. A
+    /// link among the folders that lead there counts as the item. May wait for the server.
+    virtual EntryKind kindOnVolume(const VolumeIdentity& volume, const std::filesystem::path& item) const = 0;
 };
 
 } // namespace ternvault

@@ -3,6 +3,7 @@
 #include "platform/Activation.h"
 #include "platform/BackgroundTasks.h"
 #include "platform/Clock.h"
+#include "platform/CopyTurns.h"
 #include "platform/FileLocations.h"
 #include "platform/FileManager.h"
 #include "platform/FilePanel.h"
@@ -35,6 +36,7 @@ struct Platform {
     UnifiedLog& log;
     Workspace& workspace;
     HttpClient& http;
+    CopyTurns& copyTurns;
 };
 
 } // namespace ternvault

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -29,6 +31,10 @@ public:
     /// Runs the program to its end, both output streams captured in full; standard input, environment and
     /// working directory are the caller's own. Blocks; any thread.
     virtual ProcessResult run(const QString& program, const QStringList& arguments) = 0;
+    /// The same. The program, and what it starts, hold the open file `held` until they end, whoever ends
+    /// before.
+    virtual ProcessResult runHolding(const FileDescriptor& held, const QString& program,
+                                     const QStringList& arguments) = 0;
     /// Whether `run` would find an executable program at that path. Any thread.
     virtual bool isExecutable(const QString& program) const = 0;
 };

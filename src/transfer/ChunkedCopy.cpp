@@ -1,8 +1,11 @@
 #include "transfer/ChunkedCopy.h"
 
 #include "base/FileDescriptor.h"
+#include "base/FileState.h"
+#include "base/UnfinishedTime.h"
 #include "transfer/TransferError.h"
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <memory>
@@ -31,12 +34,13 @@ FileDescriptor openFile(const std::filesystem::path& path, int flags) {
 }
 
 /// What is neither file nor folder (a pipe, a device) has no content to copy.
-void requireFile(const FileDescriptor& source, const std::filesystem::path& path) {
+FileState requireFile(const FileDescriptor& source, const std::filesystem::path& path) {
     struct stat status {};
     if (::fstat(source.get(), &status) != 0)
         throwPlatformError(path);
     if (!S_ISREG(status.st_mode))
         throw std::system_error(std::make_error_code(std::errc::not_supported), path.filename().string());
+    return FileState::of(status);
 }
 
 void writeAll(const FileDescriptor& target, std::span<const std::byte> bytes,
@@ -49,6 +53,16 @@ void writeAll(const FileDescriptor& target, std::span<const std::byte> bytes,
             throwPlatformError(path);
         bytes = bytes.subspan(static_cast<std::size_t>(written));
     }
+}
+
+/// What was copied while it was written to may be neither the old nor the new content, though as long as one.
+void requireUnchanged(const FileState& before, const FileDescriptor& source, const FileDescriptor& target,
+                      const std::filesystem::path& path) {
+    if (requireFile(source, path) == before)
+        return;
+    const std::array<timespec, 2> times{unfinishedTime, unfinishedTime};
+    ::futimens(target.get(), times.data());
+    throw TransferError(TransferError::notCopied, u"The file changed while it was copied"_s);
 }
 
 /// The bytes read into `buffer`; none at the end of the file.
@@ -66,9 +80,11 @@ std::span<const std::byte> readChunk(const FileDescriptor& source, std::span<std
 } // namespace
 
 void chunkedCopy(FileManager& files, const std::filesystem::path& from, const std::filesystem::path& to) {
-    if (files.exists(to))
+    // A link that leads nowhere does not exist, and yet a file would be created where it leads.
+    std::error_code ignored;
+    if (files.exists(to) || std::filesystem::is_symlink(to, ignored))
         files.remove(to);
-    if (!openFile(to, O_WRONLY | O_CREAT | O_TRUNC)) {
+    if (!openFile(to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW)) {
         throw TransferError(TransferError::cannotCreateDestination,
                             u"Could not create "_s + QString::fromStdString(to.filename().string()));
     }
@@ -76,8 +92,8 @@ void chunkedCopy(FileManager& files, const std::filesystem::path& from, const st
     const FileDescriptor source = openFile(from, O_RDONLY | O_NONBLOCK);
     if (!source)
         throwPlatformError(from);
-    requireFile(source, from);
-    const FileDescriptor target = openFile(to, O_WRONLY);
+    const FileState before = requireFile(source, from);
+    const FileDescriptor target = openFile(to, O_WRONLY | O_NOFOLLOW);
     if (!target)
         throw TransferError(TransferError::cannotOpenDestination, u"Could not open dest for write"_s);
 
@@ -91,6 +107,7 @@ void chunkedCopy(FileManager& files, const std::filesystem::path& from, const st
     // A volume may take bytes before its server has them and report a lost tail only now.
     if (::fsync(target.get()) != 0)
         throwPlatformError(to);
+    requireUnchanged(before, source, target, from);
 }
 
 } // namespace ternvault

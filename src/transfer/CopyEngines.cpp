@@ -2,7 +2,9 @@
 
 #include "base/Utf8.h"
 #include "transfer/ChunkedCopy.h"
+#include "transfer/Refusals.h"
 #include "transfer/TransferError.h"
+#include "transfer/UnfinishedFiles.h"
 
 #include <QFile>
 
@@ -94,7 +96,12 @@ std::int64_t CopyEngines::rsyncCopy(const fs::path& from, const fs::path& to, bo
     // rsync would copy the file into the folder, and the next engine would remove the folder.
     if (!isDirectory && files_.isDirectory(to))
         throw std::system_error(std::make_error_code(std::errc::is_a_directory), to.filename().string());
-    if (!copiedByRsync(from, to, isDirectory))
+    refuseToCopyOntoItself(from, to, isDirectory);
+    const bool isRsyncBelieved = markUnfinishedFiles(from, to, isDirectory);
+    const SingleFileCheck check(from);
+    if (copiedByRsync(from, to, isDirectory) && isRsyncBelieved)
+        check.requireCopied(to);
+    else
         copyWithoutRsync(from, to, isDirectory);
     return measure(to);
 }
@@ -141,7 +148,8 @@ void CopyEngines::copyWithoutRsync(const fs::path& from, const fs::path& to, boo
 }
 
 ChildOutcome CopyEngines::run(const QString& program, const QStringList& arguments) const {
-    const ProcessResult result = processes_.run(program, arguments);
+    const ProcessResult result = turn_ != nullptr ? processes_.runHolding(*turn_, program, arguments)
+                                                  : processes_.run(program, arguments);
     if (result.startError)
         return {startFailureStatus, *result.startError};
     std::optional<QString> output = decodeUtf8(result.standardError);

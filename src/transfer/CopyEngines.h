@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
 #include "platform/FileManager.h"
 #include "platform/ProcessLauncher.h"
 
@@ -23,7 +24,10 @@ struct ChildOutcome {
 /// chunked copy. Stateless; any thread, but not the main one.
 class CopyEngines {
 public:
-    CopyEngines(FileManager& files, ProcessLauncher& processes) : files_(files), processes_(processes) {}
+    /// `turn`: held open by the programs until they end, also when this process ends before them; none when
+    /// null.
+    CopyEngines(FileManager& files, ProcessLauncher& processes, const FileDescriptor* turn = nullptr)
+        : files_(files), processes_(processes), turn_(turn) {}
 
     /// Returns the number of bytes now at the destination (0 when they cannot be measured). A folder is
     /// merged into an existing one. Throws TransferError or std::system_error.
@@ -45,6 +49,7 @@ private:
 
     FileManager& files_;
     ProcessLauncher& processes_;
+    const FileDescriptor* turn_;
 };
 
 } // namespace ternvault

@@ -2,6 +2,7 @@
 
 #include "base/StandardizedPath.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace ternvault {
@@ -32,14 +33,13 @@ QString TransferManager::Job::name() const {
 }
 
 fs::path TransferManager::Job::destination() const {
-    return destRoot.string() + '/' + relativePath;
+    return destRoot.string() + '/' + (folder / relativePath).string();
 }
 
 TransferManager::TransferManager(const Platform& platform)
     : isTransferring(*this), currentFileName(*this), completedCount(*this), totalCount(*this),
-      errorCount(*this), lastError(*this), statusLine(*this, idleStatus()), platform_(platform),
-      volumes_(platform.files, platform.locations.volumesRoot()),
-      engines_(platform.files, platform.processes), transferLog_(platform),
+      errorCount(*this), lastError(*this), statusLine(*this, idleStatus()), waitingNote(*this),
+      platform_(platform), volumes_(platform.files, platform.locations.volumesRoot()), transferLog_(platform),
       tasks_(platform.mainLoop, reportEscapes(platform.log)) {}
 
 std::optional<fs::path> TransferManager::resolveMountRoot(const QString& preferredShare) const {
@@ -53,14 +53,15 @@ std::optional<fs::path> TransferManager::resolveMountRoot(const QString& preferr
     return std::nullopt;
 }
 
-void TransferManager::enqueue(const std::vector<fs::path>& urls, const fs::path& destRoot) {
+void TransferManager::enqueue(const std::vector<fs::path>& urls, const fs::path& destRoot,
+                              const fs::path& folder) {
     if (urls.empty())
         return;
     cancelled_ = false;
     beginScoped(urls);
     std::int64_t queued = 0;
     for (const fs::path& url : urls) {
-        if (std::optional<Job> job = makeJob(url, destRoot)) {
+        if (std::optional<Job> job = makeJob(url, destRoot, folder)) {
             queue_.push_back(std::move(*job));
             ++queued;
         }
@@ -72,7 +73,8 @@ void TransferManager::enqueue(const std::vector<fs::path>& urls, const fs::path&
     startIfNeeded();
 }
 
-std::optional<TransferManager::Job> TransferManager::makeJob(const fs::path& url, const fs::path& destRoot) {
+std::optional<TransferManager::Job> TransferManager::makeJob(const fs::path& url, const fs::path& destRoot,
+                                                             const fs::path& folder) {
     const fs::path source = standardized(url);
     const std::string name = lastComponent(source);
     if (name == "lost+found") {
@@ -83,7 +85,7 @@ std::optional<TransferManager::Job> TransferManager::makeJob(const fs::path& url
         logFailure(u"Missing: "_s + display(name));
         return std::nullopt;
     }
-    return Job{source, destRoot, name, platform_.files.isDirectory(source)};
+    return Job{source, destRoot, folder, name, platform_.files.isDirectory(source)};
 }
 
 void TransferManager::enqueue(std::vector<fs::path> urls) {
@@ -163,6 +165,13 @@ QString TransferManager::progressLabel() const {
     if (errorCount >= 1)
         label += u" · "_s + QString::number(errorCount) + u" error(s)"_s;
     return label;
+}
+
+std::vector<QString> TransferManager::waitingNames(std::size_t most) const {
+    std::vector<QString> names;
+    for (std::size_t index = 0; index < std::min(most, queue_.size()); ++index)
+        names.push_back(queue_[index].name());
+    return names;
 }
 
 void TransferManager::beginScoped(const std::vector<fs::path>& urls) {

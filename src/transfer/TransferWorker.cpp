@@ -1,4 +1,6 @@
 #include "async/Await.h"
+#include "transfer/CopyEngines.h"
+#include "transfer/TransferError.h"
 #include "transfer/TransferManager.h"
 
 #include <chrono>
@@ -10,14 +12,29 @@
 namespace ternvault {
 
 using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
 
 namespace {
 
 constexpr int maxRetries = 4;
 constexpr std::chrono::milliseconds retryPause(700);
 
-/// One attempt: the number of bytes at the destination, or what went wrong.
-using AttemptResult = std::variant<std::int64_t, QString>;
+/// How long an attempt waits for its turn before it looks whether it was cancelled.
+constexpr std::chrono::milliseconds turnPatience(250);
+
+/// One attempt: the number of bytes at the destination, none while it is somebody else's turn, or what went
+/// wrong.
+using AttemptResult = std::variant<std::optional<std::int64_t>, QString>;
+
+const QString& othersTurn() {
+    static const QString text = u"Another copy onto this volume is under way; waiting for it to end"_s;
+    return text;
+}
+
+[[noreturn]] void refuseWay(const fs::path& part, const QString& reason) {
+    const QString name = part == "." ? u"The volume"_s : QString::fromStdString(part.string());
+    throw TransferError(TransferError::refused, name + u": "_s + reason);
+}
 
 } // namespace
 
@@ -56,18 +73,24 @@ QString TransferManager::finalStatus() const {
 }
 
 Task<bool> TransferManager::copyWithRetries(Job job) {
-    for (int attempt = 1; !cancelled_; ++attempt) {
-        auto copy = [engines = engines_, &files = platform_.files, job]() -> AttemptResult {
+    for (int attempt = 1; !cancelled_;) {
+        // The services outlive the model, whose record of them this may outlive.
+        auto copy = [platform = platform_, job]() -> AttemptResult {
             try {
-                return copyOnce(engines, files, job);
+                return job.copy(platform);
             } catch (const std::exception& error) {
                 return QString::fromUtf8(error.what());
             }
         };
         const AttemptResult result =
             co_await inBackground(platform_.background, platform_.mainLoop, Lane::utility, std::move(copy));
-        if (const auto* const bytes = std::get_if<std::int64_t>(&result)) {
-            appendLog(u"OK "_s + job.name() + u" ("_s + QString::number(*bytes) + u" bytes)"_s);
+        const auto* const bytes = std::get_if<std::optional<std::int64_t>>(&result);
+        const bool waits = bytes != nullptr && !*bytes;
+        noteWaiting(waits && !cancelled_);
+        if (waits)
+            continue;
+        if (bytes != nullptr) {
+            appendLog(u"OK "_s + job.name() + u" ("_s + QString::number(**bytes) + u" bytes)"_s);
             co_return true;
         }
         const QString message = job.name() + u": "_s + std::get<QString>(result);
@@ -80,20 +103,49 @@ Task<bool> TransferManager::copyWithRetries(Job job) {
         }
         co_await remount();
         co_await sleepFor(platform_.mainLoop, attempt * retryPause);
+        ++attempt;
     }
     co_return false;
 }
 
-/// Runs on the background thread. A copy program that reports success proves nothing when the volume was not
-/// there throughout: its directory may have taken the files instead.
-std::int64_t TransferManager::copyOnce(const CopyEngines& engines, const FileManager& files, const Job& job) {
-    const std::optional<VolumeIdentity> before = files.volumeIdentity(job.destRoot);
+void TransferManager::noteWaiting(bool waits) {
+    if (waits != waitingNote->has_value())
+        waitingNote = waits ? std::optional(othersTurn()) : std::nullopt;
+}
+
+/// A copy program that reports success proves nothing when the volume was not there throughout: its directory
+/// may have taken the files instead.
+std::optional<std::int64_t> TransferManager::Job::copy(const Platform& platform) const {
+    const std::optional<FileDescriptor> turn = platform.copyTurns.take(destRoot, turnPatience);
+    if (!turn)
+        return std::nullopt;
+    const FileManager& files = platform.files;
+    const std::optional<VolumeIdentity> before = files.volumeIdentity(destRoot);
     if (!before)
         throw std::system_error(ENODEV, std::generic_category(), "The volume is not mounted");
-    const std::int64_t bytes = engines.rsyncCopy(job.source, job.destination(), job.isDirectory);
-    if (files.volumeIdentity(job.destRoot) != before)
+    requireWay(files, *before);
+    const CopyEngines engines(platform.files, platform.processes, &*turn);
+    const std::int64_t bytes = engines.rsyncCopy(source, destination(), isDirectory);
+    if (files.volumeIdentity(destRoot) != before)
         throw std::system_error(ENODEV, std::generic_category(), "The volume went away during the copy");
+    requireWay(files, *before);
     return bytes;
+}
+
+/// No link decides where bytes go. One in a file's own place is replaced.
+void TransferManager::Job::requireWay(const FileManager& files, const VolumeIdentity& volume) const {
+    const auto require = [&](const fs::path& part) {
+        const EntryKind kind = files.kindOnVolume(volume, part);
+        if (kind == EntryKind::link || kind == EntryKind::elsewhere)
+            refuseWay(part, kind == EntryKind::link ? u"a link is in the way"_s
+                                                    : u"something else is mounted there"_s);
+        return kind;
+    };
+    require(".");
+    if (!folder.empty() && require(folder) == EntryKind::none)
+        refuseWay(folder, u"the folder is not there any more"_s);
+    if (isDirectory)
+        require(folder / relativePath);
 }
 
 Task<> TransferManager::remount() {

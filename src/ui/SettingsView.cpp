@@ -3,8 +3,10 @@
 #include "agent/LegalVersion.h"
 #include "model/AppModel.h"
 #include "ui/Bindings.h"
+#include "ui/BringForward.h"
 #include "ui/CheckBox.h"
 #include "ui/Controls.h"
+#include "ui/CopyingSheet.h"
 #include "ui/LabelledRow.h"
 #include "ui/TitledBox.h"
 
@@ -49,6 +51,14 @@ const auto legalTitle = u"Legal"_s;
 const auto privacyTitle = u"Pri&vacy Policy"_s;
 const auto termsTitle = u"Terms && &Conditions"_s;
 const auto legalHint = u"Hosted at %1/apps/TernVault — required acceptance on first launch."_s;
+
+CopyingSheet::Texts resetTexts() {
+    return {
+        u"Reset the setup?"_s,
+        u"Files are still being copied. That goes on, but is shown again only after the setup. If the volume "
+        u"is lost meanwhile, nothing can mount it again without the password, and what is left fails."_s,
+        u"&Reset"_s, u"&Don't Reset"_s};
+}
 
 QLineEdit* makeLabelledField(const QString& label) {
     return makeField(QString(label).remove(u'&'), QString());
@@ -105,7 +115,7 @@ void SettingsView::addActions() {
     QPushButton* const reset = makeButton(resetTitle);
     QPushButton* const privacy = makeButton(privacyTitle);
     QPushButton* const terms = makeButton(termsTitle);
-    connect(reset, &QPushButton::clicked, this, [this] { model_.resetSetup(); });
+    connect(reset, &QPushButton::clicked, this, [this] { resetSetup(); });
     connect(privacy, &QPushButton::clicked, this, [this] { model_.openPrivacyPolicy(); });
     connect(terms, &QPushButton::clicked, this, [this] { model_.openTerms(); });
 
@@ -116,6 +126,14 @@ void SettingsView::addActions() {
     legal.addWidget(privacy, 0, Qt::AlignLeading);
     legal.addWidget(terms, 0, Qt::AlignLeading);
     legal.addWidget(makeText(legalHint.arg(privacyURL().host()), captionLook));
+}
+
+void SettingsView::resetSetup() {
+    if (model_.transfers.isTransferring)
+        bringForward(
+            *new CopyingSheet(*window(), model_.transfers, resetTexts(), [this] { model_.resetSetup(); }));
+    else
+        model_.resetSetup();
 }
 
 void SettingsView::render() {

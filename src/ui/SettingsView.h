@@ -19,6 +19,8 @@ private:
     void addFields();
     void addSwitches();
     void addActions();
+    /// Asks first while files are being copied.
+    void resetSetup();
     void render();
 
     AppModel& model_;

@@ -7,15 +7,13 @@
 #include "ui/ClampedText.h"
 #include "ui/Controls.h"
 #include "ui/DropZone.h"
-#include "ui/ProgressLook.h"
 #include "ui/TitledBox.h"
+#include "ui/TransferProgress.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 
-#include <algorithm>
 #include <utility>
 
 namespace ternvault {
@@ -29,11 +27,8 @@ constexpr int padding = 4;
 constexpr int statusLines = 3;
 constexpr int fileNameLines = 2;
 constexpr int errorLines = 3;
-/// The bar's whole length; fine enough for any window.
-constexpr int progressSteps = 10000;
 
 const auto title = u"Transfers (this app only — not Finder)"_s;
-const auto progressName = u"Transfer progress"_s;
 const auto addTitle = u"&Add Files…"_s;
 const auto pasteTitle = u"Paste files &now"_s;
 const auto cancelTitle = u"&Cancel"_s;
@@ -51,32 +46,21 @@ bool offersClearing(const TransferManager& transfers) {
     return transfers.totalCount > 0 && !transfers.isTransferring;
 }
 
-double progressOf(const TransferManager& transfers) {
-    if (transfers.totalCount < 1)
-        return 0;
-    // A copy that a cancel left in flight may end after the counters were cleared.
-    const std::int64_t completed = std::min<std::int64_t>(transfers.completedCount, transfers.totalCount);
-    return static_cast<double>(completed) / static_cast<double>(transfers.totalCount);
-}
-
 } // namespace
 
 TransferPanel::TransferPanel(AppModel& model, TaskScope& tasks, Activation& activation)
     : model_(model), status_(new ClampedText(statusLines, calloutLook)),
-      currentFile_(new ClampedText(fileNameLines, captionLook)), progress_(new QProgressBar),
+      currentFile_(new ClampedText(fileNameLines, captionLook)), progress_(new TransferProgress),
+      waiting_(new ClampedText(fileNameLines, captionLook)),
       error_(new ClampedText(errorLines, captionErrorLook)),
       dropZone_(new DropZone([&activation] { activation.activate(); })), cancel_(makeButton(cancelTitle)),
       counters_(makeText(QString(), counterLook)), clearCounters_(makeButton(clearTitle)) {
     status_->setAccessibleDescription(u"Transfer status"_s);
-    progress_->setAccessibleName(progressName);
-    progress_->setRange(0, progressSteps);
-    progress_->setTextVisible(false);
-    progress_->setFixedHeight(progressHeight);
     addDropZoneButtons(tasks);
 
     auto* const box = new TitledBox(title, spacing, padding);
     for (QWidget* const element :
-         std::initializer_list<QWidget*>{status_, currentFile_, progress_, error_, dropZone_})
+         std::initializer_list<QWidget*>{status_, currentFile_, progress_, waiting_, error_, dropZone_})
         box->column().addWidget(element);
     box->column().addLayout(makeBottomRow());
     auto* const whole = new QVBoxLayout(this);
@@ -141,7 +125,10 @@ void TransferPanel::renderProgress() {
     currentFile_->setVisible(showsProgress(transfers));
     progress_->setVisible(showsProgress(transfers));
     currentFile_->display(transfers.currentFileName);
-    progress_->setValue(static_cast<int>(progressOf(transfers) * progressSteps));
+    progress_->display(transfers);
+    waiting_->setVisible(transfers.waitingNote->has_value());
+    if (waiting_->display(transfers.waitingNote->value_or(QString())) && transfers.waitingNote->has_value())
+        announce(*waiting_);
 }
 
 } // namespace ternvault

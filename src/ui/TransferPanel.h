@@ -3,7 +3,6 @@
 #include <QWidget>
 
 class QLabel;
-class QProgressBar;
 class QPushButton;
 class QHBoxLayout;
 
@@ -14,6 +13,7 @@ class Activation;
 class ClampedText;
 class DropZone;
 class TaskScope;
+class TransferProgress;
 
 /// The state of the copy queue, and three ways into it. The screen that holds it renders it.
 class TransferPanel final : public QWidget {
@@ -32,7 +32,8 @@ private:
     AppModel& model_;
     ClampedText* status_;
     ClampedText* currentFile_;
-    QProgressBar* progress_;
+    TransferProgress* progress_;
+    ClampedText* waiting_;
     ClampedText* error_;
     DropZone* dropZone_;
     QPushButton* cancel_;

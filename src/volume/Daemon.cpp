@@ -2,6 +2,7 @@
 
 #include "platform/linux/programs/MountPoints.h"
 #include "volume/FuseOperations.h"
+#include "volume/MountDirectory.h"
 #include "volume/MountFailure.h"
 
 #include <clocale>
@@ -9,52 +10,13 @@
 #include <memory>
 #include <system_error>
 
-#include <fcntl.h>
 #include <pthread.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <sys/prctl.h>
 
 namespace ternvault::volume {
 namespace {
 
 constexpr std::chrono::milliseconds connectPatience{5000};
-constexpr mode_t nobody = 0;
-
-/// The directory below the mount, which only we make and which nobody may enter while nothing is mounted
-/// there.
-class MountDirectory {
-public:
-    explicit MountDirectory(const MountOrder& order) : order_(order) {
-        const auto& path = order.mountPoint;
-        if (isPlaceholder(path))
-            ::rmdir(path.c_str());
-        if (std::filesystem::exists(std::filesystem::symlink_status(path)))
-            throw MountFailure("There is already another entry named “" + order.url.share +
-                               "” where volumes are mounted.");
-        writeMountRecord(order.state,
-                         {path, ProcessIdentity::of(::getppid()), ProcessIdentity::of(::getpid())});
-        if (::mkdir(path.c_str(), S_IRWXU) != 0) {
-            const auto reason = std::generic_category().message(errno);
-            removeMountRecord(order.state, path);
-            throw MountFailure("The directory of the volume cannot be created: " + reason + ".");
-        }
-        descriptor_ = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    }
-    ~MountDirectory() {
-        if (descriptor_ >= 0)
-            ::close(descriptor_);
-        removeMountPoint(order_.state, order_.mountPoint);
-    }
-    MountDirectory(const MountDirectory&) = delete;
-    MountDirectory& operator=(const MountDirectory&) = delete;
-
-    /// After something was mounted over it.
-    void lock() { ::fchmod(descriptor_, nobody); }
-
-private:
-    const MountOrder& order_;
-    int descriptor_ = -1;
-};
 
 /// A volume mounted by libfuse.
 class Session {
@@ -101,18 +63,25 @@ std::unique_ptr<UnfinishedFiles> openUnfinishedFiles(const MountOrder& order) {
     }
 }
 
+/// A volume that nobody was told of must not appear. One that is in use goes on.
+void endWithTheKeeper(bool does) {
+    ::prctl(PR_SET_PDEATHSIG, does ? SIGKILL : 0);
+}
+
 void mountAndServe(const MountOrder& order, DaemonEnd link) {
     isolateSambaSettings(order.state);
     const auto unfinished = openUnfinishedFiles(order);
     SmbWorker worker(order.url, [link] { link.alive(); });
     Volume volume(worker, *unfinished);
     worker.start(volume, connectPatience);
-    MountDirectory directory(order);
-    FuseContext context{volume, [&] {
-                            directory.lock();
+    const MountDirectory directory(order);
+    FuseContext context{volume, [link] {
+                            endWithTheKeeper(false);
                             link.mounted();
                         }};
+    directory.open();
     Session session(order, context);
+    directory.close();
     volume.setHooks({[&](std::uint64_t number) { session.dropAttributes(number); },
                      [&, thread = ::pthread_self()] {
                          ternvault::unmount(order.mountPoint, true);
@@ -129,10 +98,13 @@ void mountAndServe(const MountOrder& order, DaemonEnd link) {
 void runDaemon(const MountOrder& order, DaemonEnd link) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     std::signal(SIGPIPE, SIG_IGN);
+    endWithTheKeeper(true);
     try {
         mountAndServe(order, link);
     } catch (const MountFailure& failure) {
         link.failed(failure.what());
+    } catch (const std::filesystem::filesystem_error& error) {
+        link.failed(describeLocalError(error));
     } catch (const std::system_error& error) {
         link.failed(describeConnectError(error.code().value()));
     }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -34,19 +35,27 @@ public:
         } catch (const MountFailure& failure) {
             failure_ = failure.what();
         }
-        removeMountPoint(order_.state, order_.mountPoint);
+        cleanUp();
         if (!mounted_)
-            tell(failure_.empty() ? "The server did not answer in time." : failure_);
+            tell(failure_);
     }
 
 private:
+    void cleanUp() const {
+        try {
+            removeMountPoint(order_.state, order_.mountPoint);
+        } catch (const std::system_error&) {
+            // Whoever mounts or starts next tries again.
+        }
+    }
+
     void startDaemon() {
         int ends[2];
         if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
-            throw MountFailure("The system is out of resources.");
+            throw MountFailure(outOfResources);
         daemon_ = ::fork();
         if (daemon_ < 0)
-            throw MountFailure("The system is out of resources.");
+            throw MountFailure(outOfResources);
         if (daemon_ == 0) {
             ::close(ends[0]);
             ::close(report_);
@@ -54,6 +63,8 @@ private:
             runDaemon(order_, DaemonEnd(ends[1]));
             ::_exit(0);
         }
+        // Its fusermount3 must end with it.
+        ::setpgid(daemon_, daemon_);
         ::close(ends[1]);
         link_ = ends[0];
         sigset_t signals;
@@ -83,6 +94,8 @@ private:
         [[maybe_unused]] const auto size = ::read(signals_, &info, sizeof info);
         if (mounted_)
             ::kill(daemon_, SIGTERM);
+        else
+            failure_ = "The server did not answer in time.";
         return mounted_;
     }
 
@@ -116,7 +129,7 @@ private:
 
     void endDaemon() {
         if (!mounted_ || missedBeats_ >= missedBeatsAllowed)
-            ::kill(daemon_, SIGKILL);
+            ::kill(-daemon_, SIGKILL);
         while (::waitpid(daemon_, nullptr, 0) < 0 && errno == EINTR) {
         }
     }
@@ -129,7 +142,7 @@ private:
     pid_t daemon_ = 0;
     bool mounted_ = false;
     int missedBeats_ = 0;
-    std::string failure_;
+    std::string failure_ = endedUnexpectedly;
 };
 
 } // namespace

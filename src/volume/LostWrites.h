@@ -1,11 +1,10 @@
 #pragma once
 
+#include "base/UnfinishedTime.h"
 #include "volume/PathTable.h"
 
 #include <string>
 #include <vector>
-
-#include <ctime>
 
 namespace ternvault::volume {
 
@@ -14,8 +13,7 @@ namespace ternvault::volume {
 /// before the file may be written again, and nobody may set another time until then. Not thread-safe.
 class LostWrites {
 public:
-    /// A day that no file of a user has.
-    static constexpr timespec oldTime{34'567'890, 0};
+    static constexpr timespec oldTime = unfinishedTime;
 
     /// `error`: why the bytes were lost, as errno. The first reason is kept.
     void add(const std::string& path, int error) {

@@ -72,12 +72,36 @@ bool onlyAtTheEnd(char32_t c) {
     return c == U' ' || c == U'.';
 }
 
+char32_t lowered(char32_t c) {
+    return c >= U'A' && c <= U'Z' ? c + (U'a' - U'A') : c;
+}
+
+/// Exactly the names that Samba shows under other ones. The protocol's documents reserve more (com5 to com9),
+/// but those reach us as they are, and one that somebody else stored must stay within reach.
+bool isDeviceName(std::u32string_view name) {
+    static constexpr std::array<std::u32string_view, 12> devices{U"aux",  U"con",  U"nul",  U"prn",
+                                                                 U"com1", U"com2", U"com3", U"com4",
+                                                                 U"lpt1", U"lpt2", U"lpt3", U"lpt4"};
+    std::u32string base(name.substr(0, name.find(U'.')));
+    std::ranges::transform(base, base.begin(), lowered);
+    return std::ranges::find(devices, base) != devices.end();
+}
+
+/// The device's name that was kept as `name`, or nothing.
+std::optional<std::u32string> deviceNameKeptAs(std::u32string name) {
+    if (name.empty() || name.front() < privateControls)
+        return {};
+    name.front() -= privateControls;
+    return isDeviceName(name) ? std::optional(name) : std::nullopt;
+}
+
 } // namespace
 
 std::optional<std::string> toServerName(std::string_view localName) {
     auto name = decode(localName);
-    if (!name || std::any_of(name->begin(), name->end(), isPrivate))
+    if (!name || std::any_of(name->begin(), name->end(), isPrivate) || deviceNameKeptAs(*name))
         return {};
+    const bool isDevice = isDeviceName(*name);
     for (auto& c : *name) {
         const auto index = reserved.find(c);
         if (c <= lastControl)
@@ -85,6 +109,8 @@ std::optional<std::string> toServerName(std::string_view localName) {
         else if (index != reserved.npos && (!onlyAtTheEnd(c) || &c == &name->back()))
             c = privateReserved + static_cast<char32_t>(index);
     }
+    if (isDevice)
+        name->front() += privateControls;
     return encode(*name);
 }
 
@@ -96,7 +122,7 @@ std::string toLocalName(std::string_view serverName) {
         if (isPrivate(c))
             c = c >= privateReserved ? reserved[c - privateReserved] : c - privateControls;
     }
-    return encode(*name);
+    return encode(deviceNameKeptAs(*name).value_or(*name));
 }
 
 bool equalIgnoringCase(std::string_view left, std::string_view right) {

@@ -1,7 +1,9 @@
 #include "volume/ServerAddress.h"
 
+#include "base/FileDescriptor.h"
 #include "volume/MountFailure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -48,24 +50,97 @@ AddressList lookUpWithin(const std::string& host, std::chrono::milliseconds pati
     return list;
 }
 
-/// 0 or why no connection came about.
-int tryConnect(const addrinfo& target, Clock::time_point end) {
-    const int fd = ::socket(target.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0)
-        return errno;
-    int error = ::connect(fd, target.ai_addr, target.ai_addrlen) == 0 ? 0 : errno;
-    if (error == EINPROGRESS) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-        pollfd entry{fd, POLLOUT, 0};
-        socklen_t size = sizeof error;
-        if (::poll(&entry, 1, static_cast<int>(std::max<decltype(left)>(left, 0))) <= 0)
-            error = ETIMEDOUT;
-        else
-            ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
+/// Tries the addresses of a name side by side: the next one begins when the last one failed or stayed silent
+/// for a moment, and the first that connects wins.
+class Race {
+public:
+    Race(const addrinfo* list, Clock::time_point end) : candidates_(alternating(list)), end_(end) {}
+
+    /// Throws std::system_error when none connects in time.
+    const addrinfo& winner() {
+        while (next_ < candidates_.size() || !attempts_.empty()) {
+            if (Clock::now() >= end_)
+                fail(ETIMEDOUT);
+            if (attempts_.empty() || Clock::now() >= nextStart_)
+                startNext();
+            if (const addrinfo* connected = await())
+                return *connected;
+        }
+        fail(lastError_);
     }
-    ::close(fd);
-    return error;
-}
+
+private:
+    static constexpr std::chrono::milliseconds stagger{250};
+
+    struct Attempt {
+        FileDescriptor socket;
+        const addrinfo* target;
+    };
+
+    [[noreturn]] static void fail(int error) {
+        throw std::system_error(error, std::generic_category(), "connect");
+    }
+
+    /// In the resolver's order, but the two families take turns: where one does not work, it holds nobody up.
+    static std::vector<const addrinfo*> alternating(const addrinfo* list) {
+        std::vector<const addrinfo*> preferred, others, mixed;
+        for (const auto* entry = list; entry; entry = entry->ai_next)
+            (entry->ai_family == list->ai_family ? preferred : others).push_back(entry);
+        for (std::size_t i = 0; i < std::max(preferred.size(), others.size()); ++i) {
+            for (const auto* family : {&preferred, &others}) {
+                if (i < family->size())
+                    mixed.push_back((*family)[i]);
+            }
+        }
+        return mixed;
+    }
+
+    void startNext() {
+        if (next_ == candidates_.size())
+            return;
+        const addrinfo* target = candidates_[next_++];
+        nextStart_ = Clock::now() + stagger;
+        FileDescriptor socket(::socket(target->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+        if (!socket ||
+            (::connect(socket.get(), target->ai_addr, target->ai_addrlen) != 0 && errno != EINPROGRESS))
+            lastError_ = errno;
+        else
+            attempts_.push_back({std::move(socket), target});
+    }
+
+    /// Waits until it is the next one's turn, or for an attempt that ends: the address that connected, or
+    /// nothing.
+    const addrinfo* await() {
+        std::vector<pollfd> entries;
+        entries.reserve(attempts_.size());
+        for (const Attempt& attempt : attempts_)
+            entries.push_back({attempt.socket.get(), POLLOUT, 0});
+        const auto until = next_ < candidates_.size() ? std::min(nextStart_, end_) : end_;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
+        if (entries.empty() ||
+            ::poll(entries.data(), entries.size(), static_cast<int>(std::max<long>(left, 0))) <= 0)
+            return nullptr;
+        for (std::size_t i = entries.size(); i-- > 0;) {
+            if (entries[i].revents == 0)
+                continue;
+            const addrinfo* target = attempts_[i].target;
+            socklen_t size = sizeof lastError_;
+            ::getsockopt(entries[i].fd, SOL_SOCKET, SO_ERROR, &lastError_, &size);
+            attempts_.erase(attempts_.begin() + static_cast<std::ptrdiff_t>(i));
+            if (lastError_ == 0)
+                return target;
+            nextStart_ = Clock::now();
+        }
+        return nullptr;
+    }
+
+    const std::vector<const addrinfo*> candidates_;
+    const Clock::time_point end_;
+    std::size_t next_ = 0;
+    Clock::time_point nextStart_{};
+    std::vector<Attempt> attempts_;
+    int lastError_ = EHOSTUNREACH;
+};
 
 bool sameEndpoint(const sockaddr_storage& a, const sockaddr_storage& b) {
     if (a.ss_family != b.ss_family)
@@ -106,13 +181,8 @@ ServerAddress::ServerAddress(const sockaddr* address, socklen_t length) : length
 ServerAddress ServerAddress::reach(const std::string& host, std::chrono::milliseconds patience) {
     const auto end = Clock::now() + patience;
     const auto list = lookUpWithin(host, patience);
-    int error = EHOSTUNREACH;
-    for (const auto* candidate = list.get(); candidate; candidate = candidate->ai_next) {
-        error = tryConnect(*candidate, end);
-        if (error == 0)
-            return {candidate->ai_addr, candidate->ai_addrlen};
-    }
-    throw std::system_error(error, std::generic_category(), "connect");
+    const addrinfo& reached = Race(list.get(), end).winner();
+    return {reached.ai_addr, reached.ai_addrlen};
 }
 
 bool ServerAddress::hasLiveConnection() const {

@@ -105,7 +105,10 @@ void isolateSambaSettings(const std::filesystem::path& state) {
     std::string text = settings;
     for (auto at = text.find("%DIR%"); at != text.npos; at = text.find("%DIR%"))
         text.replace(at, 5, home.string());
-    std::ofstream(home / ".smb" / "smb.conf") << text;
+    std::ofstream file(home / ".smb" / "smb.conf");
+    file << text << std::flush;
+    if (!file)
+        throw std::filesystem::filesystem_error("smb.conf", home, {errno, std::generic_category()});
     ::setenv("HOME", home.c_str(), 1);
 }
 

@@ -1,3 +1,4 @@
+#include "base/FileDescriptor.h"
 #include "platform/linux/programs/MountPoints.h"
 #include "volume/Keeper.h"
 #include "volume/MountFailure.h"
@@ -28,6 +29,8 @@ using Clock = std::chrono::steady_clock;
 
 /// Whoever starts this program ends it at nine seconds.
 constexpr std::chrono::milliseconds mountPatience{7500};
+/// What the daemon of an ejected volume may take to end before the share is mounted anew.
+constexpr std::chrono::milliseconds ejectedPatience{2000};
 /// What taking back a half-made mount may take.
 constexpr std::chrono::milliseconds cleanUpPatience{800};
 
@@ -145,38 +148,56 @@ void detach() {
     ::close(nowhere);
 }
 
+/// Whether a volume is mounted whose daemon is not known to be gone.
+bool isServed(const MountOrder& order) {
+    const auto record = readMountRecord(order.state, order.mountPoint);
+    return isVolumeMount(order.mountPoint) && (!record || record->daemon.isAlive());
+}
+
+/// Starts the keeper; the end of the pipe that its report comes through. `keeper` is its process.
+FileDescriptor startKeeper(MountOrder& order, MountLock& lock, pid_t& keeper) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        throw MountFailure(outOfResources);
+    FileDescriptor report(ends[0]);
+    keeper = ::fork();
+    if (keeper < 0)
+        throw MountFailure(outOfResources);
+    if (keeper == 0) {
+        report = FileDescriptor();
+        detach();
+        runKeeper(order, ends[1], std::move(lock));
+        ::_exit(0);
+    }
+    ::close(ends[1]);
+    wipe(order.url.password);
+    return report;
+}
+
 /// Throws MountFailure with the reason.
 void mount(MountOrder& order, Clock::time_point end) {
     // Held by the keeper, too, until the outcome is known.
     auto lock = MountLock::acquire(order.state, order.mountPoint, left(end));
     if (!lock)
         throw MountFailure("Another program is mounting the same share, and it takes too long.");
-    if (isVolumeMount(order.mountPoint))
+    if (isServed(order))
         return;
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0)
-        throw MountFailure("The system is out of resources.");
-    const pid_t keeper = ::fork();
-    if (keeper < 0)
-        throw MountFailure("The system is out of resources.");
-    if (keeper == 0) {
-        ::close(ends[0]);
-        detach();
-        runKeeper(order, ends[1], std::move(*lock));
-        ::_exit(0);
+    endVolume(order.state, order.mountPoint, ejectedPatience);
+    pid_t keeper = 0;
+    const FileDescriptor report = startKeeper(order, *lock, keeper);
+    std::string outcome;
+    while (outcome.find('\n') == outcome.npos && readMore(report.get(), outcome, end)) {
     }
-    ::close(ends[1]);
-    wipe(order.url.password);
-    std::string report;
-    while (report.find('\n') == report.npos && readMore(ends[0], report, end)) {
-    }
-    if (report.empty()) {
+    if (outcome.empty()) {
+        const bool tooLate = Clock::now() >= end;
         ::kill(keeper, SIGTERM);
-        if (!readMore(ends[0], report, Clock::now() + cleanUpPatience))
-            throw MountFailure("The server did not answer in time.");
+        if (!readMore(report.get(), outcome, Clock::now() + cleanUpPatience)) {
+            endVolume(order.state, order.mountPoint, std::chrono::milliseconds(0));
+            throw MountFailure(tooLate ? "The server did not answer in time." : endedUnexpectedly);
+        }
     }
-    if (report != "\n")
-        throw MountFailure(report.substr(0, report.find('\n')));
+    if (outcome != "\n")
+        throw MountFailure(outcome.substr(0, outcome.find('\n')));
 }
 
 } // namespace
@@ -194,6 +215,9 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         std::cerr << error.what() << '\n';
         return 2;
+    } catch (const fs::filesystem_error& error) {
+        std::cerr << describeLocalError(error) << '\n';
+        return 1;
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';
         return 1;

@@ -145,6 +145,10 @@ public:
         calls.push_back(QStringList(program) + arguments);
         return respond ? respond(calls.back()) : ProcessResult{};
     }
+    ProcessResult runHolding(const FileDescriptor&, const QString& program,
+                             const QStringList& arguments) override {
+        return run(program, arguments);
+    }
     bool isExecutable(const QString& program) const override { return executables.contains(program); }
 
     std::function<ProcessResult(const QStringList& call)> respond;
@@ -176,6 +180,11 @@ public:
         return exists(root) ? std::optional(identity) : std::nullopt;
     }
 
+    EntryKind kindOnVolume(const VolumeIdentity&, const std::filesystem::path& item) const override {
+        return kinds.contains(item) ? kinds.at(item) : EntryKind::onVolume;
+    }
+
+    std::map<std::filesystem::path, EntryKind> kinds;
     std::map<std::filesystem::path, bool> entries;
     /// Called after each successful look for an entry.
     std::function<void()> onFound;
@@ -272,6 +281,24 @@ public:
     std::deque<std::function<void(HttpOutcome)>> pending;
 };
 
+/// Everybody's turn, but for the first `busy` times.
+class FakeCopyTurns : public CopyTurns {
+public:
+    std::optional<FileDescriptor> take(const std::filesystem::path& volumeRoot,
+                                       std::chrono::milliseconds) override {
+        asked.push_back(volumeRoot);
+        if (busy == 0)
+            return FileDescriptor();
+        --busy;
+        if (onBusy)
+            onBusy();
+        return std::nullopt;
+    }
+    int busy = 0;
+    std::function<void()> onBusy;
+    std::vector<std::filesystem::path> asked;
+};
+
 /// All ports, faked, with the Platform that refers to them; HTTP may be real.
 struct FakePlatform {
     FakePlatform() = default;
@@ -290,10 +317,11 @@ struct FakePlatform {
     FakeLog log;
     FakeWorkspace workspace;
     FakeHttp http;
+    FakeCopyTurns copyTurns;
     HttpClient& usedHttp = http;
-    Platform platform{time,       time,          time,      defaults,  secrets,
-                      processes,  files,         locations, filePanel, pasteboard,
-                      activation, securityScope, log,       workspace, usedHttp};
+    Platform platform{time,  time,      time,      defaults,   secrets,    processes,
+                      files, locations, filePanel, pasteboard, activation, securityScope,
+                      log,   workspace, usedHttp,  copyTurns};
 };
 
 } // namespace ternvault::test

@@ -59,7 +59,8 @@ protected:
         QElapsedTimer timer;
         timer.start();
         process.closeWriteChannel();
-        if (!process.waitForFinished(static_cast<int>(std::chrono::milliseconds(limit).count()))) {
+        if (process.state() != QProcess::NotRunning &&
+            !process.waitForFinished(static_cast<int>(std::chrono::milliseconds(limit).count()))) {
             ADD_FAILURE() << "did not end in time: " << process.arguments().join(u' ').toStdString();
             process.kill();
             process.waitForFinished(5000);
@@ -126,6 +127,20 @@ protected:
         ASSERT_FALSE(daemons.empty());
         for (const pid_t daemon : daemons)
             ::kill(daemon, signal);
+    }
+
+    /// In this order: where a keeper leaves a stopped daemon behind, the kernel wakes and ends that.
+    static pid_t stopDaemonWithoutKeeper() {
+        const pid_t daemon = volumeProcesses(false).at(0);
+        for (const pid_t process : volumeProcesses(true)) {
+            if (process != daemon)
+                ::kill(process, SIGKILL);
+        }
+        EXPECT_TRUE(eventually([] { return volumeProcesses(true).size() == 1; }, 5s));
+        ::kill(daemon, SIGSTOP);
+        const fs::path status = fs::path("/proc") / std::to_string(daemon) / "stat";
+        EXPECT_TRUE(eventually([&] { return readFile(status).find(") T ") != std::string::npos; }, 5s));
+        return daemon;
     }
 
     /// Whether `condition` came true within `limit`; the main loop goes on meanwhile.

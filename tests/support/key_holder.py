@@ -29,6 +29,12 @@ class KeyHolder:
         self.x11.XSync(self.display, False)
         return not self.is_refused
 
+    def is_free(self):
+        free = self.hold()
+        if free:
+            self.let_go()
+        return free
+
     def let_go(self):
         self.x11.XUngrabKey(self.display, self.key, CONTROL, self.root)
         self.x11.XSync(self.display, False)

@@ -89,6 +89,43 @@ TEST_F(AwkwardItems, WhatCannotBeCopiedIsNamedAndTheRestArrives) {
     EXPECT_EQ(readFile(served("good")), "good");
 }
 
+TEST_F(AwkwardItems, LinksToTheirOwnDestinationAreRefusedByName) {
+    const std::pair<const char*, const char*> links[] = {{"doc", "doc"},
+                                                         {"tree/sub/doc", "tree/sub/doc"},
+                                                         {"swapped/one", "swapped/two"},
+                                                         {"swapped/two", "swapped/one"}};
+    for (const auto& [link, original] : links) {
+        fs::create_directories((source / link).parent_path());
+        fs::create_directories(served(link).parent_path());
+        writeFile(served(original), "the only copy");
+        fs::create_symlink(volume() / original, source / link);
+    }
+    const Outcome outcome = copy({source / "doc", source / "tree", source / "swapped", volume()});
+    EXPECT_EQ(outcome.status, 1);
+    for (const char* const reason :
+         {"doc: doc is a link to", "tree: doc is a link to", "swapped: ", "into itself"})
+        EXPECT_NE(outcome.errors.find(reason), std::string::npos) << reason << " in\n" << outcome.errors;
+    for (const auto& [link, original] : links)
+        EXPECT_EQ(readFile(served(original)), "the only copy") << original;
+}
+
+TEST_F(AwkwardItems, NoLinkOnTheVolumeLeadsACopyElsewhere) {
+    fs::create_directories(home / "elsewhere");
+    fs::create_directories(source / "way/way");
+    fs::create_directories(source / "tree/way");
+    writeFile(source / "way/item", "item");
+    writeFile(source / "tree/way/item", "item");
+    fs::create_directory(volume() / "tree");
+    fs::create_directory_symlink(home / "elsewhere", volume() / "tree/way");
+    fs::create_directory_symlink(home / "elsewhere", volume() / "way");
+    EXPECT_EQ(copy({source / "tree"}).status, 0);
+    EXPECT_EQ(readFile(served("tree/way/item")), "item") << "in place of the link";
+    const Outcome outcome = copy({source / "way"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.errors.find("way: a link is in the way"), std::string::npos) << outcome.errors;
+    EXPECT_TRUE(fs::is_empty(home / "elsewhere"));
+}
+
 TEST_F(AwkwardItems, AFullAndAReadOnlyDestinationAreErrors) {
     writeFile(source / "item", std::string(20'000'000, 'x'));
     const std::pair<QString, const char*> cases[] = {{u"SMALL"_s, "No space left on device"},

@@ -1,6 +1,8 @@
 #include "support/RealPC.h"
 
+#include <fcntl.h>
 #include <functional>
+#include <sys/stat.h>
 
 namespace ternvault::test {
 
@@ -76,6 +78,49 @@ TEST_F(CopyFaults, WhatSomebodyElseChangesOnTheServerIsCopiedAgain) {
     ASSERT_EQ(cli(again).status, 0) << log();
     EXPECT_EQ(log().find("FAIL"), std::string::npos) << log();
     EXPECT_EQ(difference(source.path(), served()), "");
+}
+
+/// What a copy that was cut short may leave: as long as the new file, and written in the second that it was
+/// saved.
+TEST_F(CopyFaults, AnUnfinishedFileOfTheSameLengthAndSecondIsCopied) {
+    mountShare();
+    fs::create_directories(source / "tree/sub");
+    file("tree/sub/film", 50'000);
+    ASSERT_EQ(cli({u"copy"_s, path(source / "tree")}).status, 0);
+    // The first will be another user's.
+    for (const char* name : {"film", "tree/sub/film"}) {
+        const timespec saved[] = {{1'700'000'000, 250'000'000}, {1'700'000'000, 250'000'000}};
+        const timespec cut[] = {{1'700'000'000, 750'000'000}, {1'700'000'000, 750'000'000}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, file(name, 50'000).c_str(), saved, 0), 0);
+        writeFile(served(name), std::string(50'000, 'x'));
+        ASSERT_EQ(::utimensat(AT_FDCWD, served(name).c_str(), cut, 0), 0);
+    }
+    ASSERT_EQ(cli({u"copy"_s, path(source / "film"), path(source / "tree")}).status, 0) << log();
+    EXPECT_EQ(difference(source.path(), served()), "");
+}
+
+TEST_F(CopyFaults, TwoProcessesCopyOneAfterTheOther) {
+    mountShare();
+    const fs::path other = source / "other";
+    fs::create_directory(other);
+    file("other/film", 150'000'000);
+    startCopy(150'000'000);
+    const Outcome second = cli({u"copy"_s, path(other / "film")});
+    EXPECT_EQ(finish(copy).status, 0);
+    EXPECT_EQ(second.status, 0) << second.errors;
+    EXPECT_NE(second.errors.find("waiting for it to end"), std::string::npos) << second.errors;
+    EXPECT_EQ(readFile(served("film")), readFile(other / "film"));
+}
+
+TEST_F(CopyFaults, ACopyProgramThatOutlivesItsStarterIsWaitedFor) {
+    startCopy(150'000'000);
+    copy.kill();
+    copy.waitForFinished();
+    fs::rename(source / "film", source / "first");
+    const Outcome second = cli({u"copy"_s, path(file("film", 150'000'000))});
+    EXPECT_EQ(second.status, 0) << second.errors;
+    EXPECT_NE(second.errors.find("waiting for it to end"), std::string::npos) << second.errors;
+    EXPECT_TRUE(isIdentical());
 }
 
 TEST_F(CopyFaults, NothingLandsInALocalDirectoryWhenTheDaemonDies) {

@@ -1,14 +1,194 @@
+#include "base/FileDescriptor.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "support/RealPC.h"
 
 #include <QTcpServer>
 
+#include <algorithm>
 #include <array>
+#include <functional>
 #include <set>
+
+#include <arpa/inet.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 
 namespace ternvault::test {
 
-class MountFaults : public RealPC {};
+class MountFaults : public RealPC {
+protected:
+    /// The machine has only this private PC's life to see another file at `place`.
+    void cover(const fs::path& place, const std::string& contents) const {
+        const fs::path cover = home / place.filename();
+        writeFile(cover, contents);
+        fs::permissions(cover, fs::perms(0755));
+        ASSERT_EQ(::mount(cover.c_str(), place.c_str(), nullptr, MS_BIND, nullptr), 0);
+    }
+    /// Only others than root mount by fusermount3.
+    void becomeAUserWithASlowFusermount() {
+        const fs::path device = home / "fuse";
+        ASSERT_EQ(::mknod(device.c_str(), S_IFCHR, makedev(10, 229)), 0);
+        ::chmod(device.c_str(), 0666); // what it is on a desktop
+        ASSERT_EQ(::mount(device.c_str(), "/dev/fuse", nullptr, MS_BIND, nullptr), 0);
+        const fs::path real = home / "real-fusermount3";
+        writeFile(real, "");
+        ASSERT_EQ(::mount("/usr/bin/fusermount3", real.c_str(), nullptr, MS_BIND, nullptr), 0);
+        cover("/usr/bin/fusermount3", "#!/bin/sh\nsleep 1.5\nexec " + real.string() + " \"$@\"\n");
+        for (const fs::path& folder : {home.path(), volumes.path(), source.path()})
+            ASSERT_EQ(::chown(folder.c_str(), user, user), 0);
+    }
+    void startAsUser(QProcess& process, const QStringList& arguments) const {
+        const QString id = QString::number(user);
+        start(process, u"/usr/bin/setpriv"_s,
+              QStringList{u"--reuid"_s, id, u"--regid"_s, id, u"--clear-groups"_s,
+                          QStringLiteral(TERNVAULT_CLI)} +
+                  arguments);
+    }
+    Outcome asUser(const QStringList& arguments, const std::string& input = {}) const {
+        QProcess process;
+        startAsUser(process, arguments);
+        process.write(QByteArray::fromStdString(input));
+        return finish(process);
+    }
+    static constexpr uid_t user = 65534;
+};
+
+TEST_F(MountFaults, AnEntryIsNoVolumeBeforeItIsMountedAndFilesThatGotBelowAreNamed) {
+    becomeAUserWithASlowFusermount();
+    asUser({u"set"_s, u"serverIP"_s, QString::fromStdString(read("address"))});
+    asUser({u"set"_s, u"smbUser"_s, QString::fromStdString(read("user"))});
+    asUser({u"set"_s, u"smbPassword"_s}, read("password"));
+    const auto mountAnd = [&](const auto& meanwhile) {
+        QProcess process;
+        startAsUser(process, {u"mount"_s});
+        EXPECT_TRUE(eventually([&] { return fs::exists(volume()); }, 5s));
+        EXPECT_EQ(asUser({u"status"_s}).status, 3);
+        meanwhile();
+        return finish(process);
+    };
+    Outcome mounted = mountAnd([&] { writeFile(volume() / "stray", "local"); });
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        EXPECT_EQ(mounted.status, 1);
+        EXPECT_NE(mounted.errors.find("stray"), std::string::npos) << mounted.errors;
+        EXPECT_EQ(readFile(volume() / "stray"), "local");
+        EXPECT_EQ(asUser({u"status"_s}).status, 3);
+        mounted = asUser({u"mount"_s});
+    }
+    ASSERT_EQ(::chmod(volume().c_str(), 0700), 0);
+    EXPECT_EQ(asUser({u"status"_s}).status, 3) << "opened, it is still none";
+    fs::rename(volume() / "stray", source / "stray");
+    writeFile(source / "item", "bytes");
+    mounted = mountAnd([&] { EXPECT_EQ(asUser({u"copy"_s, path(source / "item")}).status, 0); });
+    EXPECT_EQ(mounted.status, 0) << mounted.errors;
+    EXPECT_EQ(readFile(served("item")), "bytes");
+    EXPECT_EQ(asUser({u"eject"_s}).status, 0);
+    EXPECT_TRUE(isVolumesRootEmpty());
+    ::umount2("/usr/bin/fusermount3", MNT_DETACH);
+    ::umount2("/dev/fuse", MNT_DETACH);
+}
+
+TEST_F(MountFaults, AnEjectEndsWhateverServesTheVolumeAndLeavesNothing) {
+    logIn();
+    const std::function<void()> faults[] = {
+        [&] { server("pause"); },
+        [] { stopDaemonWithoutKeeper(); },
+    };
+    for (const auto& fault : faults) {
+        ASSERT_EQ(cli({u"mount"_s}).status, 0);
+        fault();
+        const Outcome ejected = cli({u"eject"_s});
+        EXPECT_TRUE(ejected.output.starts_with("Ejected ")) << ejected.errors;
+        EXPECT_LT(ejected.took, 9s);
+        EXPECT_TRUE(isVolumesRootEmpty());
+        EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, 2s));
+        server("resume");
+    }
+}
+
+TEST_F(MountFaults, AStoppedDaemonWithoutAKeeperIsReplacedByTheNextMount) {
+    mountShare();
+    const pid_t daemon = stopDaemonWithoutKeeper();
+    EXPECT_EQ(cli({u"mount"_s}).status, 0);
+    ASSERT_NE(::kill(daemon, 0), 0);
+    EXPECT_EQ(cli({u"eject"_s}).status, 0);
+}
+
+TEST_F(MountFaults, AMountWhoseProcessesAreKilledSaysSoAndLeavesNothing) {
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress(u"127.0.0.77"_s), 445));
+    logIn();
+    cli({u"set"_s, u"serverIP"_s, u"127.0.0.77"_s});
+    for (const bool keeper : {true, false}) {
+        QProcess process;
+        start(process, QStringLiteral(TERNVAULT_CLI), {u"mount"_s});
+        // The front process, the keeper, the daemon.
+        ASSERT_TRUE(eventually([&] { return volumeProcesses(true).size() == 3; }, 5s));
+        auto processes = volumeProcesses(true);
+        std::ranges::sort(processes);
+        ::kill(processes[keeper ? 1 : 2], SIGKILL);
+        const Outcome mounted = finish(process);
+        EXPECT_EQ(mounted.errors, "Mount failed: The program that serves the volume ended unexpectedly.\n");
+        EXPECT_TRUE(isVolumesRootEmpty());
+        EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, 2s));
+    }
+}
+
+TEST_F(MountFaults, ANameWhoseOtherAddressIsSilentIsMounted) {
+    // A full backlog drops what asks for a connection.
+    sockaddr_in silent{};
+    silent.sin_family = AF_INET;
+    silent.sin_port = htons(445);
+    ::inet_pton(AF_INET, "127.0.0.66", &silent.sin_addr);
+    std::array<FileDescriptor, 4> sockets;
+    for (FileDescriptor& socket : sockets) {
+        socket = FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        const auto* address = reinterpret_cast<const sockaddr*>(&silent);
+        if (&socket == &sockets.front()) {
+            ASSERT_EQ(::bind(socket.get(), address, sizeof silent), 0);
+            ::listen(socket.get(), 0);
+        } else {
+            ::connect(socket.get(), address, sizeof silent);
+        }
+    }
+    const std::string other = read("address");
+    cover("/etc/hosts", "127.0.0.66 silent-first\n" + other + " silent-first\n" + other +
+                            " silent-last\n127.0.0.66 silent-last\n");
+    logIn();
+    for (const QString& name : {u"silent-first"_s, u"silent-last"_s}) {
+        cli({u"set"_s, u"serverIP"_s, name});
+        const Outcome mounted = cli({u"mount"_s});
+        EXPECT_EQ(mounted.status, 0) << mounted.errors;
+        EXPECT_LT(mounted.took, 3s);
+        EXPECT_EQ(cli({u"eject"_s}).status, 0);
+    }
+    ::umount2("/etc/hosts", MNT_DETACH);
+}
+
+TEST_F(MountFaults, TroublesOfThisComputerAreNotToldAsTheServers) {
+    logIn();
+    const fs::path state = home / ".local/state/ternvault/mounts";
+    fs::create_directories(state);
+    ASSERT_EQ(::mount("none", state.c_str(), "tmpfs", 0, "size=8k"), 0);
+    const auto expectLocal = [&] {
+        const Outcome mounted = cli({u"mount"_s});
+        EXPECT_EQ(mounted.status, 1);
+        EXPECT_NE(mounted.errors.find(state.string()), std::string::npos) << mounted.errors;
+        EXPECT_EQ(mounted.errors.find("server"), std::string::npos) << mounted.errors;
+        EXPECT_TRUE(isVolumesRootEmpty());
+    };
+    run(u"/bin/dd"_s, {u"if=/dev/zero"_s, u"of="_s + path(state / "filler")});
+    expectLocal();
+    fs::remove_all(state / "samba");
+    // Not while the keeper still ends, with its lock in hand.
+    ASSERT_TRUE(eventually(
+        [&] { return ::mount(nullptr, state.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0; }, 5s));
+    expectLocal();
+    EXPECT_EQ(cli({u"status"_s}).status, 3);
+    ::umount2(state.c_str(), MNT_DETACH);
+}
 
 TEST_F(MountFaults, EveryReasonIsToldInTimeAndLeavesNothing) {
     QTcpServer silent; // accepts in its backlog and never answers

@@ -3,13 +3,16 @@
 #include "platform/linux/programs/MountVolumeScript.h"
 #include "support/RealPC.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <set>
 #include <thread>
 
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace ternvault::test {
@@ -194,6 +197,28 @@ TEST_F(Volume, AnotherSpellingNeverOverwrites) {
     EXPECT_EQ(readFile(served("Name")), "two");
 }
 
+TEST_F(Volume, NamesThatTheProtocolReservesAreNamesLikeOthers) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    const std::set<std::string> names{"aux.h", "Con",         "prn.txt", "com1",
+                                      "COM5",  "lpt4.tar.gz", "aux.",    "nul "};
+    for (const char* round : {"one", "longer"}) {
+        for (const auto& name : names) {
+            writeFile(source / name, round + name);
+            EXPECT_NE(rsync(source / name, volume() / name), "");
+            EXPECT_EQ(readFile(volume() / name), round + name);
+        }
+        std::this_thread::sleep_for(3s); // nothing is remembered any more
+    }
+    writeFile(served("aux.c"), "of the PC's own");
+    std::set<std::string> shown;
+    for (const auto& entry : fs::directory_iterator(volume()))
+        shown.insert(entry.path().filename());
+    EXPECT_TRUE(std::ranges::includes(shown, names));
+    EXPECT_EQ(shown.size(), names.size() + 1);
+    for (const auto& name : shown)
+        EXPECT_EQ(readFile(volume() / name), names.contains(name) ? "longer" + name : "of the PC's own");
+}
+
 TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
     ASSERT_EQ(mount().exitStatus, 0);
     const int file = ::open((volume() / "item").c_str(), O_WRONLY | O_CREAT, 0644);
@@ -202,6 +227,7 @@ TEST_F(Volume, AForcedUnmountStopsWritingAndLeavesNothing) {
     EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1);
     EXPECT_EQ(utility({u"unmount"_s, u"force"_s, path(volume())}).exitStatus, 0);
     EXPECT_TRUE(isVolumesRootEmpty());
+    EXPECT_TRUE(readFile(served("item")) == bytes) << "what was written is let go to the server";
     EXPECT_TRUE(eventually([] { return volumeProcesses(true).empty(); }, 2s));
     EXPECT_NE(errorOf(::write(file, bytes.data(), bytes.size())), 0);
     ::close(file);
@@ -219,6 +245,11 @@ TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
     ASSERT_TRUE(killAll());
     ASSERT_TRUE(isMountPoint(volume()));
     ASSERT_EQ(mount().exitStatus, 0) << "over a dead mount";
+    const pid_t daemon = stopDaemonWithoutKeeper();
+    EXPECT_EQ(utility({u"unmount"_s, path(volume())}).exitStatus, 1) << "its program does not end";
+    EXPECT_EQ(utility({u"unmount"_s, u"force"_s, path(volume())}).exitStatus, 0);
+    EXPECT_TRUE(isVolumesRootEmpty() && !ProcessIdentity::of(daemon).isAlive());
+    ASSERT_EQ(mount().exitStatus, 0);
     ASSERT_TRUE(killAll());
     ASSERT_EQ(::umount2(volume().c_str(), MNT_DETACH), 0);
     EXPECT_TRUE(isPlaceholder(volume()));
@@ -226,6 +257,17 @@ TEST_F(Volume, LeftoversAreRecognisedAndReapedButNothingOfOthers) {
     EXPECT_EQ(mount("READONLY").exitStatus, 1);
     EXPECT_FALSE(fs::exists(volume()));
     EXPECT_TRUE(fs::exists(volumes / "READONLY"));
+}
+
+TEST_F(Volume, AProcessThatEndedIsNotAliveEvenUnasked) {
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::pause();
+    const auto identity = ProcessIdentity::of(child);
+    EXPECT_TRUE(identity.isAlive() && !identity.awaitEnd(0ms));
+    identity.signal(SIGKILL);
+    EXPECT_TRUE(identity.awaitEnd(5s) && !identity.isAlive());
+    ::waitpid(child, nullptr, 0);
 }
 
 } // namespace ternvault::test

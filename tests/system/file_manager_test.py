@@ -94,21 +94,33 @@ def copies():
     return sorted(line.split(" OK ")[1].rsplit(" (")[0] for line in lines if " OK " in line)
 
 
-def taken(windows, files, pc):
-    """The paste in front becomes jobs of ours, and nobody else's."""
+def taken(windows, files, folder):
+    """The paste in front becomes jobs of ours, and nobody else's, into that folder of the server."""
     for file in files:
-        (pc.share / file.name).unlink(missing_ok=True)
+        (folder / file.name).unlink(missing_ok=True)
     before = windows.titles()
     press("ctrl+v")
     names = sorted(file.name for file in files)
     wait_for(lambda: copies() == names, lambda: f"one copy of each: {copies()}", ternvault_window.COPYING)
     wait_for(lambda: windows.in_front().startswith("Tern Vault"), "our window in front")
     for file in files:
-        check((pc.share / file.name).read_bytes() == file.read_bytes(), f"{file.name} is the same")
-    there = sorted(entry.name for entry in pc.share.iterdir() if not entry.name.startswith("."))
+        check((folder / file.name).read_bytes() == file.read_bytes(), f"{file.name} is the same")
+    there = sorted(entry.name for entry in folder.iterdir() if not entry.name.startswith("."))
     check(there == names, lambda: f"nothing else on the server: {there}")
     check(windows.titles() == before, lambda: f"the file manager asks nothing: {windows.titles()}")
     LOG.unlink()
+
+
+def taken_in_a_subfolder(windows, files, pc):
+    """Where it was made: a file of that name at the root stays."""
+    for file in files:
+        (pc.share / file.name).write_text("older")
+    subfolder = VOLUME / "subfolder"
+    subfolder.mkdir()
+    windows.open(subfolder)
+    taken(windows, files, pc.share / subfolder.name)
+    for file in files:
+        check((pc.share / file.name).read_text() == "older", f"{file.name} at the root stays")
 
 
 def field_keeps_its(windows, files, *way_in):
@@ -166,11 +178,11 @@ def main():
         windows.open(files[0].parent, elsewhere, VOLUME)
         windows.copy_all(files[0].parent)
         windows.bring_forward(VOLUME.name)
-        taken(windows, files, pc)
+        taken(windows, files, pc.share)
 
         windows.bring_forward(VOLUME.name)
         press("Caps_Lock", "Num_Lock")
-        taken(windows, files, pc)
+        taken(windows, files, pc.share)
         press("Caps_Lock", "Num_Lock")
 
         windows.bring_forward(elsewhere.name)
@@ -186,7 +198,8 @@ def main():
         field_keeps_its(windows, files, *SELECTING_FIRST.get(windows.file_manager[0], ["Down"]), "F2")
         windows.copy_all(files[0].parent)
         windows.bring_forward(VOLUME.name)
-        taken(windows, files, pc)
+        taken(windows, files, pc.share)
+        taken_in_a_subfolder(windows, files, pc)
         field_keeps_its(windows, files, "ctrl+l")
         other_programs_keep_theirs(windows, files)
         if windows.file_manager[0] == "thunar":

@@ -9,7 +9,7 @@ CLONE = pathlib.Path(__file__).resolve().parents[2]
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(CLONE / "tools"))
 import ternvault_window  # noqa: E402 (its folder comes first)
-from accessibility import Missed, press_keys, type_text, wait_for  # noqa: E402
+from accessibility import Missed, press_keys, put_on_clipboard, type_text, wait_for  # noqa: E402
 
 INTERACTIVE = {"push button", "toggle button", "check box", "radio button", "text", "password text", "list",
                "progress bar", "tree", "combo box", "menu item", "panel"}
@@ -39,6 +39,8 @@ MAIN_BESIDES = MENUS | {("panel", "Server"), ("panel", "Drives on server"),
 PANEL = [("push button", "Back"), ("push button", "Up"), ("text", "Folder"), ("check box", "Hidden files"),
          ("list", "Places"), ("tree", "Files and folders"), ("push button", "Cancel")]
 PANEL_BESIDES = {("push button", "Copy to Tern Vault")}
+QUIT = [("push button", "Don't Quit"), ("push button", "Quit")]
+QUIT_BESIDES = {("panel", ""), ("progress bar", "Transfer progress")}
 ITEMS = ("list item", "table cell")  # the current one says that it has the focus, wherever that is
 PASSWORD = "with \"blanks\" & marks: \\ #%?"
 
@@ -128,6 +130,25 @@ def copy(app, folder):
     app.wait_copied(2)
 
 
+def quit_while_copying(app, pc, folder):
+    """Asks first; the copy cannot end before it is answered."""
+    put_on_clipboard("text/uri-list", (folder / "letter.txt").as_uri() + "\r\n")
+    pc.control("pause")
+    (folder / "letter.txt").write_text("typed anew\n")
+    press_keys("ctrl+v")
+    app.wait_status("Copying letter.txt", "Transfer status")
+    for answer in ("Escape", "Return"):
+        press_keys("ctrl+q")
+        expect(app.find("dialog", "Quit Tern Vault?"), QUIT, QUIT_BESIDES)
+        press_keys(answer)
+        app.wait_gone("dialog", "Quit Tern Vault?")
+    press_keys("ctrl+q")
+    tab_to(app.find("dialog", "Quit Tern Vault?"), "Quit")
+    press_keys("Return")
+    ternvault_window.check(app.process.wait(ternvault_window.PATIENCE) == 0, "quits in good order")
+    pc.control("resume")
+
+
 def main():
     pc = ternvault_window.PrivatePc(sys.argv[1])
     folder = pathlib.Path.home() / "to copy"
@@ -142,8 +163,7 @@ def main():
         ternvault_window.check((pc.share / name).read_bytes() == (folder / name).read_bytes(), f"{name} is the same")
     press_keys("alt+u")  # "Clear counters"
     app.main.find("label", "No transfers")
-    press_keys("ctrl+q")
-    ternvault_window.check(app.process.wait(ternvault_window.PATIENCE) == 0, "quits in good order")
+    quit_while_copying(app, pc, folder)
 
 
 if __name__ == "__main__":

@@ -40,26 +40,19 @@ def refused_key(app, holder):
     ternvault_window.check(not app.first("push button", "OK"), "no second message")
     holder.let_go()
     close_and_open(app)
-    wait_for(lambda: not is_free(holder), "the tap at work")
-
-
-def is_free(holder):
-    free = holder.hold()
-    if free:
-        holder.let_go()
-    return free
+    wait_for(lambda: not holder.is_free(), "the tap at work")
 
 
 def switched_off_and_on(app, holder):
     app.choose("Take Over Pastes in File Managers")
-    wait_for(lambda: is_free(holder), "the key given up")
+    wait_for(lambda: holder.is_free(), "the key given up")
     app.quit()
     again = ternvault_window.TernVault()
     again.wait_listing("MOSSBOX1")
     time.sleep(2)  # longer than the tap takes to start
-    ternvault_window.check(is_free(holder), "the key is left alone by the next start, too")
+    ternvault_window.check(holder.is_free(), "the key is left alone by the next start, too")
     again.choose("Take Over Pastes in File Managers")
-    wait_for(lambda: not is_free(holder), "the tap at work")
+    wait_for(lambda: not holder.is_free(), "the tap at work")
     return again
 
 

@@ -1,4 +1,5 @@
 #include "ui/ClampedText.h"
+#include "ui/CopyingSheet.h"
 #include "ui/DropZone.h"
 #include "ui/UiFixture.h"
 
@@ -47,6 +48,17 @@ TEST_F(Panel, ShowsWhatTheStateCallsFor) {
         EXPECT_EQ(button(u"Clear counters"_s).isVisible(), offersClearing);
         EXPECT_TRUE(find<QLabel>(transfers.progressLabel()).isVisible());
     }
+}
+
+TEST_F(Panel, SaysWhatACopyWaitsForInALineOfItsOwn) {
+    const QString note = u"another <b>copy</b>"_s;
+    transfers.waitingNote = note;
+    settle();
+    EXPECT_TRUE(find<ClampedText>(note).isVisible());
+    transfers.waitingNote = std::nullopt;
+    settle();
+    for (const ClampedText* const text : all<ClampedText>())
+        EXPECT_FALSE(text->isVisible() && text->text() == note);
 }
 
 TEST_F(Panel, ShowsNamesAsTheyAre) {
@@ -121,6 +133,116 @@ TEST_F(Panel, AClickOnTheZoneOnlyActivates) {
     settle();
     button(u"Cancel"_s).click();
     EXPECT_FALSE(transfers.isTransferring);
+}
+
+/// Each click at the edge of its button, where the other one comes under the pointer.
+TEST_F(Panel, TheSecondClickOfADoubleClickDoesNotUndoTheFirst) {
+    fake.time.holdBackground = true;
+    fake.files.entries = {{"/Volumes/MOSSBOX1", true}, {"/letter", false}};
+    fake.pasteboard.urls = {QUrl(u"file:///letter"_s)};
+    QPushButton& paste = button(u"Paste files now"_s);
+    QPushButton& cancel = button(u"Cancel"_s);
+    const auto click = [this](QPoint at) {
+        const int time = QTest::lastMouseTimestamp;
+        QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
+        settle();
+        // QTest keeps clicks apart.
+        QTest::lastMouseTimestamp = time + 100;
+    };
+    const auto pause = [] { QTest::lastMouseTimestamp += 1000; };
+    const auto edge = [this](QWidget& of, int x) { return of.mapTo(&window, QPoint(x, of.height() / 2)); };
+
+    for (int time = 0; time < 2; ++time) {
+        const QPoint right = edge(paste, paste.width() - 2);
+        pause();
+        for (int clicks = 0; clicks < 3; ++clicks) {
+            click(right);
+            EXPECT_TRUE(transfers.isTransferring) << "begun, and not cancelled";
+            ASSERT_EQ(window.childAt(right), &cancel);
+        }
+        const QPoint left = edge(cancel, 2);
+        pause();
+        for (int clicks = 0; clicks < 3; ++clicks) {
+            click(left);
+            EXPECT_FALSE(transfers.isTransferring) << "cancelled, and not begun anew";
+            ASSERT_EQ(window.childAt(left), &paste);
+        }
+    }
+    QPushButton& add = button(u"Add Files…"_s);
+    click(edge(add, add.width() / 2));
+    EXPECT_TRUE(fake.filePanel.pending) << "a button that stayed where it is counts at once";
+}
+
+/// Over a copy of "first", with "second" and eight others behind it.
+struct Sheet : UiFixture {
+    Sheet() {
+        fake.time.holdBackground = true;
+        fake.processes.executables = {u"/usr/bin/rsync"_s};
+        fake.files.entries = {{"/Volumes/MOSSBOX1", true}};
+        std::vector<std::filesystem::path> files;
+        for (const char* const name : {"first", "second", "3", "4", "5", "6", "7", "8", "9", "10"}) {
+            files.push_back(std::string("/s/") + name);
+            fake.files.entries[files.back()] = false;
+        }
+        model.setupComplete = true;
+        showSettings();
+        model.transfers.enqueue(files, "/Volumes/MOSSBOX1");
+        settle();
+    }
+    void askToReset() {
+        button(u"Reset setup (show Create / Login again)"_s).click();
+        settle();
+    }
+    void finishCopies() {
+        fake.time.holdBackground = false;
+        settle();
+    }
+    CopyingSheet* sheet() const { return all<CopyingSheet>().value(0); }
+    bool shows(const QString& text) const {
+        const auto isShown = [&text](QLabel* label) { return label->isVisible() && label->text() == text; };
+        return std::ranges::any_of(sheet()->findChildren<QLabel*>(), isShown);
+    }
+    void press(Qt::Key key) {
+        QTest::keyClick(QApplication::focusWidget(), key);
+        settle();
+    }
+};
+
+TEST_F(Sheet, AsksBeforeAResetWhileTheCopyGoesOn) {
+    for (const auto& [keys, isReset] : {std::pair(std::vector{Qt::Key_Return}, false),
+                                        {{Qt::Key_Escape}, false},
+                                        {{Qt::Key_Backtab, Qt::Key_Return}, true}}) {
+        askToReset();
+        ASSERT_TRUE(sheet());
+        EXPECT_EQ(std::pair(sheet()->windowModality(), nameOf(*sheet())),
+                  std::pair(Qt::WindowModal, u"Reset the setup?"_s));
+        EXPECT_TRUE(shows(u"first"_s));
+        EXPECT_TRUE(shows(u"9 — second, 3, 4, 5, 6, 7, 8, 9, …"_s));
+        EXPECT_TRUE(model.setupComplete);
+        for (const Qt::Key key : keys)
+            press(key);
+        EXPECT_FALSE(sheet());
+        EXPECT_EQ(model.setupComplete, !isReset);
+        EXPECT_TRUE(model.transfers.isTransferring) << "the copy goes on";
+    }
+}
+
+TEST_F(Sheet, FollowsTheCopyToItsEndAndIsNotShownWithoutOne) {
+    askToReset();
+    model.transfers.currentFileName = u"a & <b>"_s;
+    settle();
+    EXPECT_TRUE(shows(u"a & <b>"_s));
+    finishCopies();
+    ASSERT_TRUE(sheet()) << "nothing is done without an answer";
+    EXPECT_TRUE(shows(u"The copying has ended meanwhile. "_s + *model.transfers.statusLine));
+    EXPECT_TRUE(shows(u"Nothing"_s));
+    EXPECT_TRUE(model.setupComplete);
+    press(Qt::Key_Return);
+    EXPECT_FALSE(sheet());
+    EXPECT_TRUE(model.setupComplete);
+    askToReset();
+    EXPECT_FALSE(sheet());
+    EXPECT_FALSE(model.setupComplete);
 }
 
 TEST_F(Panel, TenThousandJobsLeaveNothingBehind) {

@@ -1,3 +1,4 @@
+#include "ui/DoubleClickGuard.h"
 #include "ui/Theme.h"
 
 #include <QApplication>
@@ -21,5 +22,6 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     LightAppearance appearance;
     const ternvault::Theme theme(application, appearance);
+    const ternvault::DoubleClickGuard doubleClicks(application);
     return RUN_ALL_TESTS();
 }

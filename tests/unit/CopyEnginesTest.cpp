@@ -1,6 +1,9 @@
 #include "transfer/CopyEngines.h"
+#include "base/FileState.h"
+#include "base/UnfinishedTime.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "support/FakePlatform.h"
+#include "support/RestlessFile.h"
 #include "support/TemporaryFolder.h"
 #include "transfer/ChunkedCopy.h"
 #include "transfer/TransferError.h"
@@ -47,8 +50,86 @@ struct CopyEnginesTest : testing::Test {
         }
         return 0;
     }
+    static void setTime(const fs::path& file, timespec time) {
+        const timespec times[] = {time, time};
+        ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+    }
+    static bool isUnfinished(const fs::path& file) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(file.c_str(), &status), 0) << file;
+        return isSameTime(status.st_mtim, unfinishedTime);
+    }
     std::string message;
 };
+
+TEST_F(CopyEnginesTest, WhatRsyncOverwritesInPlaceSaysThatItIsUnfinished) {
+    const fs::path sub = target / "sub";
+    const std::tuple<const char*, const char*, timespec, bool> rows[] = {
+        {"same", "CONTENT", {1'600'000'000, 123'456'000}, false},
+        {"same second", "CONTENT", {1'600'000'000, 123'455'000}, true},
+        {"cut to 10 ms", "CONTENT", {1'600'000'000, 120'000'000}, false},
+        {"whole seconds", "CONTENT", {1'600'000'000, 0}, false},
+        {"other second", "CONTENT", {1'600'000'001, 123'456'000}, true},
+        {"other length", "CON", {1'600'000'000, 0}, false},
+        {"._left out", "CONTENT", {1'500'000'000, 0}, false},
+        {"lost+found", "CONTENT", {1'500'000'000, 0}, false},
+    };
+    source = source.parent_path();
+    fs::create_directories(source / "sub");
+    fs::create_directories(sub);
+    for (const auto& [name, content, time, isMarked] : rows) {
+        writeFile(source / "sub" / name, "content");
+        setTime(source / "sub" / name, {1'600'000'000, 123'456'789});
+        writeFile(sub / name, content);
+        setTime(sub / name, time);
+    }
+    writeFile(source / "sub/fresh", "content");
+    fs::create_symlink(source / "sub/same second", source / "sub/link");
+    writeFile(sub / "link", "content");
+    writeFile(folder / "outside", "content");
+    fs::create_symlink(folder / "outside", sub / "fresh");
+    processes.respond = [&](const QStringList&) {
+        for (const auto& [name, content, time, isMarked] : rows)
+            EXPECT_EQ(isUnfinished(sub / name), isMarked) << name;
+        return ProcessResult{};
+    };
+    engines.rsyncCopy(source, target, true);
+    EXPECT_FALSE(isUnfinished(sub / "link") || isUnfinished(folder / "outside"));
+
+    setTime(sub / "same second", {1'600'000'000, 5'000});
+    processes.respond = {};
+    source = source / "sub/same second";
+    target = sub / "same second";
+    EXPECT_EQ(errorCode(false), TransferError::notCopied) << "rsync, which is faked, left it as it was";
+    EXPECT_TRUE(isUnfinished(target));
+}
+
+TEST_F(CopyEnginesTest, AFileSavedAgainWithinTheSecondOrCutShortIsNotCopied) {
+    const std::tuple<const char*, timespec, timespec, int> rows[] = {
+        {"content", {1'600'000'000, 1}, {1'600'000'000, 0}, 0},
+        {"CONTENT", {1'600'000'000, 2}, {1'600'000'000, 0}, TransferError::notCopied},
+        {"CONTENT", {1'600'000'007, 1}, {1'600'000'000, 0}, 0},
+        {"longer content", {1'600'000'000, 2}, {1'600'000'000, 0}, 0},
+        {"content", {1'600'000'000, 1}, unfinishedTime, TransferError::notCopied},
+    };
+    for (const auto& [saved, time, arrived, expected] : rows) {
+        writeFile(source, "content");
+        setTime(source, {1'600'000'000, 1});
+        processes.respond = [&](const QStringList&) {
+            writeFile(target, "content");
+            setTime(target, arrived);
+            writeFile(source, saved);
+            setTime(source, time);
+            return ProcessResult{};
+        };
+        EXPECT_EQ(errorCode(false), expected) << saved << time.tv_sec;
+    }
+    processes.respond = [&](const QStringList&) {
+        writeFile(target, "cut");
+        return ProcessResult{};
+    };
+    EXPECT_EQ(errorCode(false), TransferError::notCopied);
+}
 
 TEST_F(CopyEnginesTest, RunsTheFirstRsyncAndSpellsFoldersWithASlash) {
     processes.executables.insert(u"/opt/homebrew/bin/rsync"_s);
@@ -134,6 +215,19 @@ TEST_F(CopyEnginesTest, ChunksFailWithTheirOwnErrorsAndReplaceWhatIsThere) {
     writeFile(target, "old");
     chunkedCopy(files, source, target);
     EXPECT_EQ(readFile(target), readFile(source));
+
+    {
+        const RestlessFile changing(source);
+        int code = 0;
+        for (int copies = 0; code == 0 && copies < RestlessFile::copiesAtMost; ++copies)
+            code = codeOf([&] { chunkedCopy(files, source, target); });
+        EXPECT_EQ(code, TransferError::notCopied);
+        EXPECT_TRUE(isUnfinished(target));
+    }
+    fs::remove(target);
+    fs::create_symlink(folder / "elsewhere", target);
+    chunkedCopy(files, source, target);
+    EXPECT_FALSE(fs::exists(folder / "elsewhere") || fs::is_symlink(target));
 
     const fs::path nowhere = target.parent_path() / "no" / "a";
     EXPECT_EQ(codeOf([&] { chunkedCopy(files, source, nowhere); }), 1);

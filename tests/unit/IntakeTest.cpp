@@ -109,6 +109,25 @@ TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
     EXPECT_EQ(started, (QStringList{u"c"_s, u"a"_s, u"b b"_s}));
 }
 
+TEST_F(Intake, APasteMadeInAFolderOfTheVolumeGoesThere) {
+    fake.files.entries["/Volumes/MOSSBOX1"] = true;
+    fake.processes.executables = {u"/usr/bin/rsync"_s};
+    AppModel& model = startWithAccount();
+    copy({"file:///s/a"});
+    const std::pair<const char*, const char*> rows[] = {{"/Volumes/MOSSBOX1/b/c", "b/c/a"},
+                                                        {"/Volumes/MOSSBOX1", "a"},
+                                                        {"/Volumes/MOSSBOX1/../MOSSBOX2", "a"},
+                                                        {"/Volumes/MOSSBOX2/b", "a"},
+                                                        {"/Volumes", "a"},
+                                                        {"", "a"}};
+    for (const auto& [folder, destination] : rows) {
+        perform(model.pasteFromClipboardInto(folder));
+        EXPECT_EQ(fake.processes.calls.back().back(),
+                  u"/Volumes/MOSSBOX1/"_s + QString::fromUtf8(destination));
+        EXPECT_EQ(*model.status, u"Queued 1 item(s) → /Volumes/MOSSBOX1"_s);
+    }
+}
+
 TEST_F(Intake, WhatIsNoFileOfThisPCIsCountedAndReportedAsMissing) {
     fake.files.entries["/Volumes/MOSSBOX1"] = true;
     AppModel& model = start();

@@ -72,11 +72,13 @@ public:
 };
 
 struct CountingTarget final : PasteTarget {
-    Task<> pasteFromClipboard() override {
+    Task<> pasteFromClipboardInto(std::filesystem::path folder) override {
         ++pastes;
+        lastFolder = folder;
         co_return;
     }
     int pastes = 0;
+    std::filesystem::path lastFolder;
     LifetimeAnchor<PasteTarget> anchor{this};
 };
 
@@ -145,6 +147,7 @@ TEST_F(PasteHookTest, EachNotificationIsOnePasteHoweverOftenTheWindowAppears) {
         notifications.post();
     fake.time.run();
     EXPECT_EQ(target.pastes, 10);
+    EXPECT_EQ(target.lastFolder, "");
     EXPECT_EQ(fake.activation.count, 10);
 }
 
@@ -152,6 +155,7 @@ TEST_F(PasteHookTest, TheTapSwallowsPastesOfFilesOntoTheVolume) {
     using namespace key_flags;
     EXPECT_EQ(swallows(command | capsLock), 1);
     EXPECT_EQ(target.pastes, 1);
+    EXPECT_EQ(target.lastFolder, "/Volumes/MOSSBOX1/Photos");
     const std::vector<QString> asked = std::exchange(finder.scripts, {});
     ASSERT_EQ(asked.size(), 1U);
     EXPECT_TRUE(asked[0].startsWith(u"tell application \"Finder\"\n  if (count of Finder windows) is 0"_s));

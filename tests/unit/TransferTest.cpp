@@ -106,6 +106,50 @@ TEST_F(Transfers, ACopyThatSucceededOntoSomethingElseIsAFailure) {
     EXPECT_TRUE((*transfers.lastError)->contains(u"went away"_s));
 }
 
+TEST_F(Transfers, AnAttemptWaitsForItsTurnAndSaysSo) {
+    QStringList notes;
+    const Subscription watch =
+        transfers.objectWillChange.subscribe([&] { notes += transfers.waitingNote->value_or(QString()); });
+    fake.copyTurns.busy = 3;
+    copy({"/s/a"});
+    EXPECT_EQ(transfers.completedCount, 1);
+    EXPECT_EQ(fake.copyTurns.asked, std::vector<fs::path>(4, "/Volumes/MOSSBOX1"));
+    EXPECT_TRUE(notes.contains(u"Another copy onto this volume is under way; waiting for it to end"_s));
+    EXPECT_EQ(*transfers.waitingNote, std::nullopt);
+    EXPECT_EQ(log(), (Lines{"Queued 1 item(s) — app rsync starting", "Copying a…", "OK a (0 bytes)",
+                            "Done — 1/1 copied by the app (not Finder)"}));
+
+    fake.copyTurns.busy = 2;
+    fake.copyTurns.onBusy = [this] { transfers.cancel(); };
+    copy({"/s/a"});
+    EXPECT_EQ(transfers.errorCount, 1);
+    EXPECT_EQ(*transfers.statusLine, u"Cancelled — 1/2 · 1 error(s)"_s);
+    EXPECT_EQ(fake.copyTurns.asked.size(), 5u);
+}
+
+TEST_F(Transfers, NoWayToTheDestinationMeansNoCopy) {
+    using enum EntryKind;
+    const std::tuple<const char*, EntryKind, const char*, const char*> rows[] = {
+        {".", link, "/s/a", "a: The volume: a link is in the way"},
+        {"sub/dir", link, "/s/dir", "dir: sub/dir: a link is in the way"},
+        {"sub/dir", elsewhere, "/s/dir", "dir: sub/dir: something else is mounted there"},
+        {"sub", link, "/s/a", "a: sub: a link is in the way"},
+        {"sub", none, "/s/a", "a: sub: the folder is not there any more"},
+    };
+    for (const auto& [part, kind, item, error] : rows) {
+        fake.files.kinds = {{part, kind}};
+        transfers.enqueue({item}, "/Volumes/MOSSBOX1", "sub");
+        fake.time.advance(5s);
+        EXPECT_EQ(*transfers.lastError, QString::fromUtf8(error));
+        EXPECT_FALSE(fake.files.entries.contains("/Volumes/MOSSBOX1/sub"));
+    }
+    EXPECT_EQ(copies(), 0u);
+    fake.files.kinds = {{"sub/a", link}};
+    transfers.enqueue({"/s/a"}, "/Volumes/MOSSBOX1", "sub");
+    fake.time.run();
+    EXPECT_EQ(fake.processes.calls.back().back(), u"/Volumes/MOSSBOX1/sub/a"_s) << "it replaces a link";
+}
+
 TEST_F(Transfers, MountsOnDemandBeforeAJobAndBetweenAttempts) {
     fake.files.entries.erase("/Volumes/MOSSBOX1");
     letMountsSucceed();

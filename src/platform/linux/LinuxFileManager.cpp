@@ -3,8 +3,11 @@
 #include "base/FileDescriptor.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -35,8 +38,11 @@ bool isSameEntry(const struct statx& one, const struct statx& other) {
            one.stx_dev_minor == other.stx_dev_minor;
 }
 
-bool isMountRoot(const struct statx& status) {
-    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+/// The directory below a volume that is not mounted.
+bool isPlaceholder(const struct statx& status) {
+    constexpr unsigned anybodyLists = 0444;
+    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0 && S_ISDIR(status.stx_mode) &&
+           (status.stx_mode & anybodyLists) == 0;
 }
 
 fs::path withoutTrailingSlash(const fs::path& path) {
@@ -45,9 +51,9 @@ fs::path withoutTrailingSlash(const fs::path& path) {
 
 } // namespace
 
-LinuxFileManager::LinuxFileManager(const fs::path& volumesRoot, DeadVolumeTest isDeadVolume)
-    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())),
-      isDeadVolume_(std::move(isDeadVolume)) {}
+LinuxFileManager::LinuxFileManager(const fs::path& volumesRoot, NoVolumeTest isNoVolume)
+    : volumesRoot_(withoutTrailingSlash(volumesRoot.lexically_normal())), isNoVolume_(std::move(isNoVolume)) {
+}
 
 bool LinuxFileManager::exists(const fs::path& path) const {
     return statusOf(path).has_value();
@@ -61,8 +67,8 @@ bool LinuxFileManager::isDirectory(const fs::path& path) const {
 /// The kernel goes on answering for the root of a volume whose daemon is gone, from what it remembers.
 std::optional<struct statx> LinuxFileManager::statusOf(const fs::path& path) const {
     const auto status = cachedStatus(AT_FDCWD, path);
-    if (status && isMountRoot(*status) && isBelowVolumesRoot(path) &&
-        isDeadVolume_(withoutTrailingSlash(path)))
+    if (status && isBelowVolumesRoot(path) &&
+        (isPlaceholder(*status) || isNoVolume_(withoutTrailingSlash(path))))
         return std::nullopt;
     return status;
 }
@@ -131,13 +137,36 @@ void LinuxFileManager::revalidate(const fs::path& item) const {
 std::optional<VolumeIdentity> LinuxFileManager::volumeIdentity(const fs::path& root) const {
     if (!statusOf(root))
         return std::nullopt;
-    const auto pin = std::make_shared<FileDescriptor>(::open(root.c_str(), O_PATH | O_CLOEXEC));
+    const auto pin = std::make_shared<FileDescriptor>(::open(root.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     const auto status = cachedStatus(pin->get(), {}, AT_EMPTY_PATH);
     if (!*pin || !status)
         return std::nullopt;
-    if (!isMountRoot(*status) && (status->stx_mode & 07777) == 0 && isBelowVolumesRoot(root))
+    if (isPlaceholder(*status) && isBelowVolumesRoot(root))
         return std::nullopt;
     return VolumeIdentity{makedev(status->stx_dev_major, status->stx_dev_minor), status->stx_mnt_id, pin};
+}
+
+EntryKind LinuxFileManager::kindOnVolume(const VolumeIdentity& volume, const fs::path& item) const {
+    const int root = static_cast<const FileDescriptor*>(volume.pin.get())->get();
+    const auto rootStatus = cachedStatus(root, {}, AT_EMPTY_PATH);
+    if (rootStatus && S_ISLNK(rootStatus->stx_mode))
+        return EntryKind::link;
+    open_how how{};
+    how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV;
+    // glibc 2.36 has no function for it.
+    const FileDescriptor entry(
+        static_cast<int>(::syscall(SYS_openat2, root, item.c_str(), &how, sizeof how)));
+    if (!entry && errno == ENOENT)
+        return EntryKind::none;
+    if (!entry && errno == ELOOP)
+        return EntryKind::link;
+    if (!entry && errno == EXDEV)
+        return EntryKind::elsewhere;
+    const auto status = entry ? cachedStatus(entry.get(), {}, AT_EMPTY_PATH) : std::nullopt;
+    if (!status)
+        fail(errno, item);
+    return S_ISLNK(status->stx_mode) ? EntryKind::link : EntryKind::onVolume;
 }
 
 } // namespace ternvault

@@ -9,18 +9,20 @@
 namespace ternvault {
 
 /// File operations over statx(2). The questions (`exists`, `isDirectory`, `volumeIdentity`) take what the
-/// kernel knows already, so that they return at once for the root of a volume whose daemon hangs. That root
-/// counts as existing until it is unmounted, also when the daemon is dead. Below the root the kernel may have
-/// to ask the daemon; what cannot be asked does not exist.
+/// kernel knows already, so that they return at once for the root of a volume whose daemon hangs. An entry of
+/// the volumes root that is no volume does not exist for them: a directory that nobody may list, which is
+/// what mounting makes, and what `NoVolumeTest` knows. Below a volume's root the kernel may have to ask the
+/// daemon; what cannot be asked does not exist.
 class LinuxFileManager final : public FileManager {
 public:
-    /// Whether the daemon of the volume mounted there is known to be gone. Any thread; must not wait.
-    using DeadVolumeTest = std::function<bool(const std::filesystem::path& mountPoint)>;
+    /// Whether that entry of the volumes root is known to be no volume, not yet or not any more. Any thread;
+    /// must not wait.
+    using NoVolumeTest = std::function<bool(const std::filesystem::path& entry)>;
 
     /// `volumesRoot`: absolute.
     explicit LinuxFileManager(
         const std::filesystem::path& volumesRoot,
-        DeadVolumeTest isDeadVolume = [](const std::filesystem::path&) { return false; });
+        NoVolumeTest isNoVolume = [](const std::filesystem::path&) { return false; });
 
     bool exists(const std::filesystem::path& path) const override;
     bool isDirectory(const std::filesystem::path& path) const override;
@@ -31,6 +33,7 @@ public:
     void remove(const std::filesystem::path& path) override;
     void revalidate(const std::filesystem::path& item) const override;
     std::optional<VolumeIdentity> volumeIdentity(const std::filesystem::path& root) const override;
+    EntryKind kindOnVolume(const VolumeIdentity& volume, const std::filesystem::path& item) const override;
 
 private:
     void createDirectory(const std::filesystem::path& path) const;
@@ -39,7 +42,7 @@ private:
     std::optional<struct statx> statusOf(const std::filesystem::path& path) const;
 
     std::filesystem::path volumesRoot_;
-    DeadVolumeTest isDeadVolume_;
+    NoVolumeTest isNoVolume_;
 };
 
 } // namespace ternvault

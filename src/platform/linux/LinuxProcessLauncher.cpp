@@ -39,9 +39,9 @@ int openPipe(Pipe& pipe) {
     return 0;
 }
 
-/// Starts the program with both streams in the pipes; 0 or the error number.
+/// Starts the program with both streams in the pipes and `held`, if any, left open; 0 or the error number.
 int spawn(const QString& program, const QStringList& arguments, const Pipe& output, const Pipe& error,
-          pid_t& child) {
+          const FileDescriptor& held, pid_t& child) {
     std::vector<QByteArray> encoded{QFile::encodeName(program)};
     for (const QString& argument : arguments)
         encoded.push_back(QFile::encodeName(argument));
@@ -55,6 +55,8 @@ int spawn(const QString& program, const QStringList& arguments, const Pipe& outp
     ::posix_spawn_file_actions_init(&streams);
     ::posix_spawn_file_actions_adddup2(&streams, output.writeEnd.get(), STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&streams, error.writeEnd.get(), STDERR_FILENO);
+    if (held) // Onto itself, which takes "close on exec" off in the child alone.
+        ::posix_spawn_file_actions_adddup2(&streams, held.get(), held.get());
     // What this process ignores or this thread blocks is no business of the program, nor is the terminal's
     // interrupt, which its caller handles: it gets a process group of its own.
     posix_spawnattr_t signals;
@@ -101,7 +103,7 @@ void capture(const FileDescriptor& process, const Pipe& output, const Pipe& erro
     }
 }
 
-ProcessResult runProgram(const QString& program, const QStringList& arguments) {
+ProcessResult runProgram(const QString& program, const QStringList& arguments, const FileDescriptor& held) {
     ProcessResult result;
     Pipe output;
     Pipe error;
@@ -110,7 +112,7 @@ ProcessResult runProgram(const QString& program, const QStringList& arguments) {
     if (failure == 0)
         failure = openPipe(error);
     if (failure == 0)
-        failure = spawn(program, arguments, output, error, child);
+        failure = spawn(program, arguments, output, error, held, child);
     if (failure != 0) {
         result.startError =
             program + u": "_s + QString::fromStdString(std::generic_category().message(failure));
@@ -131,10 +133,15 @@ ProcessResult runProgram(const QString& program, const QStringList& arguments) {
 } // namespace
 
 ProcessResult LinuxProcessLauncher::run(const QString& program, const QStringList& arguments) {
+    return runHolding(FileDescriptor(), program, arguments);
+}
+
+ProcessResult LinuxProcessLauncher::runHolding(const FileDescriptor& held, const QString& program,
+                                               const QStringList& arguments) {
     const ProgramTable::Entry entry = programs_.find(program);
     if (const auto* const standIn = std::get_if<StandIn>(&entry))
         return (*standIn)(arguments);
-    return runProgram(std::get<QString>(entry), arguments);
+    return runProgram(std::get<QString>(entry), arguments, held);
 }
 
 bool LinuxProcessLauncher::isExecutable(const QString& program) const {

@@ -11,6 +11,9 @@ public:
     explicit LinuxProcessLauncher(ProgramTable programs) : programs_(std::move(programs)) {}
 
     ProcessResult run(const QString& program, const QStringList& arguments) override;
+    /// A stand-in is this process, which holds the file anyway.
+    ProcessResult runHolding(const FileDescriptor& held, const QString& program,
+                             const QStringList& arguments) override;
     /// True for a stand-in.
     bool isExecutable(const QString& program) const override;
 

@@ -68,13 +68,12 @@ std::optional<QString> reapingProblem(const fs::path& root, const fs::path& stat
     return std::nullopt;
 }
 
-LinuxFileManager::DeadVolumeTest deadVolumeTest(const fs::path& state) {
-    return [state](const fs::path& mountPoint) {
+LinuxFileManager::NoVolumeTest noVolumeTest(const fs::path& state) {
+    return [state](const fs::path& entry) {
         // Records name the real path; finding that asks nothing of the volume itself.
         std::error_code ignored;
-        const fs::path root = fs::canonical(mountPoint.parent_path(), ignored);
-        const std::optional<MountRecord> record = readMountRecord(state, root / mountPoint.filename());
-        return record && record->daemon.pid > 0 && !record->daemon.isAlive();
+        const fs::path root = fs::canonical(entry.parent_path(), ignored);
+        return isKnownAsNoVolume(state, root / entry.filename());
     };
 }
 
@@ -129,8 +128,9 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
     : locations_(volumesRoot()), defaults_(settingsFile(locations_), report), secretService_(secretService),
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
-      files_(locations_.volumesRoot(), deadVolumeTest(mountState(locations_))),
-      leftoversProblem_(reapingProblem(locations_.volumesRoot(), mountState(locations_))) {}
+      files_(locations_.volumesRoot(), noVolumeTest(mountState(locations_))),
+      leftoversProblem_(reapingProblem(locations_.volumesRoot(), mountState(locations_))),
+      copyTurns_(mountState(locations_)) {}
 
 Platform LinuxServices::platform(const UserInterface& userInterface) {
     return {mainLoop_,
@@ -147,7 +147,8 @@ Platform LinuxServices::platform(const UserInterface& userInterface) {
             securityScope_,
             log_,
             workspace_,
-            http_};
+            http_,
+            copyTurns_};
 }
 
 } // namespace ternvault

@@ -10,6 +10,7 @@
 #include "platform/linux/LinuxSecretStore.h"
 #include "platform/linux/LinuxUserDefaults.h"
 #include "platform/linux/LoadedHttpClient.h"
+#include "platform/linux/LockedCopyTurns.h"
 #include "platform/linux/NoSecurityScope.h"
 #include "platform/linux/QtMainLoop.h"
 #include "platform/linux/SecretServiceStore.h"
@@ -78,6 +79,7 @@ private:
     DesktopWorkspace workspace_;
     LoadedHttpClient http_{mainLoop_};
     std::optional<QString> leftoversProblem_;
+    LockedCopyTurns copyTurns_;
     /// Last, so first to go: its work uses the others.
     ThreadBackgroundTasks background_;
 };

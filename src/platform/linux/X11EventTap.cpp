@@ -58,11 +58,11 @@ private:
 };
 
 /// A connection that is lost, for example because somebody ended it, is made anew.
-TapRefusal serveKeyboard(const std::shared_ptr<const WakeUp>& wakeUp, const std::atomic<bool>& enabled,
+TapRefusal serveKeyboard(const std::shared_ptr<const Doorbell>& doorbell, const std::atomic<bool>& enabled,
                          const std::atomic<bool>& stopping, Desk& desk) {
     try {
         while (!stopping) {
-            TappedKeyboard keyboard(wakeUp, enabled, [&](std::shared_ptr<HeldPress> press) {
+            TappedKeyboard keyboard(doorbell, enabled, [&](std::shared_ptr<HeldPress> press) {
                 return desk.put(std::move(press));
             });
             keyboard.serve(stopping);
@@ -83,7 +83,7 @@ TappedEvent eventOf(const std::shared_ptr<HeldPress>& press) {
 bool X11EventTap::run(std::uint32_t, const Callback& callback) {
     Desk desk;
     std::thread keyboard([&] {
-        refusal_ = serveKeyboard(wakeUp_, enabled_, stopping_, desk);
+        refusal_ = serveKeyboard(doorbell_, enabled_, stopping_, desk);
         desk.close();
     });
     try {
@@ -104,12 +104,12 @@ bool X11EventTap::run(std::uint32_t, const Callback& callback) {
 
 void X11EventTap::enable(bool isOn) {
     enabled_ = isOn;
-    wakeUp_->ring();
+    doorbell_->ring();
 }
 
 void X11EventTap::stop() {
     stopping_ = true;
-    wakeUp_->ring();
+    doorbell_->ring();
 }
 
 } // namespace ternvault

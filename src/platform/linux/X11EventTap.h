@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/EventTap.h"
-#include "platform/linux/WakeUp.h"
+#include "platform/linux/Doorbell.h"
 #include "platform/linux/X11TapRefusal.h"
 
 #include <atomic>
@@ -31,7 +31,7 @@ public:
     x11::TapRefusal refusal() const { return refusal_; }
 
 private:
-    const std::shared_ptr<const WakeUp> wakeUp_ = std::make_shared<const WakeUp>();
+    const std::shared_ptr<const Doorbell> doorbell_ = std::make_shared<const Doorbell>();
     std::atomic<bool> enabled_ = true;
     std::atomic<bool> stopping_ = false;
     std::atomic<x11::TapRefusal> refusal_ = x11::TapRefusal::none;

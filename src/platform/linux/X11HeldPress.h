@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/WakeUp.h"
+#include "platform/linux/Doorbell.h"
 
 #include <atomic>
 #include <cstdint>
@@ -15,7 +15,7 @@ public:
     enum class Fate { open, swallowed, passedOn };
 
     /// `eventFlags` are bits of `key_flags`.
-    HeldPress(std::uint32_t eventFlags, std::shared_ptr<const WakeUp> keyboardThread)
+    HeldPress(std::uint32_t eventFlags, std::shared_ptr<const Doorbell> keyboardThread)
         : flags(eventFlags), keyboardThread_(std::move(keyboardThread)) {}
 
     /// The first one settles it; false for all others.
@@ -31,7 +31,7 @@ public:
     const std::uint32_t flags;
 
 private:
-    const std::shared_ptr<const WakeUp> keyboardThread_;
+    const std::shared_ptr<const Doorbell> keyboardThread_;
     std::atomic<Fate> fate_ = Fate::open;
 };
 

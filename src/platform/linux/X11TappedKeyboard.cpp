@@ -67,10 +67,10 @@ std::uint8_t setUpXkb(xcb_connection_t* connection) {
 
 } // namespace
 
-TappedKeyboard::TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, const std::atomic<bool>& enabled,
+TappedKeyboard::TappedKeyboard(std::shared_ptr<const Doorbell> doorbell, const std::atomic<bool>& enabled,
                                Offer offer)
-    : wakeUp_(std::move(wakeUp)), enabled_(enabled), offer_(std::move(offer)), connection_(connectOrRefuse()),
-      xkbEvent_(setUpXkb(connection_.get())) {
+    : doorbell_(std::move(doorbell)), enabled_(enabled), offer_(std::move(offer)),
+      connection_(connectOrRefuse()), xkbEvent_(setUpXkb(connection_.get())) {
     try {
         followMapping();
     } catch (TapRefusal) {
@@ -170,7 +170,7 @@ void TappedKeyboard::hold(const xcb_key_press_event_t& press) {
     heldKey_ = press.detail;
     // The grabs let no other modifiers come here.
     const std::uint32_t capsLock = (press.state & XCB_MOD_MASK_LOCK) != 0 ? key_flags::capsLock : 0;
-    held_ = std::make_shared<HeldPress>(key_flags::command | capsLock, wakeUp_);
+    held_ = std::make_shared<HeldPress>(key_flags::command | capsLock, doorbell_);
     if (!keys_.isV(press) || !offer_(held_))
         held_->settle(HeldPress::Fate::passedOn);
 }
@@ -233,10 +233,10 @@ void TappedKeyboard::wait() const {
     using std::chrono::milliseconds;
     const auto left = std::chrono::ceil<milliseconds>(deadline_ - Clock::now());
     pollfd sources[] = {{xcb_get_file_descriptor(connection_.get()), POLLIN, 0},
-                        {wakeUp_->descriptor(), POLLIN, 0}};
+                        {doorbell_->descriptor(), POLLIN, 0}};
     ::poll(sources, std::size(sources),
            held_ != nullptr ? static_cast<int>(std::max(left, milliseconds(0)).count()) : -1);
-    wakeUp_->quiet();
+    doorbell_->quiet();
 }
 
 } // namespace ternvault::x11

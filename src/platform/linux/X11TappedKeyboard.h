@@ -20,7 +20,7 @@ public:
     using Offer = std::function<bool(std::shared_ptr<HeldPress>)>;
 
     /// It has the keys while `enabled` is set, and looks at it when it is woken up. Throws a TapRefusal.
-    TappedKeyboard(std::shared_ptr<const WakeUp> wakeUp, const std::atomic<bool>& enabled, Offer offer);
+    TappedKeyboard(std::shared_ptr<const Doorbell> doorbell, const std::atomic<bool>& enabled, Offer offer);
     /// The press that is held goes on. Once it returns, the server knows nothing of us any more.
     ~TappedKeyboard();
     TappedKeyboard(const TappedKeyboard&) = delete;
@@ -48,7 +48,7 @@ private:
     void wait() const;
     bool isLost() const { return !isConnected(connection_); }
 
-    const std::shared_ptr<const WakeUp> wakeUp_;
+    const std::shared_ptr<const Doorbell> doorbell_;
     const std::atomic<bool>& enabled_;
     const Offer offer_;
     const Connection connection_;

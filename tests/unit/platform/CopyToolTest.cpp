@@ -1,4 +1,7 @@
 #include "platform/linux/programs/CopyTool.h"
+
+#include "base/UnfinishedTime.h"
+#include "support/RestlessFile.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -90,6 +93,24 @@ TEST_F(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
     EXPECT_EQ(readFile(to / "sub/foreign"), "kept");
     EXPECT_EQ(readFile(folder / "outside"), "kept");
     EXPECT_EQ(readFile(to / "sub/link"), "a file now");
+}
+
+TEST_F(CopyTool, LeavesNeitherAFileThatChangedForWholeNorTheFolderForALink) {
+    fs::create_directories(from / "sub");
+    fs::create_directories(folder / "elsewhere");
+    fs::create_directory(to);
+    fs::create_directory_symlink(folder / "elsewhere", to / "sub");
+    writeFile(from / "sub/item", "x");
+    writeFile(from / "file", std::string(8 << 20, 'x'));
+    const RestlessFile changing(from / "file");
+    const std::string expected = (from / "file").native() + ": Changed while it was copied\n" +
+                                 (to / "sub").native() + ": File exists\n";
+    std::string said;
+    for (int copies = 0; said != expected && copies < RestlessFile::copiesAtMost; ++copies)
+        said = ditto(from, to).standardError.toStdString();
+    EXPECT_EQ(said, expected);
+    EXPECT_EQ(statusOf(to / "file").st_mtim.tv_sec, unfinishedTime.tv_sec);
+    EXPECT_TRUE(fs::is_empty(folder / "elsewhere"));
 }
 
 TEST_F(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {

@@ -71,6 +71,29 @@ TEST(FileManager, WritesInPlaceAndRemovesTreesAndLinksButNothingBehindALink) {
     EXPECT_EQ(errorOf([&] { files.write("/dev/full", "x"); }), std::errc::no_space_on_device);
 }
 
+TEST(FileManager, FollowsNoLinkAndNoMountBelowAVolume) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "volume/sub");
+    fs::create_directory_symlink(folder / "volume", folder / "volume/sub/link");
+    fs::create_directory_symlink(folder / "volume", folder / "link");
+    const LinuxFileManager files(folder / "Volumes");
+    const std::tuple<fs::path, const char*, EntryKind> rows[] = {
+        {folder / "volume", ".", EntryKind::onVolume},
+        {folder / "volume", "sub", EntryKind::onVolume},
+        {folder / "volume", "sub/none", EntryKind::none},
+        {folder / "volume", "sub/link", EntryKind::link},
+        {folder / "volume", "sub/link/sub", EntryKind::link},
+        {folder / "volume", "../volume", EntryKind::elsewhere},
+        {folder / "link", ".", EntryKind::link},
+        {"/", "proc", EntryKind::elsewhere},
+    };
+    for (const auto& [root, item, kind] : rows)
+        EXPECT_EQ(files.kindOnVolume(files.volumeIdentity(root).value(), item), kind) << root << item;
+    EXPECT_EQ(
+        errorOf([&] { files.kindOnVolume(*files.volumeIdentity(folder.path()), std::string(300, 'x')); }),
+        std::errc::filename_too_long);
+}
+
 TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
     const TemporaryFolder folder;
     const fs::path root = folder / "Volumes";
@@ -82,6 +105,13 @@ TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
     const LinuxFileManager files(root);
     EXPECT_FALSE(files.volumeIdentity(root / "Missing"));
     EXPECT_FALSE(files.volumeIdentity(root / "Ours/"));
+    // What mounting may make of it for a moment: its user may write there and not list it.
+    fs::permissions(root / "Ours", fs::perms::owner_write | fs::perms::owner_exec);
+    EXPECT_FALSE(files.volumeIdentity(root / "Ours") || files.exists(root / "Ours"));
+    EXPECT_TRUE(files.exists(root / "Someones"));
+    const LinuxFileManager informed(root,
+                                    [](const fs::path& entry) { return entry.filename() == "Someones"; });
+    EXPECT_FALSE(informed.volumeIdentity(root / "Someones") || informed.exists(root / "Someones/"));
     EXPECT_TRUE(files.volumeIdentity(folder / "NotAVolume"));
     ASSERT_TRUE(files.volumeIdentity(root / "Someones"));
     EXPECT_EQ(files.volumeIdentity(root / "Someones"), files.volumeIdentity(root));

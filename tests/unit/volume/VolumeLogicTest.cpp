@@ -1,6 +1,7 @@
 #include "support/TemporaryFolder.h"
 #include "volume/DirectoryCache.h"
 #include "volume/LostWrites.h"
+#include "volume/MountFailure.h"
 #include "volume/MountUrl.h"
 #include "volume/NameMapping.h"
 #include "volume/SymlinkFile.h"
@@ -10,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <map>
+#include <random>
 #include <stdexcept>
 #include <system_error>
 
@@ -41,6 +44,40 @@ TEST(NameMapping, KeepsEveryNameOrRefusesIt) {
     for (const char* name : {"\xff", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "cut\xe2\x82", "\uF022"})
         EXPECT_FALSE(toServerName(name)) << name;
     EXPECT_TRUE(equalIgnoringCase("Name", "nAME"));
+}
+
+TEST(NameMapping, KeepsDeviceNamesUnderAnotherFirstLetterAndNeverTwoNamesAsOne) {
+    EXPECT_EQ(toServerName("aux.h"), "\uF061ux.h");
+    EXPECT_EQ(toServerName("CON"), "\uF043ON");
+    EXPECT_EQ(toServerName("aux."), "\uF061ux\uF029");
+    for (const char* name : {"aux1", "auxiliary.h", "com5", "com0", "com", ".aux", "\uF061bc"})
+        EXPECT_EQ(toServerName(name), name);
+    EXPECT_FALSE(toServerName("\uF061ux.h"));
+    EXPECT_EQ(toLocalName("A1B2~3.H"), "A1B2~3.H");
+
+    std::mt19937 random(1);
+    const std::string_view pieces[] = {"aux", "Con", "nUl", "prn", "com", "LPT", "1",      "5",      ".",
+                                       "h",   ".",   " ",   ":",   "\n",  "é",   "\uF061", "\uF022", "/"};
+    std::map<std::string, std::string> kept;
+    for (int i = 0; i < 20'000; ++i) {
+        std::string name;
+        for (auto length = 1 + random() % 4; length > 0; --length)
+            name += pieces[random() % std::size(pieces)];
+        const auto onServer = toServerName(name);
+        if (!onServer)
+            continue;
+        EXPECT_EQ(toLocalName(*onServer), name);
+        EXPECT_EQ(kept.try_emplace(*onServer, name).first->second, name);
+        EXPECT_TRUE(*onServer == name || !toServerName(*onServer)) << "needs no mapping itself: " << name;
+    }
+    EXPECT_GT(kept.size(), 5'000U);
+}
+
+TEST(MountFailure, EveryErrorOfANetworkHasWords) {
+    for (const int error :
+         {EACCES, ENOENT, ECONNREFUSED, ETIMEDOUT, EHOSTUNREACH, ENETUNREACH, EHOSTDOWN, ENETDOWN, ENONET,
+          EADDRNOTAVAIL, ECONNRESET, ECONNABORTED, ENETRESET, ENOTCONN, ESHUTDOWN, EPIPE, EMFILE, ENOMEM})
+        EXPECT_FALSE(describeConnectError(error).starts_with("The server could not be used")) << error;
 }
 
 TEST(SymlinkFile, IsTheFormatOfOtherClients) {

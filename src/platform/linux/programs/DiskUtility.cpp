@@ -4,12 +4,19 @@
 #include "platform/linux/programs/Outcome.h"
 
 #include <cerrno>
+#include <chrono>
+#include <optional>
 #include <system_error>
 
 using namespace Qt::StringLiterals;
 
 namespace ternvault {
 namespace {
+
+/// What a mount that is under way may take to come to its end.
+constexpr std::chrono::seconds lockPatience{2};
+/// For a daemon to put on the server what was written.
+constexpr std::chrono::seconds lastBytesPatience{3};
 
 ProcessResult failure(const QString& path, const QString& reason) {
     return failed(u"Unmounting "_s + path + u" failed: "_s + reason);
@@ -23,6 +30,37 @@ std::filesystem::path canonicalMountPoint(const QString& path) {
     return std::filesystem::weakly_canonical(entry.parent_path(), ignored) / entry.filename();
 }
 
+ProcessResult plainly(const QString& path, const std::filesystem::path& mountPoint) {
+    if (!isVolumeMount(mountPoint))
+        return failure(path, u"no volume is mounted there."_s);
+    if (const int error = unmount(mountPoint, false))
+        return failure(path, error == EBUSY ? u"the volume is in use."_s
+                                            : QString::fromStdString(std::generic_category().message(error)));
+    return awaitRemoval(mountPoint) ? ProcessResult{}
+                                    : failure(path, u"the volume's program does not end."_s);
+}
+
+/// Nothing when somebody else mounts there, or when no lock can be had; that must not keep a volume from
+/// ending.
+std::optional<MountLock> lockIfPossible(const std::filesystem::path& state,
+                                        const std::filesystem::path& mountPoint) {
+    try {
+        return MountLock::acquire(state, mountPoint, lockPatience);
+    } catch (const std::system_error&) {
+        return {};
+    }
+}
+
+/// Whatever is left of the volume, mounted or not.
+ProcessResult forcibly(const QString& path, const std::filesystem::path& state,
+                       const std::filesystem::path& mountPoint) {
+    if (!isVolumeMount(mountPoint) && !isPlaceholder(mountPoint) && !readMountRecord(state, mountPoint))
+        return hasEntry(mountPoint) ? failure(path, u"no volume is mounted there."_s) : ProcessResult{};
+    const auto lock = lockIfPossible(state, mountPoint);
+    endVolume(state, mountPoint, lastBytesPatience);
+    return hasEntry(mountPoint) ? failure(path, u"files of this computer lie there."_s) : ProcessResult{};
+}
+
 } // namespace
 
 ProcessResult DiskUtility::operator()(const QStringList& arguments) const {
@@ -31,21 +69,11 @@ ProcessResult DiskUtility::operator()(const QStringList& arguments) const {
         return misused(u"Only “unmount [force] PATH” is known here."_s);
     const auto& path = arguments.back();
     const auto mountPoint = canonicalMountPoint(path);
-    if (!isVolumeMount(mountPoint))
-        return failure(path, u"no volume is mounted there."_s);
-    const auto record = readMountRecord(state_, mountPoint);
-    const int error = unmount(mountPoint, force);
-    if (error != 0)
-        return failure(path, error == EBUSY ? u"the volume is in use."_s
-                                            : QString::fromStdString(std::generic_category().message(error)));
-    if (force && record)
-        record->daemon.kill();
-    if (awaitRemoval(mountPoint))
-        return {};
-    reapLeftovers(mountPoint.parent_path(), state_);
-    if (isVolumeMount(mountPoint) || isPlaceholder(mountPoint))
-        return failure(path, u"the volume's program does not end."_s);
-    return {};
+    try {
+        return force ? forcibly(path, state_, mountPoint) : plainly(path, mountPoint);
+    } catch (const std::system_error& error) {
+        return failure(path, QString::fromStdString(error.code().message()));
+    }
 }
 
 } // namespace ternvault

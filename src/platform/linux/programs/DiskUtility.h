@@ -7,8 +7,9 @@
 namespace ternvault {
 
 /// Stands in for the disk utility: `unmount PATH` and `unmount force PATH` for volumes of ours. The forced
-/// one also ends the volume's program, which would otherwise go on writing to the server. Status 0 when the
-/// entry is gone, else another one and the reason on standard error.
+/// one takes it away while it is in use, gives its program 3 s to put on the server what was written, and
+/// ends it, also where a plain one left it behind. Status 0 when the entry is gone, else another one and the
+/// reason on standard error.
 class DiskUtility {
 public:
     /// `state` is the folder of the mount records.

@@ -1,6 +1,7 @@
 #include "platform/linux/programs/FileCopy.h"
 
-#include "base/FileDescriptor.h"
+#include "base/FileState.h"
+#include "base/UnfinishedTime.h"
 
 #include <fcntl.h>
 #include <linux/limits.h>
@@ -13,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace ternvault {
@@ -60,16 +62,16 @@ Opened openSource(const fs::path& path, int flags, mode_t type) {
 }
 
 /// Makes way for an entry of that name. A link goes, not what it points to; the source itself never does.
-void removeOld(const fs::path& to, const struct stat& source) {
+void removeOld(const CopyPlace& to, const struct stat& source) {
     struct stat old {};
-    if (::lstat(to.c_str(), &old) != 0) {
+    if (::fstatat(to.folder.get(), to.name().c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0) {
         if (errno != ENOENT)
-            fail(to);
+            fail(to.path);
         return;
     }
     if (old.st_dev == source.st_dev && old.st_ino == source.st_ino)
-        throw std::runtime_error(to.native() + ": Is the source itself");
-    check(::unlink(to.c_str()), to);
+        throw std::runtime_error(to.path.native() + ": Is the source itself");
+    check(::unlinkat(to.folder.get(), to.name().c_str(), 0), to.path);
 }
 
 void writeAll(const Opened& target, const char* data, std::size_t size, off_t offset) {
@@ -117,16 +119,15 @@ void copyContents(const Opened& source, const Opened& target) {
     check(::ftruncate(target.descriptor.get(), size), target.path);
 }
 
-bool isSameTime(const timespec& one, const timespec& other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
-/// What was copied while it was written to may be neither the old nor the new content.
-void failIfChanged(const Opened& source) {
+/// What was copied while it was written to may be neither the old nor the new content, though as long as one.
+void failIfChanged(const Opened& source, const Opened& target) {
     struct stat now {};
     check(::fstat(source.descriptor.get(), &now), source.path);
-    if (now.st_size != source.status.st_size || !isSameTime(now.st_mtim, source.status.st_mtim))
-        throw std::runtime_error(source.path.native() + ": Changed while it was copied");
+    if (FileState::of(now) == FileState::of(source.status))
+        return;
+    const std::array<timespec, 2> times{unfinishedTime, unfinishedTime};
+    ::futimens(target.descriptor.get(), times.data());
+    throw std::runtime_error(source.path.native() + ": Changed while it was copied");
 }
 
 std::string listAttributes(const Opened& source) {
@@ -175,21 +176,22 @@ void copyTimes(const Opened& source, const Opened& target) {
 
 } // namespace
 
-void copyRegularFile(const fs::path& from, const fs::path& to) {
+void copyRegularFile(const fs::path& from, const CopyPlace& to) {
     const Opened source = openSource(from, 0, S_IFREG);
     removeOld(to, source.status);
-    Opened target{FileDescriptor(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)), to, {}};
-    check(target.descriptor.get(), to);
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    Opened target{FileDescriptor(::openat(to.folder.get(), to.name().c_str(), flags, 0600)), to.path, {}};
+    check(target.descriptor.get(), to.path);
     copyContents(source, target);
     copyAttributes(source, target);
     copyPermissions(source, target);
-    check(::fsync(target.descriptor.get()), to);
+    check(::fsync(target.descriptor.get()), to.path);
+    failIfChanged(source, target);
     copyTimes(source, target);
-    check(::close(target.descriptor.release()), to);
-    failIfChanged(source);
+    check(::close(target.descriptor.release()), to.path);
 }
 
-void copySymbolicLink(const fs::path& from, const fs::path& to) {
+void copySymbolicLink(const fs::path& from, const CopyPlace& to) {
     struct stat status {};
     check(::lstat(from.c_str(), &status), from);
     std::error_code error;
@@ -197,15 +199,15 @@ void copySymbolicLink(const fs::path& from, const fs::path& to) {
     if (error)
         fail(from, error.value());
     removeOld(to, status);
-    check(::symlink(pointsTo.c_str(), to.c_str()), to);
+    check(::symlinkat(pointsTo.c_str(), to.folder.get(), to.name().c_str()), to.path);
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-    checkIfSupported(::utimensat(AT_FDCWD, to.c_str(), times.data(), AT_SYMLINK_NOFOLLOW), to);
+    checkIfSupported(::utimensat(to.folder.get(), to.name().c_str(), times.data(), AT_SYMLINK_NOFOLLOW),
+                     to.path);
 }
 
-void copyFolderMetadata(const fs::path& from, const fs::path& to) {
+void copyFolderMetadata(const fs::path& from, FileDescriptor folder, const fs::path& to) {
     const Opened source = openSource(from, O_DIRECTORY, S_IFDIR);
-    const Opened target{FileDescriptor(::open(to.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), to, {}};
-    check(target.descriptor.get(), to);
+    const Opened target{std::move(folder), to, {}};
     copyAttributes(source, target);
     copyPermissions(source, target);
     copyTimes(source, target);

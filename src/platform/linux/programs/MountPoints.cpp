@@ -1,8 +1,10 @@
 #include "platform/linux/programs/MountPoints.h"
 
+#include "base/FileDescriptor.h"
 #include "base/FileLocking.h"
 #include "platform/linux/programs/HiddenList.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -13,6 +15,7 @@
 
 #include <fcntl.h>
 #include <mntent.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -31,22 +34,38 @@ namespace fs = std::filesystem;
 
 constexpr auto volumeType = "fuse.ternvault";
 constexpr auto recordSuffix = ".mount";
+constexpr mode_t anybodyLists = 0444;
 
-[[noreturn]] void fail(const char* what) {
-    throw std::system_error(errno, std::generic_category(), what);
+[[noreturn]] void fail(int error, const fs::path& path) {
+    throw fs::filesystem_error("mount records", path, {error, std::generic_category()});
 }
 
-/// Field 22 of /proc/PID/stat; the program's name before it may hold blanks and parentheses.
-std::optional<std::uint64_t> startTimeOf(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    if (!std::getline(file, line))
+struct ProcessStatus {
+    char state = '?';
+    std::uint64_t startTime = 0;
+};
+
+/// Nothing when there is no such process. One that cannot be looked at is in state '?'.
+std::optional<ProcessStatus> statusOf(pid_t pid) {
+    const FileDescriptor file(
+        ::open(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file && errno != ENOENT)
+        return ProcessStatus{};
+    char buffer[1024];
+    const auto size = file ? ::read(file.get(), buffer, sizeof buffer) : 0;
+    if (size <= 0)
         return {};
-    std::istringstream fields(line.substr(line.rfind(')') + 2));
-    std::string field;
-    for (int i = 3; i <= 22; ++i)
-        fields >> field;
-    return std::stoull(field);
+    // The program's name, in parentheses, may hold blanks and parentheses.
+    const std::string line(buffer, static_cast<std::size_t>(size));
+    std::istringstream fields(line.substr(line.rfind(')') + 1));
+    ProcessStatus status;
+    fields >> status.state;
+    constexpr int stateField = 3, startTimeField = 22;
+    std::string skipped;
+    for (int i = stateField + 1; i < startTimeField; ++i)
+        fields >> skipped;
+    fields >> status.startTime;
+    return status;
 }
 
 std::string bootId() {
@@ -77,14 +96,12 @@ void syncDirectory(const fs::path& directory) {
 
 void replaceFile(const fs::path& file, const std::string& text) {
     const fs::path fresh = file.string() + ".new";
-    const int fd = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0)
-        fail("open");
-    const bool written = ::write(fd, text.data(), text.size()) == ssize_t(text.size()) && ::fsync(fd) == 0;
-    const int error = errno;
-    ::close(fd);
-    if (!written)
-        throw std::system_error(error, std::generic_category(), "write");
+    const FileDescriptor opened(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!opened)
+        fail(errno, fresh);
+    errno = EIO;
+    if (::write(opened.get(), text.data(), text.size()) != ssize_t(text.size()) || ::fsync(opened.get()) != 0)
+        fail(errno, fresh);
     fs::rename(fresh, file);
     syncDirectory(file.parent_path());
 }
@@ -148,29 +165,63 @@ int removeDirectory(const fs::path& mountPoint) {
     return error;
 }
 
+/// Without a keeper nobody ends a daemon that does not run.
 bool isAbandoned(const MountRecord& record) {
-    return !record.keeper.isAlive() && !record.daemon.isAlive();
+    return !record.keeper.isAlive() && (!record.daemon.isAlive() || record.daemon.isStopped());
+}
+
+/// Of the ones recorded in `state`.
+std::vector<fs::path> mountPointsBelow(const fs::path& root, const fs::path& state) {
+    std::error_code ignored;
+    const auto wantedRoot = fs::weakly_canonical(root, ignored);
+    std::vector<fs::path> found;
+    for (const auto& file : fs::directory_iterator(state, ignored)) {
+        if (file.path().extension() != recordSuffix)
+            continue;
+        const auto record = parseRecord(file.path());
+        if (record && fs::weakly_canonical(record->mountPoint.parent_path(), ignored) == wantedRoot)
+            found.push_back(record->mountPoint);
+    }
+    return found;
+}
+
+void reap(const fs::path& mountPoint, const fs::path& state) {
+    const auto lock = MountLock::acquire(state, mountPoint, std::chrono::milliseconds(0));
+    const auto record = lock ? readMountRecord(state, mountPoint) : std::nullopt;
+    if (record && isAbandoned(*record))
+        endVolume(state, mountPoint, std::chrono::milliseconds(0));
 }
 
 } // namespace
 
 ProcessIdentity ProcessIdentity::of(pid_t pid) {
-    return {pid, startTimeOf(pid).value_or(0)};
+    return {pid, statusOf(pid).value_or(ProcessStatus{}).startTime};
 }
 
 bool ProcessIdentity::isAlive() const {
-    return pid > 0 && startTimeOf(pid) == startTime;
+    const auto status = pid > 0 ? statusOf(pid) : std::nullopt;
+    if (!status || status->state == 'Z' || status->state == 'X')
+        return false;
+    return status->state == '?' || status->startTime == startTime;
 }
 
-void ProcessIdentity::kill() const {
-    if (pid <= 0)
-        return;
-    const int process = ::pidfd_open(pid, 0);
-    if (process < 0)
-        return;
-    if (isAlive())
-        ::pidfd_send_signal(process, SIGKILL, nullptr, 0);
-    ::close(process);
+bool ProcessIdentity::isStopped() const {
+    const auto status = pid > 0 ? statusOf(pid) : std::nullopt;
+    return status && status->startTime == startTime && (status->state == 'T' || status->state == 't');
+}
+
+void ProcessIdentity::signal(int number) const {
+    const FileDescriptor process(pid > 0 ? ::pidfd_open(pid, 0) : -1);
+    if (process && isAlive())
+        ::pidfd_send_signal(process.get(), number, nullptr, 0);
+}
+
+bool ProcessIdentity::awaitEnd(std::chrono::milliseconds patience) const {
+    const FileDescriptor process(pid > 0 ? ::pidfd_open(pid, 0) : -1);
+    if (!process || !isAlive())
+        return true;
+    pollfd ended{process.get(), POLLIN, 0};
+    return ::poll(&ended, 1, static_cast<int>(patience.count())) != 0;
 }
 
 fs::path mountStateFile(const fs::path& state, const fs::path& mountPoint, const std::string& suffix) {
@@ -199,13 +250,13 @@ std::optional<MountLock> MountLock::acquire(const fs::path& state, const fs::pat
     const auto file = mountStateFile(state, mountPoint, ".lock");
     const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0)
-        fail("open");
+        fail(errno, file);
     MountLock lock(fd);
     const std::error_code error = lockExclusively(fd, patience);
     if (error == std::errc::timed_out)
         return {};
     if (error)
-        throw std::system_error(error, "flock");
+        fail(error.value(), file);
     return lock;
 }
 
@@ -231,12 +282,15 @@ bool isMountPoint(const fs::path& path) {
 }
 
 bool isVolumeMount(const fs::path& path) {
-    FILE* table = ::setmntent("/proc/self/mounts", "r");
+    constexpr auto tablePath = "/proc/self/mounts";
+    FILE* table = ::setmntent(tablePath, "re");
     if (!table)
-        return false;
+        fail(errno, tablePath);
     bool found = false;
-    while (const mntent* entry = ::getmntent(table))
-        found = found || (path == entry->mnt_dir && std::string_view(entry->mnt_type) == volumeType);
+    mntent entry{};
+    std::array<char, 16384> buffer{};
+    while (!found && ::getmntent_r(table, &entry, buffer.data(), static_cast<int>(buffer.size())))
+        found = path == entry.mnt_dir && std::string_view(entry.mnt_type) == volumeType;
     ::endmntent(table);
     return found;
 }
@@ -246,8 +300,15 @@ bool isPlaceholder(const fs::path& path) {
     constexpr auto wanted = STATX_TYPE | STATX_MODE | STATX_UID;
     if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, wanted, &status) != 0)
         return false;
-    return S_ISDIR(status.stx_mode) && (status.stx_mode & 07777) == 0 && status.stx_uid == ::geteuid() &&
-           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0;
+    return S_ISDIR(status.stx_mode) && (status.stx_mode & anybodyLists) == 0 &&
+           status.stx_uid == ::geteuid() && (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0;
+}
+
+bool isKnownAsNoVolume(const fs::path& state, const fs::path& mountPoint) {
+    const auto record = readMountRecord(state, mountPoint);
+    if (!record)
+        return false;
+    return !isMountPoint(mountPoint) || (record->daemon.pid > 0 && !record->daemon.isAlive());
 }
 
 int unmount(const fs::path& mountPoint, bool lazily) {
@@ -263,12 +324,30 @@ void removeMountPoint(const fs::path& state, const fs::path& mountPoint) {
     if (!fs::exists(recordFile(state, mountPoint)) && !isPlaceholder(mountPoint))
         return;
     const int error = removeDirectory(mountPoint);
-    if (error == 0 || error == ENOENT || error == ENOTEMPTY || error == ENOTDIR)
+    if (error == 0 || error == ENOENT || error == ENOTDIR)
         removeMountRecord(state, mountPoint);
+    else if (isPlaceholder(mountPoint)) // and not one that its user opened to move the files out
+        ::chmod(mountPoint.c_str(), 0);
+}
+
+void endVolume(const fs::path& state, const fs::path& mountPoint, std::chrono::milliseconds patience) {
+    constexpr std::chrono::seconds killedPatience{1};
+    if (isVolumeMount(mountPoint))
+        unmount(mountPoint, true);
+    if (const auto record = readMountRecord(state, mountPoint)) {
+        record->daemon.signal(SIGTERM);
+        if (!record->daemon.awaitEnd(patience))
+            record->daemon.signal(SIGKILL);
+        record->daemon.awaitEnd(killedPatience);
+        if (!record->keeper.awaitEnd(killedPatience))
+            record->keeper.signal(SIGKILL);
+        record->keeper.awaitEnd(killedPatience);
+    }
+    removeMountPoint(state, mountPoint);
 }
 
 bool awaitRemoval(const fs::path& mountPoint) {
-    constexpr std::chrono::seconds patience{5};
+    constexpr std::chrono::seconds patience{3};
     const auto end = std::chrono::steady_clock::now() + patience;
     while (hasEntry(mountPoint)) {
         if (std::chrono::steady_clock::now() >= end)
@@ -279,21 +358,12 @@ bool awaitRemoval(const fs::path& mountPoint) {
 }
 
 void reapLeftovers(const fs::path& root, const fs::path& state) {
-    std::error_code ignored;
-    const auto wantedRoot = fs::weakly_canonical(root, ignored);
-    std::vector<fs::path> recorded;
-    for (const auto& file : fs::directory_iterator(state, ignored)) {
-        if (file.path().extension() != recordSuffix)
-            continue;
-        const auto record = parseRecord(file.path());
-        if (record && fs::weakly_canonical(record->mountPoint.parent_path(), ignored) == wantedRoot)
-            recorded.push_back(record->mountPoint);
-    }
-    for (const auto& mountPoint : recorded) {
-        const auto lock = MountLock::acquire(state, mountPoint, std::chrono::milliseconds(0));
-        const auto record = lock ? readMountRecord(state, mountPoint) : std::nullopt;
-        if (record && isAbandoned(*record))
-            removeMountPoint(state, mountPoint);
+    for (const auto& mountPoint : mountPointsBelow(root, state)) {
+        try {
+            reap(mountPoint, state);
+        } catch (const std::system_error&) {
+            // The next start or mount tries again.
+        }
     }
 }
 

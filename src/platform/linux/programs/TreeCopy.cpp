@@ -2,6 +2,7 @@
 
 #include "platform/linux/programs/FileCopy.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace ternvault {
 
@@ -16,11 +18,24 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct stat statusOf(const fs::path& path) {
+struct stat statusOf(int folder, const fs::path& name, const fs::path& path) {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0)
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         throw std::system_error(errno, std::generic_category(), path.native());
     return status;
+}
+
+/// Makes the folder, or finds one there; a link to one is none.
+FileDescriptor openFolder(const CopyPlace& to) {
+    const int folder = to.folder.get();
+    const fs::path name = to.name();
+    if (::mkdirat(folder, name.c_str(), 0700) != 0 &&
+        (errno != EEXIST || !S_ISDIR(statusOf(folder, name, to.path).st_mode)))
+        throw std::system_error(errno, std::generic_category(), to.path.native());
+    FileDescriptor opened(::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!opened)
+        throw std::system_error(errno, std::generic_category(), to.path.native());
+    return opened;
 }
 
 std::vector<fs::path> namesIn(const fs::path& folder) {
@@ -37,9 +52,9 @@ std::vector<fs::path> namesIn(const fs::path& folder) {
 
 class TreeCopier {
 public:
-    void copy(const fs::path& from, const fs::path& to) {
+    void copy(const fs::path& from, const CopyPlace& to) {
         try {
-            const struct stat status = statusOf(from);
+            const struct stat status = statusOf(AT_FDCWD, from, from);
             if (S_ISREG(status.st_mode))
                 copyRegularFile(from, to);
             else if (S_ISLNK(status.st_mode))
@@ -56,16 +71,15 @@ public:
     std::vector<std::string> takeErrors() { return std::move(errors_); }
 
 private:
-    void copyFolder(const fs::path& from, const fs::path& to, const struct stat& source) {
+    void copyFolder(const fs::path& from, const CopyPlace& to, const struct stat& source) {
         if (ownRoot_ && source.st_dev == ownRoot_->st_dev && source.st_ino == ownRoot_->st_ino)
             throw std::runtime_error(from.native() + ": A folder cannot be copied into itself");
-        if (::mkdir(to.c_str(), 0700) != 0 && (errno != EEXIST || !S_ISDIR(statusOf(to).st_mode)))
-            throw std::system_error(errno, std::generic_category(), to.native());
+        FileDescriptor folder = openFolder(to);
         if (!ownRoot_)
-            ownRoot_ = statusOf(to);
+            ownRoot_ = statusOf(folder.get(), ".", to.path);
         for (const fs::path& name : namesIn(from))
-            copy(from / name, to / name);
-        copyFolderMetadata(from, to);
+            copy(from / name, {folder, to.path / name});
+        copyFolderMetadata(from, std::move(folder), to.path);
     }
 
     std::vector<std::string> errors_;
@@ -76,8 +90,12 @@ private:
 } // namespace
 
 std::vector<std::string> copyTree(const fs::path& from, const fs::path& to) {
+    const FileDescriptor parent(
+        ::open(fs::absolute(to).parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!parent)
+        return {to.native() + ": " + std::generic_category().message(errno)};
     TreeCopier copier;
-    copier.copy(from, to);
+    copier.copy(from, {parent, to});
     return copier.takeErrors();
 }
 

@@ -7,7 +7,7 @@
 namespace ternvault {
 
 /// Ends the poll(2) of a thread that waits for `descriptor` to be readable. Any thread.
-class WakeUp {
+class Doorbell {
 public:
     int descriptor() const { return event_.get(); }
     void ring() const { ::eventfd_write(event_.get(), 1); }

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QObject>
+#include <QRect>
+
+#include <vector>
+
+class QAbstractButton;
+class QApplication;
+class QMouseEvent;
+class QWidget;
+
+namespace ternvault {
+
+/// Keeps the second click of a double click from a button that came under the pointer through the first one.
+/// A click counts only where, at the first one of its series, the same button stood under the same place of
+/// the screen; a series ends with a pause of the desktop's double-click interval. All windows; keys press
+/// buttons as ever.
+class DoubleClickGuard final : public QObject {
+public:
+    explicit DoubleClickGuard(QApplication& application);
+
+private:
+    struct Button {
+        /// Compared only.
+        const QObject* widget;
+        QRect place;
+    };
+
+    bool eventFilter(QObject* object, QEvent* event) override;
+    bool isStray(QWidget& target, const QMouseEvent& press);
+    static std::vector<Button> buttonsOf(const QWidget& window);
+
+    /// Of the latest press.
+    unsigned long time_ = 0;
+    bool isStray_ = false;
+    /// Those of its window, as they stood at the first press of the series.
+    std::vector<Button> buttons_;
+};
+
+} // namespace ternvault
