@@ -58,8 +58,6 @@ int run(QApplication& application, ApplicationService& service, const CommandLin
         const QVariantMap& startupTokens, const SecretServiceStore& secretService) {
     Notices notices;
     LinuxServices services([&notices](const QString& problem) { notices.show(problem); }, secretService);
-    if (services.leftoversProblem())
-        notices.show(*services.leftoversProblem());
     int status = 0;
     {
         goOnWhenTerminalStops();

@@ -87,8 +87,6 @@ int run(const Command& command) {
         trouble = true;
         printError(u"ternvault-cli: "_s + message);
     });
-    if (services.leftoversProblem())
-        printError(u"ternvault-cli: "_s + *services.leftoversProblem());
     NoUserInterface noUserInterface(services.mainLoop());
     const Platform platform = services.platform(noUserInterface.services());
     int status = failure;

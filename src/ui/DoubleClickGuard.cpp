@@ -27,7 +27,7 @@ bool DoubleClickGuard::isStray(QWidget& target, const QMouseEvent& press) {
         return isStray_;
     const auto interval =
         static_cast<unsigned long>(QGuiApplication::styleHints()->mouseDoubleClickInterval());
-    const bool goesOn = press.timestamp() - time_ < interval;
+    const bool goesOn = time_ && press.timestamp() - *time_ < interval;
     const auto stoodThere = [&target, place = press.globalPosition().toPoint()](const Button& button) {
         return button.widget == &target && button.place.contains(place);
     };

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QRect>
 
+#include <optional>
 #include <vector>
 
 class QAbstractButton;
@@ -32,7 +33,7 @@ private:
     static std::vector<Button> buttonsOf(const QWidget& window);
 
     /// Of the latest press.
-    unsigned long time_ = 0;
+    std::optional<unsigned long> time_;
     bool isStray_ = false;
     /// Those of its window, as they stood at the first press of the series.
     std::vector<Button> buttons_;

@@ -54,10 +54,10 @@ private:
     fuse_session* session_ = nullptr;
 };
 
-std::unique_ptr<UnfinishedFiles> openUnfinishedFiles(const MountOrder& order) {
-    const auto file = mountStateFile(order.state, order.mountPoint, ".unfinished");
+std::unique_ptr<OverwriteJournal> openJournal(const MountOrder& order) {
+    const auto file = mountStateFile(order.state, order.mountPoint, ".overwrites");
     try {
-        return std::make_unique<UnfinishedFiles>(file);
+        return std::make_unique<OverwriteJournal>(file);
     } catch (const std::system_error& error) {
         throw MountFailure("The file " + file.string() + " cannot be used: " + error.code().message() + ".");
     }
@@ -70,9 +70,9 @@ void endWithTheKeeper(bool does) {
 
 void mountAndServe(const MountOrder& order, DaemonEnd link) {
     isolateSambaSettings(order.state);
-    const auto unfinished = openUnfinishedFiles(order);
+    const auto journal = openJournal(order);
     SmbWorker worker(order.url, [link] { link.alive(); });
-    Volume volume(worker, *unfinished);
+    Volume volume(worker, *journal);
     worker.start(volume, connectPatience);
     const MountDirectory directory(order);
     FuseContext context{volume, [link] {

@@ -9,12 +9,11 @@
 namespace ternvault::volume {
 
 /// Files that miss bytes which a program believes written. Whoever compares only sizes and times must not
-/// take such a file for complete: its modification time is set to `oldTime` as soon as the server takes it,
-/// before the file may be written again, and nobody may set another time until then. Not thread-safe.
+/// take such a file for complete: its modification time is set to `unfinishedTime` as soon as the server
+/// takes it, before the file may be written again, and nobody may set another time until then. Not
+/// thread-safe.
 class LostWrites {
 public:
-    static constexpr timespec oldTime = unfinishedTime;
-
     /// `error`: why the bytes were lost, as errno. The first reason is kept.
     void add(const std::string& path, int error) {
         if (auto* loss = losses_.find(path))
@@ -59,7 +58,7 @@ private:
 /// Whether the file was marked as one that is about to be overwritten, or was left unfinished. It keeps that
 /// time while it is written, until another one is set.
 inline bool isMarkedUnfinished(const timespec& modified) {
-    return modified.tv_sec == LostWrites::oldTime.tv_sec;
+    return modified.tv_sec == unfinishedTime.tv_sec;
 }
 
 } // namespace ternvault::volume

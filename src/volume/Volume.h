@@ -3,8 +3,8 @@
 #include "volume/DirectoryCache.h"
 #include "volume/LostWrites.h"
 #include "volume/Nodes.h"
+#include "volume/OverwriteJournal.h"
 #include "volume/SmbWorker.h"
-#include "volume/UnfinishedFiles.h"
 
 #include <cerrno>
 #include <functional>
@@ -27,8 +27,8 @@ namespace ternvault::volume {
 /// - Written bytes wait in a bounded write-behind until flush or fsync, which report their fate.
 /// - A lost write poisons its file, see LostWrites. So does the end of a daemon in the midst of overwriting,
 /// see
-///   UnfinishedFiles.
-/// - A file whose modification time is LostWrites::oldTime keeps it while it is written, until another one is
+///   OverwriteJournal.
+/// - A file whose modification time is unfinishedTime keeps it while it is written, until another one is
 /// set:
 ///   whoever marks a file so before overwriting it need not fear that a part is taken for the whole.
 /// - What is remembered may be old by a few seconds. Syncing a file that is open for reading only, or a
@@ -47,7 +47,7 @@ public:
         std::function<void()> leave;
     };
 
-    Volume(SmbWorker& worker, UnfinishedFiles& unfinished);
+    Volume(SmbWorker& worker, OverwriteJournal& journal);
     /// Before the first request.
     void setHooks(Hooks hooks) { hooks_ = std::move(hooks); }
 
@@ -167,7 +167,7 @@ private:
 
     SmbWorker& worker_;
     /// SMB thread only.
-    UnfinishedFiles& unfinished_;
+    OverwriteJournal& journal_;
     Hooks hooks_;
 
     std::mutex mutex_;

@@ -159,7 +159,7 @@ struct stat Volume::toStat(const Node& node, const Entry& entry) {
     status.st_size = static_cast<off_t>(entry.size);
     status.st_blksize = preferredSize;
     status.st_blocks = static_cast<blkcnt_t>((entry.size + 511) / 512);
-    status.st_mtim = lost_.error(node.path) && !node.gone ? LostWrites::oldTime : entry.modified;
+    status.st_mtim = lost_.error(node.path) && !node.gone ? unfinishedTime : entry.modified;
     status.st_atim = entry.accessed;
     status.st_ctim = entry.changed;
     return status;

@@ -56,7 +56,7 @@ void Volume::added(const std::string& path, const Entry& entry, mode_t mode) {
 }
 
 void Volume::removed(const std::string& path) {
-    unfinished_.remove(path);
+    journal_.remove(path);
     const Lock lock(mutex_);
     cache_.erase(path);
     touchParent(path);
@@ -164,9 +164,9 @@ void Volume::rename(const RequestPtr& request, std::uint64_t parent, std::string
         }
         if (node)
             drainNode(share, node);
-        unfinished_.addRenamed(from, to);
+        journal_.addRenamed(from, to);
         share.rename(from, to);
-        unfinished_.remove(from);
+        journal_.remove(from);
         const Lock relock(mutex_);
         cache_.erase(from);
         cache_.erase(to);

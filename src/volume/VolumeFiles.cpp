@@ -243,7 +243,7 @@ void Volume::drain(SmbShare& share, const HandlePtr& handle) {
         lock.unlock();
         try {
             if (overwritten)
-                unfinished_.add(*overwritten);
+                journal_.add(*overwritten);
             share.write(file, chunk.offset, chunk.bytes.data(), chunk.bytes.size());
         } catch (const std::system_error& error) {
             lock.lock();
@@ -355,7 +355,7 @@ void Volume::closeHandle(SmbShare& share, const HandlePtr& handle) {
             loseWrites(node, error.code().value());
         throw;
     }
-    unfinished_.remove(path);
+    journal_.remove(path);
 }
 
 /// All that a write to the file was lost means for its handles; `error` is what they report. Lock held.
@@ -376,8 +376,8 @@ void Volume::loseWrites(Node& node, int error) {
 }
 
 /// The files that an earlier daemon left unfinished. What the kernel is told of their times is old at once.
-Volume::Volume(SmbWorker& worker, UnfinishedFiles& unfinished) : worker_(worker), unfinished_(unfinished) {
-    for (const auto& path : unfinished.paths())
+Volume::Volume(SmbWorker& worker, OverwriteJournal& journal) : worker_(worker), journal_(journal) {
+    for (const auto& path : journal.paths())
         lost_.add(path, EIO);
 }
 
@@ -401,12 +401,12 @@ void Volume::ageLostFiles(SmbShare& share) {
         lock.unlock();
         int error = 0;
         try {
-            share.setTimes(path, LostWrites::oldTime, LostWrites::oldTime);
+            share.setTimes(path, unfinishedTime, unfinishedTime);
         } catch (const std::system_error& failure) {
             error = failure.code().value();
         }
         if (error == 0 || error == ENOENT)
-            unfinished_.remove(path);
+            journal_.remove(path);
         lock.lock();
         if (error == 0)
             lost_.markAged(path);

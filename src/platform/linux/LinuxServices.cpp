@@ -57,17 +57,6 @@ fs::path mountState(const LinuxFileLocations& locations) {
     return (error ? "/tmp" : temporary) / ("ternvault-mounts-" + std::to_string(locations.userId()));
 }
 
-/// What keeps leftovers of volumes where they are, for the user.
-std::optional<QString> reapingProblem(const fs::path& root, const fs::path& state) {
-    try {
-        reapLeftovers(root, state);
-    } catch (const std::system_error& error) {
-        return u"What ended volumes left behind cannot be cleared away, because %1 cannot be changed: %2"_s
-            .arg(QFile::decodeName(state.c_str()), QString::fromStdString(error.code().message()));
-    }
-    return std::nullopt;
-}
-
 LinuxFileManager::NoVolumeTest noVolumeTest(const fs::path& state) {
     return [state](const fs::path& entry) {
         // Records name the real path; finding that asks nothing of the volume itself.
@@ -129,8 +118,9 @@ LinuxServices::LinuxServices(const std::function<void(const QString& problem)>& 
       secretFile_(secretFile(locations_), report), secrets_(secretService_, secretFile_),
       processes_(hostPrograms(locations_)),
       files_(locations_.volumesRoot(), noVolumeTest(mountState(locations_))),
-      leftoversProblem_(reapingProblem(locations_.volumesRoot(), mountState(locations_))),
-      copyTurns_(mountState(locations_)) {}
+      copyTurns_(mountState(locations_)) {
+    reapLeftovers(locations_.volumesRoot(), mountState(locations_));
+}
 
 Platform LinuxServices::platform(const UserInterface& userInterface) {
     return {mainLoop_,

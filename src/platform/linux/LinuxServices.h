@@ -57,9 +57,6 @@ public:
     /// Where this user's programs remember what is no setting; nothing when the system knows no place.
     std::optional<std::filesystem::path> state() const { return locations_.state(); }
 
-    /// Why leftovers of volumes are still there, for the user. Nothing else depends on it.
-    const std::optional<QString>& leftoversProblem() const { return leftoversProblem_; }
-
     /// Call before the end of the process. False: something in the background hangs, so leave through
     /// std::_Exit.
     bool finishBackgroundWork(std::chrono::milliseconds grace) { return background_.finishWithin(grace); }
@@ -78,7 +75,6 @@ private:
     JournalLog log_;
     DesktopWorkspace workspace_;
     LoadedHttpClient http_{mainLoop_};
-    std::optional<QString> leftoversProblem_;
     LockedCopyTurns copyTurns_;
     /// Last, so first to go: its work uses the others.
     ThreadBackgroundTasks background_;

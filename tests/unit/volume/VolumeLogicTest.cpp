@@ -4,8 +4,8 @@
 #include "volume/MountFailure.h"
 #include "volume/MountUrl.h"
 #include "volume/NameMapping.h"
+#include "volume/OverwriteJournal.h"
 #include "volume/SymlinkFile.h"
-#include "volume/UnfinishedFiles.h"
 #include "volume/WriteBehind.h"
 
 #include <gtest/gtest.h>
@@ -122,26 +122,26 @@ TEST(LostWrites, FollowTheirFiles) {
     EXPECT_EQ(lost.error("moved/file"), 0);
 }
 
-TEST(UnfinishedFiles, SurviveTheirDaemon) {
+TEST(OverwriteJournal, SurviveTheirDaemon) {
     const test::TemporaryFolder folder;
     const auto file = folder / "list";
-    const auto whatIsLeft = [&] { return UnfinishedFiles(file).paths(); };
+    const auto whatIsLeft = [&] { return OverwriteJournal(file).paths(); };
     {
-        UnfinishedFiles files(file);
+        OverwriteJournal files(file);
         for (const char* path : {"a", "dir/x", "dir/y", "dir-2/z"})
             files.add(path);
         files.addRenamed("dir", "new");
         files.remove("dir");
-        EXPECT_THROW(UnfinishedFiles second(file), std::system_error) << "one daemon at a time";
+        EXPECT_THROW(OverwriteJournal second(file), std::system_error) << "one daemon at a time";
     }
     const std::set<std::string> left{"a", "dir-2/z", "new/x", "new/y"};
     EXPECT_EQ(whatIsLeft(), left);
     std::ofstream(file, std::ios::app) << "-a";
-    UnfinishedFiles(file).add("b");
+    OverwriteJournal(file).add("b");
     EXPECT_TRUE(whatIsLeft().contains("a")) << "a record without its end says nothing";
     EXPECT_TRUE(whatIsLeft().contains("b"));
     for (const auto& path : whatIsLeft())
-        UnfinishedFiles(file).remove(path);
+        OverwriteJournal(file).remove(path);
     EXPECT_TRUE(std::filesystem::is_empty(file));
 }
 

@@ -12,14 +12,14 @@ namespace ternvault::volume {
 /// nothing there tells such a file from a complete one of its size, and when the daemon dies the server gives
 /// it the present time. So its path is on this machine's disk before the first byte goes out, and the next
 /// daemon finds it there, whatever ended this one. Not thread-safe.
-class UnfinishedFiles {
+class OverwriteJournal {
 public:
     /// Reads what an earlier daemon left in `file`, which is made if missing and stays; one daemon at a time
     /// has it. Throws std::system_error.
-    explicit UnfinishedFiles(const std::filesystem::path& file);
-    ~UnfinishedFiles();
-    UnfinishedFiles(const UnfinishedFiles&) = delete;
-    UnfinishedFiles& operator=(const UnfinishedFiles&) = delete;
+    explicit OverwriteJournal(const std::filesystem::path& file);
+    ~OverwriteJournal();
+    OverwriteJournal(const OverwriteJournal&) = delete;
+    OverwriteJournal& operator=(const OverwriteJournal&) = delete;
 
     /// Paths inside the share.
     const std::set<std::string>& paths() const { return paths_; }

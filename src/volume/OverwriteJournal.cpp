@@ -1,4 +1,4 @@
-#include "volume/UnfinishedFiles.h"
+#include "volume/OverwriteJournal.h"
 
 #include "base/FileLocking.h"
 #include "volume/PathTable.h"
@@ -35,7 +35,7 @@ void syncDirectoryOf(const std::filesystem::path& file) {
 
 } // namespace
 
-UnfinishedFiles::UnfinishedFiles(const std::filesystem::path& file)
+OverwriteJournal::OverwriteJournal(const std::filesystem::path& file)
     : descriptor_(::open(file.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600)) {
     if (descriptor_ < 0)
         fail("open");
@@ -45,11 +45,11 @@ UnfinishedFiles::UnfinishedFiles(const std::filesystem::path& file)
     read();
 }
 
-UnfinishedFiles::~UnfinishedFiles() {
+OverwriteJournal::~OverwriteJournal() {
     ::close(descriptor_);
 }
 
-void UnfinishedFiles::read() {
+void OverwriteJournal::read() {
     std::string text;
     char buffer[4096];
     for (ssize_t size = 0; (size = ::read(descriptor_, buffer, sizeof buffer)) != 0;) {
@@ -72,12 +72,12 @@ void UnfinishedFiles::read() {
 }
 
 /// What is appended next must not continue it.
-void UnfinishedFiles::cutTornRecord() {
+void OverwriteJournal::cutTornRecord() {
     if (::ftruncate(descriptor_, size_) != 0)
         fail("truncate");
 }
 
-void UnfinishedFiles::append(char sign, const std::string& path) {
+void OverwriteJournal::append(char sign, const std::string& path) {
     auto record = sign + path;
     record += '\0';
     const auto written = ::write(descriptor_, record.data(), record.size());
@@ -91,7 +91,7 @@ void UnfinishedFiles::append(char sign, const std::string& path) {
     throw std::system_error(error, std::generic_category(), "write");
 }
 
-void UnfinishedFiles::add(const std::string& path) {
+void OverwriteJournal::add(const std::string& path) {
     if (paths_.contains(path))
         return;
     append(added, path);
@@ -100,7 +100,7 @@ void UnfinishedFiles::add(const std::string& path) {
     paths_.insert(path);
 }
 
-void UnfinishedFiles::addRenamed(const std::string& from, const std::string& to) {
+void OverwriteJournal::addRenamed(const std::string& from, const std::string& to) {
     std::vector<std::string> renamed;
     for (const auto& path : paths_) {
         if (isWithin(path, from))
@@ -110,7 +110,7 @@ void UnfinishedFiles::addRenamed(const std::string& from, const std::string& to)
         add(path);
 }
 
-void UnfinishedFiles::remove(const std::string& path) {
+void OverwriteJournal::remove(const std::string& path) {
     if (std::erase_if(paths_, [&](const auto& listed) { return isWithin(listed, path); }) == 0)
         return;
     if (paths_.empty() && ::ftruncate(descriptor_, 0) == 0) {
