@@ -4,7 +4,7 @@
 #include "transfer/ChunkedCopy.h"
 #include "transfer/Refusals.h"
 #include "transfer/TransferError.h"
-#include "transfer/UnfinishedFiles.h"
+#include "transfer/UnfinishedMarks.h"
 
 #include <QFile>
 
@@ -97,9 +97,10 @@ std::int64_t CopyEngines::rsyncCopy(const fs::path& from, const fs::path& to, bo
     if (!isDirectory && files_.isDirectory(to))
         throw std::system_error(std::make_error_code(std::errc::is_a_directory), to.filename().string());
     refuseToCopyOntoItself(from, to, isDirectory);
-    const bool isRsyncBelieved = markUnfinishedFiles(from, to, isDirectory);
+    const bool areMarked = markUnfinishedFiles(from, to, isDirectory);
     const SingleFileCheck check(from);
-    if (copiedByRsync(from, to, isDirectory) && isRsyncBelieved)
+    // What may not be marked may have been replaced all the same; where it was not, rsync skipped it.
+    if (copiedByRsync(from, to, isDirectory) && (areMarked || markUnfinishedFiles(from, to, isDirectory)))
         check.requireCopied(to);
     else
         copyWithoutRsync(from, to, isDirectory);

@@ -2,6 +2,8 @@
 
 #include "base/FileDescriptor.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <memory>
 #include <system_error>
@@ -26,10 +28,16 @@ mode_t typeOf(const EntryAt& entry) {
     return result == 0 ? status.st_mode & S_IFMT : 0;
 }
 
-/// None where there is no folder, or none that may be read.
+/// What keeps us from a folder that rsync cannot get at either.
+bool isNoFolder(int error) {
+    constexpr std::array errors{ENOENT, ENOTDIR, ELOOP, EACCES, EILSEQ, ENAMETOOLONG, EIO};
+    return std::ranges::find(errors, error) != errors.end();
+}
+
+/// None where there is no folder, or none that can be read.
 FileDescriptor openFolder(const EntryAt& entry, int flags) {
     FileDescriptor folder(::openat(entry.folder, entry.name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags));
-    if (!folder && errno != ENOENT && errno != ENOTDIR && errno != ELOOP && errno != EACCES)
+    if (!folder && !isNoFolder(errno))
         throw std::system_error(errno, std::generic_category(), entry.name);
     return folder;
 }

@@ -141,6 +141,8 @@ void TransferManager::Job::requireWay(const FileManager& files, const VolumeIden
                                                     : u"something else is mounted there"_s);
         return kind;
     };
+    if (fs::path(relativePath).is_absolute())
+        refuseWay(relativePath, u"the whole file system cannot be copied"_s);
     require(".");
     if (!folder.empty() && require(folder) == EntryKind::none)
         refuseWay(folder, u"the folder is not there any more"_s);

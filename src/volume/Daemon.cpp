@@ -54,8 +54,9 @@ private:
     fuse_session* session_ = nullptr;
 };
 
+/// One for each server: another one's share may have the same name.
 std::unique_ptr<OverwriteJournal> openJournal(const MountOrder& order) {
-    const auto file = mountStateFile(order.state, order.mountPoint, ".overwrites");
+    const auto file = mountStateFile(order.state, order.mountPoint, "@" + order.url.host + ".overwrites");
     try {
         return std::make_unique<OverwriteJournal>(file);
     } catch (const std::system_error& error) {

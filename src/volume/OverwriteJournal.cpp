@@ -26,33 +26,28 @@ constexpr std::chrono::seconds patience{2};
 }
 
 void syncDirectoryOf(const std::filesystem::path& file) {
-    const int directory = ::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory < 0)
+    const FileDescriptor directory(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory)
         fail("open");
-    ::fsync(directory);
-    ::close(directory);
+    ::fsync(directory.get());
 }
 
 } // namespace
 
 OverwriteJournal::OverwriteJournal(const std::filesystem::path& file)
     : descriptor_(::open(file.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600)) {
-    if (descriptor_ < 0)
+    if (!descriptor_)
         fail("open");
-    if (const auto error = lockExclusively(descriptor_, patience))
+    if (const auto error = lockExclusively(descriptor_.get(), patience))
         throw std::system_error(error, "lock");
     syncDirectoryOf(file);
     read();
 }
 
-OverwriteJournal::~OverwriteJournal() {
-    ::close(descriptor_);
-}
-
 void OverwriteJournal::read() {
     std::string text;
     char buffer[4096];
-    for (ssize_t size = 0; (size = ::read(descriptor_, buffer, sizeof buffer)) != 0;) {
+    for (ssize_t size = 0; (size = ::read(descriptor_.get(), buffer, sizeof buffer)) != 0;) {
         if (size > 0)
             text.append(buffer, static_cast<std::size_t>(size));
         else if (errno != EINTR)
@@ -73,14 +68,14 @@ void OverwriteJournal::read() {
 
 /// What is appended next must not continue it.
 void OverwriteJournal::cutTornRecord() {
-    if (::ftruncate(descriptor_, size_) != 0)
+    if (::ftruncate(descriptor_.get(), size_) != 0)
         fail("truncate");
 }
 
 void OverwriteJournal::append(char sign, const std::string& path) {
     auto record = sign + path;
     record += '\0';
-    const auto written = ::write(descriptor_, record.data(), record.size());
+    const auto written = ::write(descriptor_.get(), record.data(), record.size());
     if (written == static_cast<ssize_t>(record.size())) {
         size_ += written;
         return;
@@ -95,7 +90,7 @@ void OverwriteJournal::add(const std::string& path) {
     if (paths_.contains(path))
         return;
     append(added, path);
-    if (::fdatasync(descriptor_) != 0)
+    if (::fdatasync(descriptor_.get()) != 0)
         fail("sync");
     paths_.insert(path);
 }
@@ -113,7 +108,7 @@ void OverwriteJournal::addRenamed(const std::string& from, const std::string& to
 void OverwriteJournal::remove(const std::string& path) {
     if (std::erase_if(paths_, [&](const auto& listed) { return isWithin(listed, path); }) == 0)
         return;
-    if (paths_.empty() && ::ftruncate(descriptor_, 0) == 0) {
+    if (paths_.empty() && ::ftruncate(descriptor_.get(), 0) == 0) {
         size_ = 0;
         return;
     }

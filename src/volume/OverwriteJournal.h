@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <filesystem>
 #include <set>
 #include <string>
@@ -17,9 +19,6 @@ public:
     /// Reads what an earlier daemon left in `file`, which is made if missing and stays; one daemon at a time
     /// has it. Throws std::system_error.
     explicit OverwriteJournal(const std::filesystem::path& file);
-    ~OverwriteJournal();
-    OverwriteJournal(const OverwriteJournal&) = delete;
-    OverwriteJournal& operator=(const OverwriteJournal&) = delete;
 
     /// Paths inside the share.
     const std::set<std::string>& paths() const { return paths_; }
@@ -37,7 +36,7 @@ private:
     void read();
     void cutTornRecord();
 
-    int descriptor_;
+    FileDescriptor descriptor_;
     /// Of the whole records.
     off_t size_ = 0;
     std::set<std::string> paths_;

@@ -66,7 +66,7 @@ public:
             if (const addrinfo* connected = await())
                 return *connected;
         }
-        fail(lastError_);
+        fail(failure_);
     }
 
 private:
@@ -103,7 +103,7 @@ private:
         FileDescriptor socket(::socket(target->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
         if (!socket ||
             (::connect(socket.get(), target->ai_addr, target->ai_addrlen) != 0 && errno != EINPROGRESS))
-            lastError_ = errno;
+            noteFailure(errno);
         else
             attempts_.push_back({std::move(socket), target});
     }
@@ -124,14 +124,22 @@ private:
             if (entries[i].revents == 0)
                 continue;
             const addrinfo* target = attempts_[i].target;
-            socklen_t size = sizeof lastError_;
-            ::getsockopt(entries[i].fd, SOL_SOCKET, SO_ERROR, &lastError_, &size);
+            int error = 0;
+            socklen_t size = sizeof error;
+            ::getsockopt(entries[i].fd, SOL_SOCKET, SO_ERROR, &error, &size);
             attempts_.erase(attempts_.begin() + static_cast<std::ptrdiff_t>(i));
-            if (lastError_ == 0)
+            if (error == 0)
                 return target;
+            noteFailure(error);
             nextStart_ = Clock::now();
         }
         return nullptr;
+    }
+
+    /// That a server was there and refused says more than that another address leads nowhere.
+    void noteFailure(int error) {
+        if (failure_ != ECONNREFUSED)
+            failure_ = error;
     }
 
     const std::vector<const addrinfo*> candidates_;
@@ -139,7 +147,7 @@ private:
     std::size_t next_ = 0;
     Clock::time_point nextStart_{};
     std::vector<Attempt> attempts_;
-    int lastError_ = EHOSTUNREACH;
+    int failure_ = EHOSTUNREACH;
 };
 
 bool sameEndpoint(const sockaddr_storage& a, const sockaddr_storage& b) {
@@ -185,13 +193,12 @@ ServerAddress ServerAddress::reach(const std::string& host, std::chrono::millise
     return {reached.ai_addr, reached.ai_addrlen};
 }
 
-bool ServerAddress::hasLiveConnection() const {
-    for (const int fd : socketsTo(address_)) {
+std::size_t ServerAddress::liveConnections() const {
+    const auto sockets = socketsTo(address_);
+    return static_cast<std::size_t>(std::count_if(sockets.begin(), sockets.end(), [](int fd) {
         pollfd entry{fd, POLLRDHUP, 0};
-        if (::poll(&entry, 1, 0) == 0)
-            return true;
-    }
-    return false;
+        return ::poll(&entry, 1, 0) == 0;
+    }));
 }
 
 void ServerAddress::cutConnections() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 #include <sys/socket.h>
@@ -18,8 +19,8 @@ public:
     /// In digits.
     const std::string& text() const { return text_; }
 
-    /// Whether this process has a connection to the server that neither side has ended.
-    bool hasLiveConnection() const;
+    /// How many connections to the server this process has that neither side has ended.
+    std::size_t liveConnections() const;
     /// Ends all connections of this process to the server; calls that wait for an answer fail at once. Any
     /// thread.
     void cutConnections() const;

@@ -115,31 +115,31 @@ void isolateSambaSettings(const std::filesystem::path& state) {
 SmbShare::SmbShare(const ServerAddress& address, const MountUrl& url, CallWatch& watch, unsigned generation)
     : url_(url), watch_(watch), generation_(generation),
       base_("smb://" + percentEncoded(address.text()) + "/" + percentEncoded(url.share)),
-      context_(checked(smbc_new_context())) {
-    smbc_setOptionUserData(context_, this);
-    smbc_setFunctionAuthDataWithContext(context_, &SmbShare::provideLogin);
-    smbc_setOptionNoAutoAnonymousLogin(context_, true);
-    smbc_setOptionUseKerberos(context_, false);
-    smbc_setOptionUseCCache(context_, false);
-    smbc_setOptionUrlEncodeReaddirEntries(context_, false);
-    smbc_setTimeout(context_, callTimeoutMilliseconds);
-    // A dead connection is ours to notice; libsmbclient must not open another one under a running operation.
-    smbc_setFunctionCheckServer(context_, [](SMBCCTX*, SMBCSRV*) { return 0; });
-    try {
-        const InCall call(watch_);
-        checked(smbc_init_context(context_));
-        smbc_setOptionProtocols(context_, "SMB2_02", "SMB3_11");
-        struct stat root {};
-        checked(smbc_getFunctionStat(context_)(context_, urlOf("").c_str(), &root));
-    } catch (...) {
-        smbc_free_context(context_, 1);
-        throw;
-    }
-}
+      context_(connect()) {}
 
 SmbShare::~SmbShare() {
     const InCall call(watch_);
-    smbc_free_context(context_, 1);
+    timesContext_.reset();
+    context_.reset();
+}
+
+SmbShare::Context SmbShare::connect() {
+    const InCall call(watch_);
+    Context context(checked(smbc_new_context()));
+    smbc_setOptionUserData(context.get(), this);
+    smbc_setFunctionAuthDataWithContext(context.get(), &SmbShare::provideLogin);
+    smbc_setOptionNoAutoAnonymousLogin(context.get(), true);
+    smbc_setOptionUseKerberos(context.get(), false);
+    smbc_setOptionUseCCache(context.get(), false);
+    smbc_setOptionUrlEncodeReaddirEntries(context.get(), false);
+    smbc_setTimeout(context.get(), callTimeoutMilliseconds);
+    // A dead connection is ours to notice; libsmbclient must not open another one under a running operation.
+    smbc_setFunctionCheckServer(context.get(), [](SMBCCTX*, SMBCSRV*) { return 0; });
+    checked(smbc_init_context(context.get()));
+    smbc_setOptionProtocols(context.get(), "SMB2_02", "SMB3_11");
+    struct stat root {};
+    checked(smbc_getFunctionStat(context.get())(context.get(), urlOf("").c_str(), &root));
+    return context;
 }
 
 void SmbShare::provideLogin(SMBCCTX* context, const char*, const char*, char* workgroup, int workgroupSize,
@@ -168,15 +168,15 @@ std::string SmbShare::urlOf(const std::string& path) const {
 Listing SmbShare::list(const std::string& directory) {
     const auto url = urlOf(directory);
     const InCall call(watch_);
-    const File handle = checked(smbc_getFunctionOpendir(context_)(context_, url.c_str()));
+    const File handle = checked(smbc_getFunctionOpendir(context_.get())(context_.get(), url.c_str()));
     Listing listing;
     struct stat status {};
-    while (const auto* info = smbc_getFunctionReaddirPlus2(context_)(context_, handle, &status)) {
+    while (const auto* info = smbc_getFunctionReaddirPlus2(context_.get())(context_.get(), handle, &status)) {
         const std::string_view name = info->name;
         if (name != "." && name != "..")
             listing.emplace(toLocalName(name), toEntry(status));
     }
-    smbc_getFunctionClosedir(context_)(context_, handle);
+    smbc_getFunctionClosedir(context_.get())(context_.get(), handle);
     return listing;
 }
 
@@ -184,7 +184,7 @@ Entry SmbShare::stat(const std::string& path) {
     const auto url = urlOf(path);
     const InCall call(watch_);
     struct stat status {};
-    checked(smbc_getFunctionStat(context_)(context_, url.c_str(), &status));
+    checked(smbc_getFunctionStat(context_.get())(context_.get(), url.c_str(), &status));
     return toEntry(status);
 }
 
@@ -192,7 +192,7 @@ struct statvfs SmbShare::space() {
     const auto url = urlOf("");
     const InCall call(watch_);
     struct statvfs raw {};
-    checked(smbc_getFunctionStatVFS(context_)(context_, const_cast<char*>(url.c_str()), &raw));
+    checked(smbc_getFunctionStatVFS(context_.get())(context_.get(), const_cast<char*>(url.c_str()), &raw));
     // Without the server's POSIX extensions f_frsize is the number of f_bsize-sized sectors in a unit.
     constexpr unsigned long smallestUnit = 512;
     if (raw.f_frsize < smallestUnit)
@@ -204,12 +204,12 @@ struct statvfs SmbShare::space() {
 SmbShare::File SmbShare::open(const std::string& path, int flags) {
     const auto url = urlOf(path);
     const InCall call(watch_);
-    return checked(smbc_getFunctionOpen(context_)(context_, url.c_str(), flags, 0666));
+    return checked(smbc_getFunctionOpen(context_.get())(context_.get(), url.c_str(), flags, 0666));
 }
 
 void SmbShare::close(File file) {
     const InCall call(watch_);
-    if (smbc_getFunctionClose(context_)(context_, file) < 0) {
+    if (smbc_getFunctionClose(context_.get())(context_.get(), file) < 0) {
         // It may still be open on the server, which then keeps others from it until the connection ends.
         spoiled_ = true;
         fail();
@@ -218,12 +218,13 @@ void SmbShare::close(File file) {
 
 std::size_t SmbShare::read(File file, std::uint64_t offset, char* buffer, std::size_t size) {
     const InCall call(watch_);
-    checked(smbc_getFunctionLseek(context_)(context_, file, static_cast<off_t>(offset), SEEK_SET));
+    checked(
+        smbc_getFunctionLseek(context_.get())(context_.get(), file, static_cast<off_t>(offset), SEEK_SET));
     std::size_t done = 0;
     while (done < size) {
         watch_.begin();
         const auto count =
-            checked(smbc_getFunctionRead(context_)(context_, file, buffer + done, size - done));
+            checked(smbc_getFunctionRead(context_.get())(context_.get(), file, buffer + done, size - done));
         if (count == 0)
             break;
         done += static_cast<std::size_t>(count);
@@ -233,11 +234,12 @@ std::size_t SmbShare::read(File file, std::uint64_t offset, char* buffer, std::s
 
 void SmbShare::write(File file, std::uint64_t offset, const char* bytes, std::size_t size) {
     const InCall call(watch_);
-    checked(smbc_getFunctionLseek(context_)(context_, file, static_cast<off_t>(offset), SEEK_SET));
+    checked(
+        smbc_getFunctionLseek(context_.get())(context_.get(), file, static_cast<off_t>(offset), SEEK_SET));
     for (std::size_t done = 0; done < size;) {
         watch_.begin();
         const auto count =
-            checked(smbc_getFunctionWrite(context_)(context_, file, bytes + done, size - done));
+            checked(smbc_getFunctionWrite(context_.get())(context_.get(), file, bytes + done, size - done));
         if (count == 0)
             throw std::system_error(EIO, std::generic_category());
         done += static_cast<std::size_t>(count);
@@ -246,7 +248,7 @@ void SmbShare::write(File file, std::uint64_t offset, const char* bytes, std::si
 
 void SmbShare::truncate(File file, std::uint64_t size) {
     const InCall call(watch_);
-    checked(smbc_getFunctionFtruncate(context_)(context_, file, static_cast<off_t>(size)));
+    checked(smbc_getFunctionFtruncate(context_.get())(context_.get(), file, static_cast<off_t>(size)));
 }
 
 void SmbShare::createFile(const std::string& path, const std::string& contents) {
@@ -254,48 +256,52 @@ void SmbShare::createFile(const std::string& path, const std::string& contents) 
     try {
         write(file, 0, contents.data(), contents.size());
     } catch (...) {
-        smbc_getFunctionClose(context_)(context_, file);
-        smbc_getFunctionUnlink(context_)(context_, urlOf(path).c_str());
+        smbc_getFunctionClose(context_.get())(context_.get(), file);
+        smbc_getFunctionUnlink(context_.get())(context_.get(), urlOf(path).c_str());
         throw;
     }
     close(file);
 }
 
 void SmbShare::setTimes(const std::string& path, timespec accessed, timespec modified) {
+    if (wasRefusedTimes_ && !timesContext_)
+        timesContext_ = connect();
+    auto& context = wasRefusedTimes_ ? timesContext_ : context_;
     const auto url = urlOf(path);
     const InCall call(watch_);
     timeval times[] = {toTimeval(accessed), toTimeval(modified)};
-    if (smbc_getFunctionUtimes(context_)(context_, url.c_str(), times) < 0) {
-        // After one refusal the library opens whatever it sets times of, for the rest of the connection; with
-        // a directory that cannot succeed.
-        spoiled_ = errno == EISDIR;
-        fail();
-    }
+    if (smbc_getFunctionUtimes(context.get())(context.get(), url.c_str(), times) == 0)
+        return;
+    const int error = errno ? errno : EIO;
+    wasRefusedTimes_ = true;
+    timesContext_.reset();
+    throw std::system_error(error, std::generic_category());
 }
 
 void SmbShare::makeDirectory(const std::string& path) {
     const auto url = urlOf(path);
     const InCall call(watch_);
-    checked(smbc_getFunctionMkdir(context_)(context_, url.c_str(), 0777));
+    checked(smbc_getFunctionMkdir(context_.get())(context_.get(), url.c_str(), 0777));
 }
 
 void SmbShare::removeDirectory(const std::string& path) {
     const auto url = urlOf(path);
     const InCall call(watch_);
-    checked(smbc_getFunctionRmdir(context_)(context_, url.c_str()));
+    checked(smbc_getFunctionRmdir(context_.get())(context_.get(), url.c_str()));
 }
 
 void SmbShare::unlink(const std::string& path) {
     const auto url = urlOf(path);
     const InCall call(watch_);
-    checked(smbc_getFunctionUnlink(context_)(context_, url.c_str()));
+    checked(smbc_getFunctionUnlink(context_.get())(context_.get(), url.c_str()));
 }
 
 void SmbShare::rename(const std::string& from, const std::string& to) {
     const auto fromUrl = urlOf(from);
     const auto toUrl = urlOf(to);
     const InCall call(watch_);
-    checked(smbc_getFunctionRename(context_)(context_, fromUrl.c_str(), context_, toUrl.c_str()));
+    checked(smbc_getFunctionRename(context_.get())(context_.get(), fromUrl.c_str(), context_.get(),
+                                                   toUrl.c_str()));
 }
 
 } // namespace ternvault::volume

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include <libsmbclient.h>
@@ -51,6 +52,8 @@ public:
     SmbShare& operator=(const SmbShare&) = delete;
 
     unsigned generation() const { return generation_; }
+    /// How many it has to the server.
+    std::size_t connections() const { return timesContext_ ? 2 : 1; }
     /// Whether only a fresh connection helps, though this one lives.
     bool isSpoiled() const { return spoiled_; }
 
@@ -78,6 +81,12 @@ public:
     void rename(const std::string& from, const std::string& to);
 
 private:
+    struct ContextEnd {
+        void operator()(SMBCCTX* context) const { smbc_free_context(context, 1); }
+    };
+    using Context = std::unique_ptr<SMBCCTX, ContextEnd>;
+
+    Context connect();
     std::string urlOf(const std::string& path) const;
     static void provideLogin(SMBCCTX* context, const char* server, const char* share, char* workgroup,
                              int workgroupSize, char* user, int userSize, char* password, int passwordSize);
@@ -86,7 +95,12 @@ private:
     CallWatch& watch_;
     unsigned generation_;
     std::string base_;
-    SMBCCTX* context_;
+    Context context_;
+    /// After one refusal the library opens whatever it sets times of, for the life of the context, and a
+    /// directory cannot be opened so. From then on another context sets times, which holds no files and is
+    /// thrown away when it is refused.
+    bool wasRefusedTimes_ = false;
+    Context timesContext_;
     bool spoiled_ = false;
 };
 

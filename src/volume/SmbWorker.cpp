@@ -181,7 +181,7 @@ void SmbWorker::run(const Item& item) {
             item.job(*share_);
     } catch (const std::system_error& failure) {
         error = failure.code().value();
-        if (!address_->hasLiveConnection())
+        if (address_->liveConnections() < share_->connections())
             lose();
     }
     std::unique_lock lock(mutex_);

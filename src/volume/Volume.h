@@ -25,12 +25,10 @@ namespace ternvault::volume {
 /// - Names are told apart by case; creating a name that differs from an existing one only by case fails
 ///   with EEXIST, so that no file is ever overwritten through another spelling.
 /// - Written bytes wait in a bounded write-behind until flush or fsync, which report their fate.
-/// - A lost write poisons its file, see LostWrites. So does the end of a daemon in the midst of overwriting,
-/// see
+/// - A lost write poisons its file, see LostWrites. So does the end of a daemon that was overwriting it, see
 ///   OverwriteJournal.
-/// - A file whose modification time is unfinishedTime keeps it while it is written, until another one is
-/// set:
-///   whoever marks a file so before overwriting it need not fear that a part is taken for the whole.
+/// - A file whose modification time is unfinishedTime keeps it while it is written, until another one is set.
+///   Whoever marks a file so before overwriting it need not fear that a part is taken for the whole.
 /// - What is remembered may be old by a few seconds. Syncing a file that is open for reading only, or a
 ///   directory, makes what is remembered of it and of all below it true again.
 /// - A file or directory that is no longer where the kernel knew it gives ESTALE, upon which the kernel looks

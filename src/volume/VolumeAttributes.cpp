@@ -285,6 +285,8 @@ void Volume::setSize(SmbShare& share, const NodePtr& node, const HandlePtr& thro
     if (entry.size == size)
         return;
     const auto file = writer ? writer->file : share.open(path, O_WRONLY);
+    if (writer && size > entry.size)
+        journal_.add(path);
     share.truncate(file, size);
     if (!writer)
         share.close(file);

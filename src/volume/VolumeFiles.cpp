@@ -238,8 +238,9 @@ void Volume::drain(SmbShare& share, const HandlePtr& handle) {
         const auto chunk = writer->pending.takeChunk();
         const auto file = writer->file;
         auto& node = *handle->node;
-        const auto overwritten =
-            chunk.offset < node.sizeOnServer && !node.gone ? std::optional(node.path) : std::nullopt;
+        // Only what grows byte by byte is shorter until it is whole.
+        const bool appends = chunk.offset == node.sizeOnServer;
+        const auto overwritten = appends || node.gone ? std::nullopt : std::optional(node.path);
         lock.unlock();
         try {
             if (overwritten)

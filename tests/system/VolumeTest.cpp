@@ -129,6 +129,21 @@ TEST_F(Volume, WhatIsCutShortInTheMidstOfAnOverwriteIsNeverTakenForComplete) {
     });
 }
 
+TEST_F(Volume, ARefusedTimeCostsNothingElse) {
+    ASSERT_EQ(mount().exitStatus, 0);
+    writeFile(served("foreign"), "of somebody else");
+    fs::create_directory(volume() / "folder");
+    const int file = ::open((volume() / "item").c_str(), O_WRONLY | O_CREAT, 0644);
+    const timespec times[] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_NE(errorOf(::utimensat(AT_FDCWD, (volume() / "foreign").c_str(), times, 0)), 0);
+        EXPECT_EQ(errorOf(::utimensat(AT_FDCWD, (volume() / "folder").c_str(), times, 0)), 0);
+    }
+    EXPECT_EQ(modified(served("folder")), 1'000'000'000);
+    EXPECT_EQ(::write(file, "x", 1), 1);
+    EXPECT_EQ(errorOf(::close(file)), 0);
+}
+
 TEST_F(Volume, ALossKeepsItsReason) {
     ASSERT_EQ(::mount("small", served().c_str(), "tmpfs", 0, "size=4m,mode=1777"), 0);
     ASSERT_EQ(mount().exitStatus, 0);

@@ -27,7 +27,7 @@ namespace {
 /// What the kernel knows about an entry without asking a file system's daemon.
 std::optional<struct statx> cachedStatus(int directory, const fs::path& path, int flags = 0) {
     struct statx status {};
-    constexpr unsigned mask = STATX_TYPE | STATX_MODE | STATX_INO | STATX_MNT_ID;
+    constexpr unsigned mask = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_MNT_ID;
     if (::statx(directory, path.c_str(), AT_STATX_DONT_SYNC | flags, mask, &status) != 0)
         return std::nullopt;
     return status;
@@ -38,11 +38,11 @@ bool isSameEntry(const struct statx& one, const struct statx& other) {
            one.stx_dev_minor == other.stx_dev_minor;
 }
 
-/// The directory below a volume that is not mounted.
+/// The directory below a volume of this user that is not mounted.
 bool isPlaceholder(const struct statx& status) {
     constexpr unsigned anybodyLists = 0444;
     return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0 && S_ISDIR(status.stx_mode) &&
-           (status.stx_mode & anybodyLists) == 0;
+           (status.stx_mode & anybodyLists) == 0 && status.stx_uid == ::geteuid();
 }
 
 fs::path withoutTrailingSlash(const fs::path& path) {

@@ -40,23 +40,21 @@ ProcessResult plainly(const QString& path, const std::filesystem::path& mountPoi
                                     : failure(path, u"the volume's program does not end."_s);
 }
 
-/// Nothing when somebody else mounts there, or when no lock can be had; that must not keep a volume from
-/// ending.
-std::optional<MountLock> lockIfPossible(const std::filesystem::path& state,
-                                        const std::filesystem::path& mountPoint) {
-    try {
-        return MountLock::acquire(state, mountPoint, lockPatience);
-    } catch (const std::system_error&) {
-        return {};
-    }
-}
-
-/// Whatever is left of the volume, mounted or not.
+/// Whatever is left of the volume, mounted or not. Where no lock can be had, that must not keep it from
+/// ending; who holds one is about to mount there.
 ProcessResult forcibly(const QString& path, const std::filesystem::path& state,
                        const std::filesystem::path& mountPoint) {
     if (!isVolumeMount(mountPoint) && !isPlaceholder(mountPoint) && !readMountRecord(state, mountPoint))
         return hasEntry(mountPoint) ? failure(path, u"no volume is mounted there."_s) : ProcessResult{};
-    const auto lock = lockIfPossible(state, mountPoint);
+    std::optional<MountLock> lock;
+    try {
+        auto taken = MountLock::acquire(state, mountPoint, lockPatience);
+        if (!taken)
+            return failure(path, u"a volume is just being mounted there."_s);
+        lock.emplace(std::move(*taken));
+    } catch (const std::system_error&) {
+        // The state folder cannot be used.
+    }
     endVolume(state, mountPoint, lastBytesPatience);
     return hasEntry(mountPoint) ? failure(path, u"files of this computer lie there."_s) : ProcessResult{};
 }

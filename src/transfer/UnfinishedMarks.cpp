@@ -1,4 +1,4 @@
-#include "transfer/UnfinishedFiles.h"
+#include "transfer/UnfinishedMarks.h"
 
 #include "base/UnfinishedTime.h"
 #include "transfer/Counterparts.h"
@@ -83,8 +83,6 @@ void SingleFileCheck::requireCopied(const fs::path& to) const {
         return;
     if (isSameTime(copy->modified, unfinishedTime) || (*now == *before_ && copy->size != now->size))
         throw TransferError(TransferError::notCopied, u"The copy is not complete"_s);
-    if (*now != *before_ && now->size == before_->size && now->modified.tv_sec == before_->modified.tv_sec)
-        throw TransferError(TransferError::notCopied, u"The file changed while it was copied"_s);
 }
 
 } // namespace ternvault

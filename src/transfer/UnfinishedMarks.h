@@ -23,9 +23,8 @@ public:
     /// Nothing is judged where `from` is no file, or one that rsync leaves out.
     explicit SingleFileCheck(const std::filesystem::path& from);
 
-    /// Throws TransferError when `to` is not as long as the source or says that it is unfinished, and when
-    /// the source was saved again within the second: no later run of rsync would notice. One that changed in
-    /// other ways while rsync read it counts as rsync has it.
+    /// Throws TransferError when `to` is not as long as the source or says that it is unfinished. A source
+    /// that changed while rsync read it counts as rsync has it; the next copy notices.
     void requireCopied(const std::filesystem::path& to) const;
 
 private:
