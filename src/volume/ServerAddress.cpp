@@ -202,8 +202,13 @@ std::size_t ServerAddress::liveConnections() const {
 }
 
 void ServerAddress::cutConnections() const {
-    for (const int fd : socketsTo(address_))
-        ::shutdown(fd, SHUT_RDWR);
+    // Not by shutdown(2), after which the system goes on delivering what it has not sent yet: such a write
+    // would reach the server after those of the next connection.
+    const sockaddr nobody{AF_UNSPEC, {}};
+    for (const int fd : socketsTo(address_)) {
+        if (::connect(fd, &nobody, sizeof nobody) != 0)
+            ::shutdown(fd, SHUT_RDWR);
+    }
 }
 
 } // namespace ternvault::volume
