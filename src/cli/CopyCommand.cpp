@@ -37,6 +37,8 @@ Task<> CopyCommand::untilIdle() {
         const Subscription watch = transfers_.objectWillChange.subscribe(
             [&mainLoop = mainLoop_, wake = change.waker()] { mainLoop.post(wake); });
         co_await change;
+        // What nothing follows for long is to be seen, too.
+        showChanges();
     }
 }
 

@@ -14,9 +14,8 @@ class QWidget;
 namespace ternvault {
 
 /// Keeps the second click of a double click from a button that came under the pointer through the first one.
-/// A click counts only where, at the first one of its series, the same button stood under the same place of
-/// the screen; a series ends with a pause of the desktop's double-click interval. All windows; keys press
-/// buttons as ever.
+/// Within the desktop's double-click interval after a first click, another one counts only where the same
+/// button stood under the same place of the screen at the first. All windows; keys press buttons as ever.
 class DoubleClickGuard final : public QObject {
 public:
     explicit DoubleClickGuard(QApplication& application);
@@ -30,12 +29,13 @@ private:
 
     bool eventFilter(QObject* object, QEvent* event) override;
     bool isStray(QWidget& target, const QMouseEvent& press);
-    static std::vector<Button> buttonsOf(const QWidget& window);
+    static std::vector<Button> visibleButtons();
 
-    /// Of the latest press.
-    std::optional<unsigned long> time_;
+    /// When the buttons were pressed.
+    std::optional<unsigned long> first_;
+    std::optional<unsigned long> latest_;
     bool isStray_ = false;
-    /// Those of its window, as they stood at the first press of the series.
+    /// As they stood at the first press.
     std::vector<Button> buttons_;
 };
 

@@ -8,7 +8,11 @@ namespace ternvault {
 /// assistive technology would hold the main loop.
 inline QString shortened(const QString& text) {
     constexpr qsizetype mostShown = 4000;
-    return text.size() <= mostShown ? text : text.first(mostShown - 1) + u'…';
+    if (text.size() <= mostShown)
+        return text;
+    // No half of a character.
+    const bool cutsPair = text[mostShown - 2].isHighSurrogate();
+    return text.first(mostShown - (cutsPair ? 2 : 1)) + u'…';
 }
 
 } // namespace ternvault

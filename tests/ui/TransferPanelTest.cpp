@@ -171,6 +171,12 @@ TEST_F(Panel, TheSecondClickOfADoubleClickDoesNotUndoTheFirst) {
     QPushButton& add = button(u"Add Files…"_s);
     click(edge(add, add.width() / 2));
     EXPECT_TRUE(fake.filePanel.pending) << "a button that stayed where it is counts at once";
+    pause();
+    const QPoint right = edge(paste, paste.width() - 2);
+    click(right);
+    for (int clicks = 0; clicks < 10 && transfers.isTransferring; ++clicks)
+        click(right);
+    EXPECT_FALSE(transfers.isTransferring) << "clicks that were swallowed swallow no further ones for good";
 }
 
 /// Over a copy of "first", with "second" and eight others behind it.

@@ -19,8 +19,8 @@ public:
         : path_(file), file_(file, std::move(report)) {}
 
     /// Keeps other processes from changing secrets here and in the service meanwhile, as far as they ask for
-    /// the same. Waits for two seconds at most; the error then is std::errc::timed_out.
-    std::optional<FileLock> lockChanges(std::error_code& error) const;
+    /// the same. Waits until `patience` is over at most; the error then is std::errc::timed_out.
+    std::optional<FileLock> lockChanges(std::chrono::milliseconds patience, std::error_code& error) const;
 
     std::vector<std::pair<SecretKey, Entry>> entries();
     /// Nothing when the file says nothing about the secret.

@@ -7,9 +7,9 @@ namespace ternvault {
 std::optional<QByteArray> LinuxSecretStore::find(const QString& service, const QString& account) {
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
-    std::error_code ignored;
-    if (!moved_ && !file_.entries().empty()) {
-        if (const auto held = file_.lockChanges(ignored))
+    if (!moved_ && !isLockHeld_ && !file_.entries().empty()) {
+        std::error_code ignored;
+        if (const auto held = lockChanges(ignored))
             moveIntoServiceOnce();
     }
     return told_[key] = look(key);
@@ -37,18 +37,26 @@ bool LinuxSecretStore::change(const SecretKey& key, const Entry& entry) {
     if (!told.empty() && told.mapped() == entry)
         return true;
     std::error_code error;
-    const auto held = file_.lockChanges(error);
-    if (!told.empty() && told.mapped() != look(key))
+    const auto held = lockChanges(error);
+    const bool isNewer = !told.empty() && told.mapped() != look(key);
+    if (isNewer && (serviceReached_ || file_.find(key)))
         return true;
     if (error == std::errc::timed_out)
         return file_.put(key, entry);
     // Where the file cannot be locked, nobody can write it either, and the service serves alone.
     moveIntoServiceOnce();
+    // What another process puts there from here on is newer.
+    const auto older = file_.find(key);
     if (!applyToService(key, entry))
         return file_.put(key, entry);
-    // Another process may have had to use the file meanwhile.
-    const auto older = file_.find(key);
     return !older || file_.forget(key, *older);
+}
+
+std::optional<FileLock> LinuxSecretStore::lockChanges(std::error_code& error) {
+    using namespace std::chrono_literals;
+    auto held = file_.lockChanges(isLockHeld_ ? 0ms : 2000ms, error);
+    isLockHeld_ = error == std::errc::timed_out;
+    return held;
 }
 
 void LinuxSecretStore::moveIntoServiceOnce() {

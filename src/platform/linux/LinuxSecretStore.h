@@ -13,7 +13,9 @@ namespace ternvault {
 /// - Once the service was out of reach, the file serves for the rest of the process.
 /// - What the file says wins. Its entries move into the service at the first use in a process that
 ///   reaches one.
-/// - Processes change secrets one at a time. One that waits in vain uses the file, which wins.
+/// - Processes change secrets one at a time. One that waits two seconds in vain uses the file, which wins,
+/// and
+///   does not wait again while that lasts.
 /// - The first change that follows a read says nothing new where it writes what was read back, or clears
 ///   what was not found. It is dropped: another process may have stored something newer, and where no store
 ///   could answer, the service, locked at login, may hold what seems to be missing.
@@ -32,6 +34,7 @@ private:
     Entry look(const SecretKey& key);
     /// Stores or removes in the service, or else in the file.
     bool change(const SecretKey& key, const Entry& entry);
+    std::optional<FileLock> lockChanges(std::error_code& error);
     /// While other processes are kept from changes.
     void moveIntoServiceOnce();
     /// Applies an entry of the file to the service; false when the service is out of reach.
@@ -42,6 +45,8 @@ private:
     FileSecretStore& file_;
     bool moved_ = false;
     bool serviceReached_ = true;
+    /// Another process keeps the lock.
+    bool isLockHeld_ = false;
     /// What was told of a secret that this process has not changed since.
     std::map<SecretKey, Entry> told_;
 };

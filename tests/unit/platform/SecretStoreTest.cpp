@@ -89,6 +89,11 @@ protected:
             addElsewhere(value);
         else if (what == "meanwhile")
             fake.onChange = [this, value] { addMeanwhile(value); };
+        else if (what == "in-vain") // waited for, so written into the file
+            fake.onChange = [this, value] {
+                FileSecretStore othersFile(path, [](const QString&) { ADD_FAILURE(); });
+                EXPECT_TRUE(othersFile.put(key, value));
+            };
         else if (what == "add")
             EXPECT_TRUE(store->add(service, account, value));
         else if (what == "locked" || what == "unlocked")
@@ -135,6 +140,10 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
         {"what changes while its forerunner moves into the service stays",
          "down elsewhere:old up restart meanwhile:new find:old ended restart find:new service:new "
          "file:empty"},
+        {"what another process puts into the file during a change is newer",
+         "down elsewhere:older up set:old in-vain:newer set:mine find:newer restart find:newer"},
+        {"a change after the service was lost stays",
+         "set:old find:old down set:new find:new up restart find:new"},
         {"what cannot be cleared now never answers again",
          "set:old locked set:new restart find:new file:full up restart unlocked find:new restart find:new "
          "service:new file:empty locked remove restart find:- unlocked restart find:- service:- file:empty"},
