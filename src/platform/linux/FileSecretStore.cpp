@@ -4,9 +4,6 @@ namespace ternvault {
 
 namespace {
 
-/// Whoever changes something may wait for the service to miss its deadline.
-constexpr std::chrono::milliseconds lockPatience(2000);
-
 /// A removal is kept as the Boolean false.
 QVariant toStored(const FileSecretStore::Entry& entry) {
     return entry ? QVariant(*entry) : QVariant(false);
@@ -18,14 +15,15 @@ FileSecretStore::Entry fromStored(const QVariant& stored) {
 
 } // namespace
 
-std::optional<FileLock> FileSecretStore::lockChanges(std::error_code& error) const {
+std::optional<FileLock> FileSecretStore::lockChanges(std::chrono::milliseconds patience,
+                                                     std::error_code& error) const {
     if (path_.empty()) {
         error = std::make_error_code(std::errc::no_such_file_or_directory);
         return std::nullopt;
     }
     std::filesystem::create_directories(path_.parent_path(), error);
     // Not the file's own lock, which the file takes for each of its changes.
-    return FileLock::acquire(path_.native() + ".changes", lockPatience, error);
+    return FileLock::acquire(path_.native() + ".changes", patience, error);
 }
 
 std::vector<std::pair<SecretKey, FileSecretStore::Entry>> FileSecretStore::entries() {

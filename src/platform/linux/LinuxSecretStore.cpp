@@ -8,11 +8,11 @@ std::optional<QByteArray> LinuxSecretStore::find(const QString& service, const Q
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
     std::error_code ignored;
-    if (!moved_ && !file_.entries().empty()) {
-        if (const auto held = file_.lockChanges(ignored))
+    if (!moved_ && lockPatience_.count() > 0 && !file_.entries().empty()) {
+        if (const auto held = lockChanges(ignored))
             moveIntoServiceOnce();
     }
-    return told_[key] = look(key);
+    return told_[key] = look(key).value_or(std::nullopt);
 }
 
 bool LinuxSecretStore::add(const QString& service, const QString& account, const QByteArray& secret) {
@@ -23,12 +23,22 @@ void LinuxSecretStore::remove(const QString& service, const QString& account) {
     change({service, account}, std::nullopt);
 }
 
-LinuxSecretStore::Entry LinuxSecretStore::look(const SecretKey& key) {
-    if (const auto entry = file_.find(key))
-        return *entry;
+std::optional<LinuxSecretStore::Entry> LinuxSecretStore::look(const SecretKey& key) {
+    if (auto entry = file_.find(key))
+        return entry;
     const SecretAnswer answer = serviceReached_ ? service_.find(key) : SecretAnswer{};
     serviceReached_ = answer.state != SecretAnswer::State::unavailable;
-    return answer.state == SecretAnswer::State::found ? Entry(answer.secret) : std::nullopt;
+    if (!serviceReached_)
+        return std::nullopt;
+    return std::optional<Entry>(
+        std::in_place, answer.state == SecretAnswer::State::found ? Entry(answer.secret) : std::nullopt);
+}
+
+std::optional<FileLock> LinuxSecretStore::lockChanges(std::error_code& error) {
+    auto held = file_.lockChanges(lockPatience_, error);
+    if (error == std::errc::timed_out)
+        lockPatience_ = {};
+    return held;
 }
 
 bool LinuxSecretStore::change(const SecretKey& key, const Entry& entry) {
@@ -37,17 +47,17 @@ bool LinuxSecretStore::change(const SecretKey& key, const Entry& entry) {
     if (!told.empty() && told.mapped() == entry)
         return true;
     std::error_code error;
-    const auto held = file_.lockChanges(error);
-    if (!told.empty() && told.mapped() != look(key))
+    const auto held = lockChanges(error);
+    if (!told.empty() && told.mapped() != look(key).value_or(told.mapped()))
         return true;
     if (error == std::errc::timed_out)
         return file_.put(key, entry);
     // Where the file cannot be locked, nobody can write it either, and the service serves alone.
     moveIntoServiceOnce();
+    // Not afterwards: another process that waited in vain may put something newer there meanwhile.
+    const auto older = file_.find(key);
     if (!applyToService(key, entry))
         return file_.put(key, entry);
-    // Another process may have had to use the file meanwhile.
-    const auto older = file_.find(key);
     return !older || file_.forget(key, *older);
 }
 

@@ -89,6 +89,10 @@ protected:
             addElsewhere(value);
         else if (what == "meanwhile")
             fake.onChange = [this, value] { addMeanwhile(value); };
+        else if (what == "impatient")
+            fake.onChange = [this, value] { EXPECT_TRUE(file->put(key, value)); };
+        else if (what == "held")
+            holder = file->lockChanges({}, error);
         else if (what == "add")
             EXPECT_TRUE(store->add(service, account, value));
         else if (what == "locked" || what == "unlocked")
@@ -109,6 +113,8 @@ protected:
     std::unique_ptr<FileSecretStore> file;
     std::unique_ptr<LinuxSecretStore> store;
     std::future<void> other;
+    std::error_code error;
+    std::optional<FileLock> holder;
 };
 
 } // namespace
@@ -135,6 +141,12 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
         {"what changes while its forerunner moves into the service stays",
          "down elsewhere:old up restart meanwhile:new find:old ended restart find:new service:new "
          "file:empty"},
+        {"who waited in vain for a change has put something newer into the file",
+         "set:old restart impatient:newer set:new find:newer file:full restart find:newer service:newer"},
+        {"while others keep this process from changes, the file serves",
+         "set:old held set:new find:new set:newer find:newer service:old file:full"},
+        {"what was read is changed though the service is lost meanwhile",
+         "set:old restart find:old down add:new find:new up restart find:new service:new"},
         {"what cannot be cleared now never answers again",
          "set:old locked set:new restart find:new file:full up restart unlocked find:new restart find:new "
          "service:new file:empty locked remove restart find:- unlocked restart find:- service:- file:empty"},
@@ -145,6 +157,7 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
     for (const auto& [name, story] : stories) {
         SCOPED_TRACE(name);
         fake = {};
+        holder.reset();
         std::filesystem::remove(path);
         restart();
         for (const QByteArray& word : story.split(' ')) {
