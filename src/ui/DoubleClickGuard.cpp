@@ -23,27 +23,29 @@ bool DoubleClickGuard::eventFilter(QObject* object, QEvent* event) {
 
 bool DoubleClickGuard::isStray(QWidget& target, const QMouseEvent& press) {
     // What a widget does not take goes on to the one around it.
-    if (press.timestamp() == time_)
+    if (press.timestamp() == latest_)
         return isStray_;
+    latest_ = press.timestamp();
     const auto interval =
         static_cast<unsigned long>(QGuiApplication::styleHints()->mouseDoubleClickInterval());
-    const bool goesOn = time_ && press.timestamp() - *time_ < interval;
+    const bool goesOn = first_ && *latest_ - *first_ < interval;
     const auto stoodThere = [&target, place = press.globalPosition().toPoint()](const Button& button) {
         return button.widget == &target && button.place.contains(place);
     };
+    if (!goesOn) {
+        first_ = latest_;
+        buttons_ = shownButtons();
+    }
     isStray_ = goesOn && qobject_cast<QAbstractButton*>(&target) != nullptr &&
                std::none_of(buttons_.begin(), buttons_.end(), stoodThere);
-    time_ = press.timestamp();
-    if (!goesOn)
-        buttons_ = buttonsOf(*target.window());
     return isStray_;
 }
 
-std::vector<DoubleClickGuard::Button> DoubleClickGuard::buttonsOf(const QWidget& window) {
+std::vector<DoubleClickGuard::Button> DoubleClickGuard::shownButtons() {
     std::vector<Button> buttons;
-    for (const QAbstractButton* const button : window.findChildren<QAbstractButton*>()) {
-        if (button->isVisible())
-            buttons.push_back({button, {button->mapToGlobal(QPoint()), button->size()}});
+    for (const QWidget* const widget : QApplication::allWidgets()) {
+        if (widget->isVisible() && qobject_cast<const QAbstractButton*>(widget) != nullptr)
+            buttons.push_back({widget, {widget->mapToGlobal(QPoint()), widget->size()}});
     }
     return buttons;
 }
