@@ -18,6 +18,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -102,8 +103,9 @@ public:
     /// Mounts the selected share, or the first listed, or the default one, and reports in `status`.
     /// `markSetup`: also makes sure of the login entry when auto-connect is on.
     Task<> mountSelected(bool markSetup);
-    /// Whoever asks while it is mounting for another waits for that mount and tries none of its own: however
-    /// many files need the volume, a wrong password goes to the PC once.
+    /// Whoever asks while it is mounting for another waits for that mount and tries none of its own, unless
+    /// the settings have changed since: however many files need the volume, a wrong password goes to the PC
+    /// once.
     Task<bool> ensureMounted() override;
     Task<> unmount();
     /// Mounts after a short wait, if everything is set up and auto-connect is on.
@@ -158,6 +160,10 @@ private:
     QString mountedStatusMessage(std::optional<std::int64_t> shareCount) const;
     QString shareToMount() const;
     bool isMounted() const { return mountedVolumeName.get().has_value(); }
+    /// What decides whether a mount succeeds.
+    using MountSettings = std::array<QString, 4>;
+    struct SharedMount;
+    MountSettings mountSettings() const { return {serverIP, shareToMount(), smbUser, smbPassword}; }
     Task<> mountForAll();
     void finishMount(const QString& newStatus, bool markSetup);
     bool isStaleOnceMounted(bool wasMounted) const;
@@ -170,8 +176,8 @@ private:
     /// The change handlers reach beyond the settings only once the start sequence is over.
     bool didFinishInit_ = false;
     std::unique_ptr<Timer> reconnectTimer_;
-    /// While `ensureMounted` is mounting: what wakes those that came after the first.
-    std::optional<std::vector<std::function<void()>>> waitingForMount_;
+    /// While `ensureMounted` is mounting; the routine that came first owns it.
+    std::weak_ptr<SharedMount> sharedMount_;
     /// Absent: never, so that nothing holds back the first attempt.
     std::optional<SteadyTime> lastRemountAttempt_;
     /// Last: its routines use all of the above.

@@ -15,6 +15,21 @@ constexpr std::chrono::seconds autoMountDelay(2);
 
 } // namespace
 
+/// Wakes those that came after the first however that one ends, on later turns, so that each goes on in the
+/// order in which it came.
+struct AppModel::SharedMount {
+    SharedMount(MainLoop& loop, MountSettings tried) : mainLoop(loop), settings(std::move(tried)) {}
+    SharedMount(const SharedMount&) = delete;
+    ~SharedMount() {
+        for (const std::function<void()>& wake : waiting)
+            mainLoop.post(wake);
+    }
+
+    MainLoop& mainLoop;
+    MountSettings settings;
+    std::vector<std::function<void()>> waiting;
+};
+
 void AppModel::refreshMounted() {
     const std::optional<QString> previous = mountedVolumeName;
     mountedVolumeName = detectMountedVolume();
@@ -122,18 +137,18 @@ Task<bool> AppModel::ensureMounted() {
 }
 
 Task<> AppModel::mountForAll() {
-    if (waitingForMount_) {
-        const WakeUp mounted;
-        waitingForMount_->push_back(mounted.waker());
-        co_await mounted;
-        co_return;
+    while (!sharedMount_.expired()) {
+        const MountSettings tried = sharedMount_.lock()->settings;
+        const WakeUp over;
+        sharedMount_.lock()->waiting.push_back(over.waker());
+        co_await over;
+        refreshMounted();
+        if (isMounted() || mountSettings() == tried)
+            co_return;
     }
-    waitingForMount_.emplace();
+    const auto mount = std::make_shared<SharedMount>(platform_.mainLoop, mountSettings());
+    sharedMount_ = mount;
     co_await mountSelected(false);
-    // On later turns, so that each goes on in the order in which it came.
-    const auto waiting = std::exchange(waitingForMount_, std::nullopt);
-    for (const std::function<void()>& wake : *waiting)
-        platform_.mainLoop.post(wake);
 }
 
 Task<> AppModel::unmount() {

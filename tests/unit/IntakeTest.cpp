@@ -88,25 +88,31 @@ TEST_F(Intake, APasteComesToTheFrontThenMountsThenQueues) {
 TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
     AppModel& model = startWithAccount();
     fake.processes.executables = {u"/usr/bin/rsync"_s};
+    fake.processes.respond = [this](const QStringList& call) {
+        if (!call.back().contains(u":right@"_s))
+            return ProcessResult{std::nullopt, isMount(call) ? 1 : 0, {}, "refused"};
+        fake.files.entries["/Volumes/MOSSBOX1"] = true;
+        return ProcessResult{};
+    };
     QStringList started;
     for (const bool succeeds : {false, true}) {
-        letProgramsFail("refused");
-        if (succeeds)
-            letMountsSucceed();
         fake.time.holdBackground = true;
-        for (const QString& file : {u"file:///s/c"_s, u"file:///s/a"_s, u"file:///s/b%20b"_s})
+        for (const QString& file : {u"file:///s/c"_s, u"file:///s/b%20b"_s, u"file:///s/a"_s})
             perform(model.handleIncomingFileURLs({QUrl(file)}));
         EXPECT_EQ(model.transfers.totalCount, 0);
+        // Too late for the mount under way.
+        if (succeeds)
+            model.smbPassword = u"right"_s;
         const Subscription subscription = model.transfers.objectWillChange.subscribe([&] {
             if (const QString name = model.transfers.currentFileName; !name.isEmpty())
                 started.removeAll(name), started << name;
         });
         fake.time.holdBackground = false;
         fake.time.advance(1s);
-        EXPECT_EQ(mounts(), succeeds ? 2U : 1U) << "one attempt for all of them";
-        EXPECT_EQ(model.transfers.totalCount, succeeds ? 3 : 0);
+        EXPECT_EQ(mounts(), succeeds ? 3U : 1U) << "one attempt with each account for all of them";
+        EXPECT_EQ(model.transfers.totalCount, succeeds ? 2 : 0);
     }
-    EXPECT_EQ(started, (QStringList{u"c"_s, u"a"_s, u"b b"_s}));
+    EXPECT_EQ(started, (QStringList{u"b b"_s, u"a"_s}));
 }
 
 TEST_F(Intake, APasteMadeInAFolderOfTheVolumeGoesThere) {
