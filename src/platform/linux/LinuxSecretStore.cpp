@@ -15,6 +15,11 @@ std::optional<QByteArray> LinuxSecretStore::find(const QString& service, const Q
     return told_[key] = look(key).value_or(std::nullopt);
 }
 
+bool LinuxSecretStore::isAbsent(const QString& service, const QString& account) {
+    const std::lock_guard lock(mutex_);
+    return look({service, account}) == std::optional<Entry>(std::in_place);
+}
+
 bool LinuxSecretStore::add(const QString& service, const QString& account, const QByteArray& secret) {
     return change({service, account}, secret);
 }

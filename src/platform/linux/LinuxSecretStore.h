@@ -24,6 +24,7 @@ public:
     LinuxSecretStore(SecretBackend& service, FileSecretStore& file) : service_(service), file_(file) {}
 
     std::optional<QByteArray> find(const QString& service, const QString& account) override;
+    bool isAbsent(const QString& service, const QString& account) override;
     bool add(const QString& service, const QString& account, const QByteArray& secret) override;
     void remove(const QString& service, const QString& account) override;
 
