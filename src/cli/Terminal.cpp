@@ -28,7 +28,7 @@ bool isUnprintable(QChar character) {
 
 /// A line break at the end is the line's own.
 QString printable(QString text) {
-    while (text.endsWith(u'\n'))
+    while (text.endsWith(u'\n') || text.endsWith(u'\r'))
         text.chop(1);
     QString result;
     for (const QChar character : text) {

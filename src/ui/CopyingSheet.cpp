@@ -109,6 +109,7 @@ void CopyingSheet::render() {
     if (const QString text = runs ? consequenceText_ : ended + transfers_.statusLine;
         text != consequence_->text()) {
         consequence_->setText(text);
+        setAccessibleDescription(text);
         announce(*consequence_);
     }
     current_->display(runs ? transfers_.currentFileName : nothing);

@@ -8,7 +8,10 @@ namespace ternvault {
 /// assistive technology would hold the main loop.
 inline QString shortened(const QString& text) {
     constexpr qsizetype mostShown = 4000;
-    return text.size() <= mostShown ? text : text.first(mostShown - 1) + u'…';
+    if (text.size() <= mostShown)
+        return text;
+    const bool splitsPair = text[mostShown - 2].isHighSurrogate();
+    return text.first(mostShown - (splitsPair ? 2 : 1)) + u'…';
 }
 
 } // namespace ternvault

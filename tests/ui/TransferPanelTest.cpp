@@ -248,6 +248,7 @@ TEST_F(Sheet, FollowsTheCopyToItsEndAndIsNotShownWithoutOne) {
     finishCopies();
     ASSERT_TRUE(sheet()) << "nothing is done without an answer";
     EXPECT_TRUE(shows(u"The copying has ended meanwhile. "_s + *model.transfers.statusLine));
+    EXPECT_TRUE(sheet()->accessibleDescription().startsWith(u"The copying has ended"_s));
     EXPECT_TRUE(shows(u"Nothing"_s));
     EXPECT_TRUE(model.setupComplete);
     press(Qt::Key_Return);

@@ -109,10 +109,6 @@ public:
 private:
     using SteadyClock = std::chrono::steady_clock;
 
-    static HttpFailure failure(HttpFailure::Kind kind, const QString& description) {
-        return {kind, description};
-    }
-
     void setOptions() {
         curl_easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "http");
         curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
