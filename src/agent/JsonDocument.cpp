@@ -17,6 +17,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr std::size_t deepest = 1000;
+/// The library's number for what a double cannot hold, valid as it is.
+constexpr int numberOutOfRange = 406;
 
 class DocumentBuilder final : public nlohmann::json_sax<Json> {
 public:
@@ -45,8 +47,10 @@ public:
         return true;
     }
     /// The parser's own words quote the document, which may be endless.
-    bool parse_error(std::size_t position, const std::string&, const Json::exception&) override {
-        problem_ = "at byte " + std::to_string(position);
+    bool parse_error(std::size_t position, const std::string&, const Json::exception& error) override {
+        const std::string place = "at byte " + std::to_string(position);
+        problem_ = error.id == numberOutOfRange ? "has a number out of range " + place
+                                                : "is not valid JSON (" + place + ')';
         return false;
     }
 
@@ -66,7 +70,7 @@ private:
     }
     bool open(Json container) {
         if (open_.size() == deepest) {
-            problem_ = "nested more than " + std::to_string(deepest) + " levels deep";
+            problem_ = "is not valid JSON (nested more than " + std::to_string(deepest) + " levels deep)";
             return false;
         }
         open_.push_back(&place(std::move(container)));
@@ -89,7 +93,7 @@ private:
 std::shared_ptr<const Json> parseJson(const QByteArray& text) {
     DocumentBuilder builder;
     if (!Json::sax_parse(text.begin(), text.end(), &builder))
-        throw DecodingError("the answer is not valid JSON (" + builder.problem() + ')');
+        throw DecodingError("the answer " + builder.problem());
     return std::make_shared<const Json>(builder.takeDocument());
 }
 

@@ -95,9 +95,9 @@ void AppModel::loadSettings() {
 /// Another process may be in the midst of a reset: the setup is incomplete by then, and the password goes
 /// next.
 void AppModel::takeBackUnlessAccountStays() {
-    loadPassword();
-    if (isAccountKnown())
+    if (!keychain_.isMissing(keys::smbPassword))
         return;
+    smbPassword.storeWithoutHandler({});
     setupComplete = false;
     store(keys::setupComplete, false);
 }
@@ -136,6 +136,11 @@ void AppModel::forwardTransferChanges() {
 
 bool AppModel::isLoginEntryWanted() const {
     return isStoredOn(keys::setupComplete) && isStoredOn(keys::autoConnect);
+}
+
+/// Another process may have changed it; what is shown and said agrees with the login entry.
+void AppModel::followStoredAutoConnect() {
+    autoConnect.storeWithoutHandler(isStoredOn(keys::autoConnect));
 }
 
 /// Other processes change settings and entry, too. Each makes the entry what is stored then, and looks again

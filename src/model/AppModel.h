@@ -139,6 +139,7 @@ private:
     bool isStoredOn(QLatin1String key) const { return platform_.defaults.boolean(key).value_or(false); }
     void bringLoginEntryInLine(const std::function<bool()>& isWanted);
     bool isLoginEntryWanted() const;
+    void followStoredAutoConnect();
 
     HttpRequest authorizedRequest(const QUrl& url, const QByteArray& method) const;
     std::optional<HttpRequest> disksRequest();

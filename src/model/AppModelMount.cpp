@@ -122,9 +122,11 @@ Task<> AppModel::mountSelected(bool markSetup) {
 void AppModel::finishMount(const QString& newStatus, bool markSetup) {
     applyDesktopIconVisibility(!showDesktopIcon);
     status = newStatus;
-    const auto isConnecting = [this] { return isStoredOn(keys::autoConnect); };
-    if (markSetup && isConnecting())
-        bringLoginEntryInLine(isConnecting);
+    if (!markSetup)
+        return;
+    followStoredAutoConnect();
+    if (autoConnect)
+        bringLoginEntryInLine([this] { return isStoredOn(keys::autoConnect); });
 }
 
 Task<bool> AppModel::ensureMounted() {

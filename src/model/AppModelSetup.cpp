@@ -115,6 +115,7 @@ Task<> AppModel::mountWithAccount(QString host, QString user, QString password) 
 
 void AppModel::finishSetupSuccess(const QString& share) {
     setupComplete = true;
+    followStoredAutoConnect();
     bringLoginEntryInLine([this] { return isLoginEntryWanted(); });
     applyDesktopIconVisibility(!showDesktopIcon);
     setupError = std::nullopt;

@@ -18,6 +18,8 @@ public:
     explicit KeychainStore(SecretStore& secrets) : secrets_(secrets) {}
 
     std::optional<QString> password(const QString& account, const QString& service) const;
+    /// Certainly: a keychain that does not answer has none missing.
+    bool isMissing(const QString& account) const { return secrets_.isAbsent(keychainService, account); }
     /// Replaces the item; an empty secret leaves none.
     void setPassword(const QString& secret, const QString& account) const;
     void deletePassword(const QString& account, const QString& service) const;

@@ -16,6 +16,8 @@ public:
 
     /// The stored bytes; nothing when there is no such item or it cannot be read.
     virtual std::optional<QByteArray> find(const QString& service, const QString& account) = 0;
+    /// Whether it is certain that there is no such item.
+    virtual bool isAbsent(const QString& service, const QString& account) = 0;
     /// Stores an item in place of the one there may be, readable once the user has unlocked the store after
     /// login. No reader finds it missing in between. False when it could not be stored.
     virtual bool add(const QString& service, const QString& account, const QByteArray& secret) = 0;

@@ -28,25 +28,24 @@ bool DoubleClickGuard::isStray(QWidget& target, const QMouseEvent& press) {
     latest_ = press.timestamp();
     const auto interval =
         static_cast<unsigned long>(QGuiApplication::styleHints()->mouseDoubleClickInterval());
-    if (!first_ || press.timestamp() - *first_ >= interval) {
-        first_ = press.timestamp();
-        buttons_ = visibleButtons();
-        return isStray_ = false;
-    }
+    const bool goesOn = first_ && *latest_ - *first_ < interval;
     const auto stoodThere = [&target, place = press.globalPosition().toPoint()](const Button& button) {
         return button.widget == &target && button.place.contains(place);
     };
-    return isStray_ = qobject_cast<QAbstractButton*>(&target) != nullptr &&
-                      std::none_of(buttons_.begin(), buttons_.end(), stoodThere);
+    if (!goesOn) {
+        first_ = latest_;
+        buttons_ = shownButtons();
+    }
+    isStray_ = goesOn && qobject_cast<QAbstractButton*>(&target) != nullptr &&
+               std::none_of(buttons_.begin(), buttons_.end(), stoodThere);
+    return isStray_;
 }
 
-std::vector<DoubleClickGuard::Button> DoubleClickGuard::visibleButtons() {
+std::vector<DoubleClickGuard::Button> DoubleClickGuard::shownButtons() {
     std::vector<Button> buttons;
-    for (const QWidget* const window : QApplication::topLevelWidgets()) {
-        for (const QAbstractButton* const button : window->findChildren<QAbstractButton*>()) {
-            if (button->isVisible())
-                buttons.push_back({button, {button->mapToGlobal(QPoint()), button->size()}});
-        }
+    for (const QWidget* const widget : QApplication::allWidgets()) {
+        if (widget->isVisible() && qobject_cast<const QAbstractButton*>(widget) != nullptr)
+            buttons.push_back({widget, {widget->mapToGlobal(QPoint()), widget->size()}});
     }
     return buttons;
 }

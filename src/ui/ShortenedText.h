@@ -10,9 +10,8 @@ inline QString shortened(const QString& text) {
     constexpr qsizetype mostShown = 4000;
     if (text.size() <= mostShown)
         return text;
-    // No half of a character.
-    const bool cutsPair = text[mostShown - 2].isHighSurrogate();
-    return text.first(mostShown - (cutsPair ? 2 : 1)) + u'…';
+    const bool splitsPair = text[mostShown - 2].isHighSurrogate();
+    return text.first(mostShown - (splitsPair ? 2 : 1)) + u'…';
 }
 
 } // namespace ternvault

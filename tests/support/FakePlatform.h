@@ -129,6 +129,9 @@ public:
         const std::pair key(service, account);
         return items.contains(key) ? std::optional(items.at(key)) : std::nullopt;
     }
+    bool isAbsent(const QString& service, const QString& account) override {
+        return isReached && !find(service, account);
+    }
     bool add(const QString& service, const QString& account, const QByteArray& secret) override {
         items[{service, account}] = secret;
         return true;
@@ -136,6 +139,7 @@ public:
     void remove(const QString& service, const QString& account) override { items.erase({service, account}); }
 
     std::map<std::pair<QString, QString>, QByteArray> items;
+    bool isReached = true;
 };
 
 /// Records every start; `respond` decides how the program ends.

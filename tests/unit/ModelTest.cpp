@@ -83,13 +83,18 @@ TEST_F(ModelStart, WhatAnotherProcessStoresMeanwhileStays) {
 
 TEST_F(ModelStart, TakesNoAccountForSetUpThatIsJustBeingReset) {
     fake.defaults.values = {{u"ternvault.smbUser"_s, u"anna"_s}};
-    fake.secrets.items = {{currentItem, "secret"}};
     fake.defaults.onWriteBack = [&](const QString& written) {
         if (written.endsWith("setupComplete"_L1))
             fake.secrets.items.clear();
     };
-    EXPECT_FALSE(start().setupComplete);
-    EXPECT_EQ(fake.defaults.values[u"ternvault.setupComplete"_s], QVariant(false));
+    for (const bool isReached : {true, false}) {
+        fake.secrets.items = {{currentItem, "secret"}};
+        fake.secrets.isReached = isReached;
+        AppModel& model = start();
+        EXPECT_EQ(model.setupComplete, !isReached);
+        EXPECT_EQ(fake.defaults.values[u"ternvault.setupComplete"_s], QVariant(!isReached));
+        EXPECT_EQ(*model.smbPassword, isReached ? QString() : u"secret"_s) << "only missed for the moment";
+    }
 }
 
 TEST_F(ModelMount, MountsTheChosenShareWithTheSavedAccount) {

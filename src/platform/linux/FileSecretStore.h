@@ -3,6 +3,7 @@
 #include "platform/linux/PropertyListFile.h"
 #include "platform/linux/SecretBackend.h"
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -19,7 +20,7 @@ public:
         : path_(file), file_(file, std::move(report)) {}
 
     /// Keeps other processes from changing secrets here and in the service meanwhile, as far as they ask for
-    /// the same. Waits until `patience` is over at most; the error then is std::errc::timed_out.
+    /// the same. Where that takes longer than `patience`, the error is std::errc::timed_out.
     std::optional<FileLock> lockChanges(std::chrono::milliseconds patience, std::error_code& error) const;
 
     std::vector<std::pair<SecretKey, Entry>> entries();

@@ -7,12 +7,17 @@ namespace ternvault {
 std::optional<QByteArray> LinuxSecretStore::find(const QString& service, const QString& account) {
     const std::lock_guard lock(mutex_);
     const SecretKey key{service, account};
-    if (!moved_ && !isLockHeld_ && !file_.entries().empty()) {
-        std::error_code ignored;
+    std::error_code ignored;
+    if (!moved_ && lockPatience_.count() > 0 && !file_.entries().empty()) {
         if (const auto held = lockChanges(ignored))
             moveIntoServiceOnce();
     }
-    return told_[key] = look(key);
+    return told_[key] = look(key).value_or(std::nullopt);
+}
+
+bool LinuxSecretStore::isAbsent(const QString& service, const QString& account) {
+    const std::lock_guard lock(mutex_);
+    return look({service, account}) == std::optional<Entry>(std::in_place);
 }
 
 bool LinuxSecretStore::add(const QString& service, const QString& account, const QByteArray& secret) {
@@ -23,12 +28,22 @@ void LinuxSecretStore::remove(const QString& service, const QString& account) {
     change({service, account}, std::nullopt);
 }
 
-LinuxSecretStore::Entry LinuxSecretStore::look(const SecretKey& key) {
-    if (const auto entry = file_.find(key))
-        return *entry;
+std::optional<LinuxSecretStore::Entry> LinuxSecretStore::look(const SecretKey& key) {
+    if (auto entry = file_.find(key))
+        return entry;
     const SecretAnswer answer = serviceReached_ ? service_.find(key) : SecretAnswer{};
     serviceReached_ = answer.state != SecretAnswer::State::unavailable;
-    return answer.state == SecretAnswer::State::found ? Entry(answer.secret) : std::nullopt;
+    if (!serviceReached_)
+        return std::nullopt;
+    return std::optional<Entry>(
+        std::in_place, answer.state == SecretAnswer::State::found ? Entry(answer.secret) : std::nullopt);
+}
+
+std::optional<FileLock> LinuxSecretStore::lockChanges(std::error_code& error) {
+    auto held = file_.lockChanges(lockPatience_, error);
+    if (error == std::errc::timed_out)
+        lockPatience_ = {};
+    return held;
 }
 
 bool LinuxSecretStore::change(const SecretKey& key, const Entry& entry) {
@@ -38,25 +53,17 @@ bool LinuxSecretStore::change(const SecretKey& key, const Entry& entry) {
         return true;
     std::error_code error;
     const auto held = lockChanges(error);
-    const bool isNewer = !told.empty() && told.mapped() != look(key);
-    if (isNewer && (serviceReached_ || file_.find(key)))
+    if (!told.empty() && told.mapped() != look(key).value_or(told.mapped()))
         return true;
     if (error == std::errc::timed_out)
         return file_.put(key, entry);
     // Where the file cannot be locked, nobody can write it either, and the service serves alone.
     moveIntoServiceOnce();
-    // What another process puts there from here on is newer.
+    // Not afterwards: another process that waited in vain may put something newer there meanwhile.
     const auto older = file_.find(key);
     if (!applyToService(key, entry))
         return file_.put(key, entry);
     return !older || file_.forget(key, *older);
-}
-
-std::optional<FileLock> LinuxSecretStore::lockChanges(std::error_code& error) {
-    using namespace std::chrono_literals;
-    auto held = file_.lockChanges(isLockHeld_ ? 0ms : 2000ms, error);
-    isLockHeld_ = error == std::errc::timed_out;
-    return held;
 }
 
 void LinuxSecretStore::moveIntoServiceOnce() {

@@ -89,11 +89,10 @@ protected:
             addElsewhere(value);
         else if (what == "meanwhile")
             fake.onChange = [this, value] { addMeanwhile(value); };
-        else if (what == "in-vain") // waited for, so written into the file
-            fake.onChange = [this, value] {
-                FileSecretStore othersFile(path, [](const QString&) { ADD_FAILURE(); });
-                EXPECT_TRUE(othersFile.put(key, value));
-            };
+        else if (what == "impatient")
+            fake.onChange = [this, value] { EXPECT_TRUE(file->put(key, value)); };
+        else if (what == "held")
+            holder = file->lockChanges({}, error);
         else if (what == "add")
             EXPECT_TRUE(store->add(service, account, value));
         else if (what == "locked" || what == "unlocked")
@@ -114,6 +113,8 @@ protected:
     std::unique_ptr<FileSecretStore> file;
     std::unique_ptr<LinuxSecretStore> store;
     std::future<void> other;
+    std::error_code error;
+    std::optional<FileLock> holder;
 };
 
 } // namespace
@@ -140,10 +141,12 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
         {"what changes while its forerunner moves into the service stays",
          "down elsewhere:old up restart meanwhile:new find:old ended restart find:new service:new "
          "file:empty"},
-        {"what another process puts into the file during a change is newer",
-         "down elsewhere:older up set:old in-vain:newer set:mine find:newer restart find:newer"},
-        {"a change after the service was lost stays",
-         "set:old find:old down set:new find:new up restart find:new"},
+        {"who waited in vain for a change has put something newer into the file",
+         "set:old restart impatient:newer set:new find:newer file:full restart find:newer service:newer"},
+        {"while others keep this process from changes, the file serves",
+         "set:old held set:new find:new set:newer find:newer service:old file:full"},
+        {"what was read is changed though the service is lost meanwhile",
+         "set:old restart find:old down add:new find:new up restart find:new service:new"},
         {"what cannot be cleared now never answers again",
          "set:old locked set:new restart find:new file:full up restart unlocked find:new restart find:new "
          "service:new file:empty locked remove restart find:- unlocked restart find:- service:- file:empty"},
@@ -154,6 +157,7 @@ TEST_F(SecretStoreTest, ServiceAndPrivateFileNeverDisagree) {
     for (const auto& [name, story] : stories) {
         SCOPED_TRACE(name);
         fake = {};
+        holder.reset();
         std::filesystem::remove(path);
         restart();
         for (const QByteArray& word : story.split(' ')) {
