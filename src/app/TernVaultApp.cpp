@@ -41,7 +41,7 @@ CopyingSheet::Texts quitTexts() {
     return {u"Quit Tern Vault?"_s,
             u"Files are still being copied. If you quit now, the one under way may stay incomplete on "
             u"the volume, and what waits is not copied."_s,
-            u"&Quit"_s, u"&Don't Quit"_s};
+            u"&Quit"_s, u"&Don’t Quit"_s};
 }
 
 QMessageBox* makeAboutBox(QWidget& window) {

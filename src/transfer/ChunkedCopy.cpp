@@ -5,7 +5,6 @@
 #include "base/UnfinishedTime.h"
 #include "transfer/TransferError.h"
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <memory>
@@ -60,8 +59,7 @@ void requireUnchanged(const FileState& before, const FileDescriptor& source, con
                       const std::filesystem::path& path) {
     if (requireFile(source, path) == before)
         return;
-    const std::array<timespec, 2> times{unfinishedTime, unfinishedTime};
-    ::futimens(target.get(), times.data());
+    markUnfinished(target);
     throw TransferError(TransferError::notCopied, u"The file changed while it was copied"_s);
 }
 

@@ -57,7 +57,7 @@ CopyingSheet::Texts resetTexts() {
         u"Reset the setup?"_s,
         u"Files are still being copied. That goes on, but is shown again only after the setup. If the volume "
         u"is lost meanwhile, nothing can mount it again without the password, and what is left fails."_s,
-        u"&Reset"_s, u"&Don't Reset"_s};
+        u"&Reset"_s, u"&Don’t Reset"_s};
 }
 
 QLineEdit* makeLabelledField(const QString& label) {

@@ -39,7 +39,7 @@ MAIN_BESIDES = MENUS | {("panel", "Server"), ("panel", "Drives on server"),
 PANEL = [("push button", "Back"), ("push button", "Up"), ("text", "Folder"), ("check box", "Hidden files"),
          ("list", "Places"), ("tree", "Files and folders"), ("push button", "Cancel")]
 PANEL_BESIDES = {("push button", "Copy to Tern Vault")}
-QUIT = [("push button", "Don't Quit"), ("push button", "Quit")]
+QUIT = [("push button", "Don’t Quit"), ("push button", "Quit")]
 QUIT_BESIDES = {("panel", ""), ("progress bar", "Transfer progress")}
 ITEMS = ("list item", "table cell")  # the current one says that it has the focus, wherever that is
 PASSWORD = "with \"blanks\" & marks: \\ #%?"

@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxFileManager.h"
 
 #include "base/FileDescriptor.h"
+#include "platform/linux/programs/MountPoints.h"
 
 #include <fcntl.h>
 #include <linux/openat2.h>
@@ -36,13 +37,6 @@ std::optional<struct statx> cachedStatus(int directory, const fs::path& path, in
 bool isSameEntry(const struct statx& one, const struct statx& other) {
     return one.stx_ino == other.stx_ino && one.stx_dev_major == other.stx_dev_major &&
            one.stx_dev_minor == other.stx_dev_minor;
-}
-
-/// The directory below a volume of this user that is not mounted.
-bool isPlaceholder(const struct statx& status) {
-    constexpr unsigned anybodyLists = 0444;
-    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0 && S_ISDIR(status.stx_mode) &&
-           (status.stx_mode & anybodyLists) == 0 && status.stx_uid == ::geteuid();
 }
 
 fs::path withoutTrailingSlash(const fs::path& path) {

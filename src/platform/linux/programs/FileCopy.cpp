@@ -125,8 +125,7 @@ void failIfChanged(const Opened& source, const Opened& target) {
     check(::fstat(source.descriptor.get(), &now), source.path);
     if (FileState::of(now) == FileState::of(source.status))
         return;
-    const std::array<timespec, 2> times{unfinishedTime, unfinishedTime};
-    ::futimens(target.descriptor.get(), times.data());
+    markUnfinished(target.descriptor);
     throw std::runtime_error(source.path.native() + ": Changed while it was copied");
 }
 

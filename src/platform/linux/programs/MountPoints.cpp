@@ -300,6 +300,10 @@ bool isPlaceholder(const fs::path& path) {
     constexpr auto wanted = STATX_TYPE | STATX_MODE | STATX_UID;
     if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC, wanted, &status) != 0)
         return false;
+    return isPlaceholder(status);
+}
+
+bool isPlaceholder(const struct statx& status) {
     return S_ISDIR(status.stx_mode) && (status.stx_mode & anybodyLists) == 0 &&
            status.stx_uid == ::geteuid() && (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) == 0;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 /// The directories that mounting makes under the volumes root, and the record of them that survives a kill or
@@ -75,6 +76,8 @@ bool isVolumeMount(const std::filesystem::path& path);
 /// Whether `path` is the directory of a volume that is not mounted now: a directory of this user that nobody
 /// may list. Mounting makes it so, and leaves it so below the mount. Never waits.
 bool isPlaceholder(const std::filesystem::path& path);
+/// The same, from its type, mode, owner and attributes.
+bool isPlaceholder(const struct statx& status);
 /// Whether the record tells that what stands at `mountPoint` is no volume: its daemon is gone, or the
 /// directory is left over from a mount. Never waits.
 bool isKnownAsNoVolume(const std::filesystem::path& state, const std::filesystem::path& mountPoint);
