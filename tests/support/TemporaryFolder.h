@@ -3,9 +3,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace ternvault::test {
 
@@ -36,6 +38,15 @@ private:
 
 inline void writeFile(const std::filesystem::path& file, const std::string& content) {
     std::ofstream(file, std::ios::binary) << content;
+}
+
+/// By name below the folder, with the folders on the way.
+inline void writeFiles(const fs::path& folder,
+                       std::initializer_list<std::pair<const char*, std::string>> files) {
+    for (const auto& [name, content] : files) {
+        fs::create_directories((folder / name).parent_path());
+        writeFile(folder / name, content);
+    }
 }
 
 inline std::string readFile(const std::filesystem::path& file) {

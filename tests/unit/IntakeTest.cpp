@@ -1,4 +1,3 @@
-#include "intake/DroppedFiles.h"
 #include "intake/PasteboardURLs.h"
 #include "support/ModelFixture.h"
 
@@ -59,32 +58,6 @@ TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
     }
 }
 
-TEST_F(Intake, WithoutFilesOrWithoutAVolumeNothingIsQueued) {
-    letProgramsFail("refused");
-    AppModel& model = startWithAccount();
-    perform(model.pasteFromClipboard());
-    EXPECT_TRUE(model.status->startsWith(u"Clipboard has no files"_s));
-    EXPECT_EQ(fake.activation.count, 0);
-    EXPECT_EQ(mounts(), 0u);
-
-    copy({"file:///s/a", "file:///s/c"});
-    perform(model.pasteFromClipboard());
-    EXPECT_EQ(*model.status, u"Mount failed — cannot transfer"_s);
-    EXPECT_EQ(model.transfers.totalCount, 0);
-}
-
-TEST_F(Intake, APasteComesToTheFrontThenMountsThenQueues) {
-    copy({"file:///s/a", "file:///s/lost+found"});
-    letMountsSucceed();
-    AppModel& model = startWithAccount();
-    const Subscription subscription = model.objectWillChange.subscribe(
-        [&] { EXPECT_TRUE(fake.activation.count == 1 || !model.status->startsWith(u"App paste"_s)); });
-    perform(model.pasteFromClipboard());
-    EXPECT_EQ(mounts(), 1u);
-    EXPECT_EQ(*model.status, u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s);
-    EXPECT_EQ(model.transfers.totalCount, 1);
-}
-
 TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
     AppModel& model = startWithAccount();
     fake.processes.executables = {u"/usr/bin/rsync"_s};
@@ -111,6 +84,7 @@ TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
         fake.time.advance(1s);
         EXPECT_EQ(mounts(), succeeds ? 3U : 1U) << "one attempt with each account for all of them";
         EXPECT_EQ(model.transfers.totalCount, succeeds ? 2 : 0);
+        EXPECT_EQ(*model.status == u"Mount failed — cannot transfer"_s, !succeeds);
     }
     EXPECT_EQ(started, (QStringList{u"b b"_s, u"a"_s}));
 }
@@ -142,34 +116,6 @@ TEST_F(Intake, WhatIsNoFileOfThisPCIsCountedAndReportedAsMissing) {
     EXPECT_EQ(*model.status, u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s);
     EXPECT_EQ(model.transfers.totalCount, 1);
     EXPECT_EQ(fake.log.messages.at(0), u"space.larkspur.ternvault/transfer: Missing: a"_s);
-}
-
-/// Completes when the test says so.
-struct HeldItem : ItemProvider {
-    explicit HeldItem(std::vector<Completion>& completions) : held(completions) {}
-    void load(const QString&, Completion completion) override { held.push_back(std::move(completion)); }
-    std::vector<Completion>& held;
-};
-
-TEST_F(Intake, ADropHandsOverOnceInTheOrderOfCompletion) {
-    const ItemProvider::Item items[] = {QByteArray("file:///s/a"), QUrl(u"file:///s/c"_s),
-                                        QByteArray("file:///s/\xff"), std::monostate()};
-    std::vector<ItemProvider::Completion> held;
-    std::vector<std::unique_ptr<ItemProvider>> providers;
-    for (std::size_t i = 0; i < std::size(items); ++i)
-        providers.push_back(std::make_unique<HeldItem>(held));
-    std::vector<std::vector<QUrl>> handedOver;
-    handleDrop(providers, fake.time, [&](std::vector<QUrl> urls) { handedOver.push_back(std::move(urls)); });
-    providers.clear();
-    for (std::size_t i = std::size(items); i-- > 0;) {
-        fake.time.run();
-        EXPECT_TRUE(handedOver.empty());
-        held[i](items[i]);
-    }
-    EXPECT_TRUE(handedOver.empty()) << "only on a later turn";
-    fake.time.run();
-    const std::vector<QUrl> expected{QUrl(u"file:///s/c"_s), QUrl(u"file:///s/a"_s)};
-    EXPECT_EQ(handedOver, std::vector<std::vector<QUrl>>{expected});
 }
 
 } // namespace

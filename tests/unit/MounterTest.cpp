@@ -1,8 +1,5 @@
-#include "async/TaskScope.h"
 #include "mount/SMBMounter.h"
-#include "support/FakePlatform.h"
-
-#include <gtest/gtest.h>
+#include "support/ModelFixture.h"
 
 namespace ternvault::test {
 namespace {
@@ -11,10 +8,8 @@ ProcessResult failing(int status, const QByteArray& standardError, const QByteAr
     return {std::nullopt, status, standardOutput, standardError};
 }
 
-struct MounterTest : testing::Test {
-    FakePlatform fake;
+struct MounterTest : ModelFixture {
     SMBMounter mounter{fake.platform};
-    TaskScope scope{fake.time, [](std::exception_ptr) { ADD_FAILURE(); }};
     QString outcome;
 
     Task<> report(Task<> operation) {
@@ -26,8 +21,7 @@ struct MounterTest : testing::Test {
         }
     }
     QString outcomeOf(Task<> operation) {
-        scope.spawn(report(std::move(operation)));
-        fake.time.run();
+        perform(report(std::move(operation)));
         return outcome;
     }
     QString mount(const QString& password = u"secret"_s, const QString& share = u"Films"_s) {

@@ -33,7 +33,7 @@ TEST_F(ReconnectMonitor, RepairsAStaleFailure) {
     EXPECT_FALSE(model.status->contains(u"failed"_s));
 }
 
-TEST_F(ReconnectMonitor, OnlyLooksWhenItMustNotMount) {
+TEST_F(ReconnectMonitor, NothingMountsByItselfUnlessEverythingIsSetUp) {
     AppModel& model = startConnected();
     const std::function<void(bool)> gates[] = {
         [&](bool open) { model.setupComplete = open; },
@@ -45,6 +45,8 @@ TEST_F(ReconnectMonitor, OnlyLooksWhenItMustNotMount) {
     };
     for (const auto& gate : gates) {
         gate(false);
+        if (!model.isBusy)
+            perform(model.autoMountIfNeeded());
         fake.time.advance(24s);
         EXPECT_EQ(mounts(), 0u);
         gate(true);
@@ -53,14 +55,6 @@ TEST_F(ReconnectMonitor, OnlyLooksWhenItMustNotMount) {
     fake.files.entries["/Volumes/MOSSBOX1"] = true;
     fake.time.advance(12s);
     EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
-}
-
-TEST_F(ReconnectMonitor, ATickDuringAMountStartsNoSecondOne) {
-    letMountsSucceed();
-    startConnected();
-    fake.time.holdBackground = true;
-    fake.time.advance(60s);
-    EXPECT_EQ(fake.time.backgroundCount(), 1u);
 }
 
 } // namespace ternvault::test

@@ -45,16 +45,6 @@ struct Transfers : ModelFixture {
     TransferManager& transfers = prepare();
 };
 
-TEST_F(Transfers, FindsTheVolumeInOrder) {
-    fake.files.entries = {{"/Volumes/Films", true}, {"/Volumes/MOSS BOX", true}, {"/Volumes/MOSSBOX1", true}};
-    EXPECT_EQ(transfers.resolveMountRoot(u""_s), "/Volumes/MOSSBOX1");
-    fake.files.entries.erase("/Volumes/MOSSBOX1");
-    EXPECT_EQ(transfers.resolveMountRoot(u"Films"_s), "/Volumes/MOSS BOX");
-    fake.files.entries.erase("/Volumes/MOSS BOX");
-    EXPECT_EQ(transfers.resolveMountRoot(u"Films"_s), "/Volumes/Films");
-    EXPECT_EQ(transfers.resolveMountRoot(u""_s), std::nullopt);
-}
-
 TEST_F(Transfers, CopiesJobsInOrderAndTellsSo) {
     transfers.enqueue({"/s/x/../a", "/s/dir/"}, "/Volumes/MOSSBOX1");
     EXPECT_EQ(transfers.progressLabel(), u"0/2"_s);
@@ -186,16 +176,6 @@ TEST_F(Transfers, CancelLetsTheCopyInFlightEndAndTakesEachJobOnce) {
     EXPECT_EQ(transfers.completedCount, 3);
     EXPECT_EQ(transfers.totalCount, 4);
     EXPECT_EQ(copies(), 3u);
-}
-
-TEST_F(Transfers, CancelDuringAPauseEndsTheJobAsAnError) {
-    failFolderCopies();
-    copy({"/s/dir"});
-    transfers.cancel();
-    fake.time.advance(10s);
-    EXPECT_EQ(copies(), 2u);
-    EXPECT_EQ(transfers.errorCount, 1);
-    EXPECT_EQ(*transfers.statusLine, u"Cancelled — 0/1 · 1 error(s)"_s);
 }
 
 TEST_F(Transfers, GoOnWithoutALog) {

@@ -30,27 +30,22 @@ TEST(BackgroundTasks, UtilityWorkRunsOneAtATimeInOrderAtLowPriority) {
     EXPECT_GT(nice, ::getpriority(PRIO_PROCESS, static_cast<id_t>(::getpid())));
 }
 
-TEST(BackgroundTasks, OneHungProgramHoldsUpNoOtherWorkOfTheGeneralLane) {
-    std::promise<void> release, meanwhile;
-    ThreadBackgroundTasks background;
-    background.run(Lane::general, [released = release.get_future().share()] { released.wait(); });
-    background.run(Lane::general, [&] { meanwhile.set_value(); });
-    meanwhile.get_future().wait();
-    release.set_value();
-}
-
-TEST(BackgroundTasks, EndingDropsWaitingWorkAndTellsWhetherSomeStillRuns) {
-    std::promise<void> started, release;
+TEST(BackgroundTasks, OneHungProgramHoldsUpNoOtherWorkAndEndingDropsWhatWaits) {
+    std::promise<void> started, release, meanwhile;
     bool ran = false, droppedRan = false;
     {
         ThreadBackgroundTasks background;
-        background.run(Lane::utility, [&, released = release.get_future().share()] {
+        const auto hang = [&, released = release.get_future().share()] { released.wait(); };
+        background.run(Lane::utility, [&, hang] {
             started.set_value();
-            released.wait();
+            hang();
             ran = true;
         });
         background.run(Lane::utility, [&] { droppedRan = true; });
+        background.run(Lane::general, hang);
+        background.run(Lane::general, [&] { meanwhile.set_value(); });
         started.get_future().wait();
+        meanwhile.get_future().wait();
         EXPECT_FALSE(background.finishWithin(0ms));
         release.set_value();
         EXPECT_TRUE(background.finishWithin(1min));

@@ -45,10 +45,9 @@ protected:
 
 TEST_F(CopyTool, CopiesATreeWithModesTimesAttributesLinksAndHoles) {
     fs::create_directories(from / "sub/empty");
-    writeFile(from / "sub/plain", std::string(3 << 20, 'x') + "end");
-    writeFile(from / "setuid", "#!");
+    writeFiles(from,
+               {{"sub/plain", std::string(3 << 20, 'x') + "end"}, {"setuid", "#!"}, {"sparse", "head"}});
     fs::create_symlink("nowhere/at all", from / "dangling");
-    writeFile(from / "sparse", "head");
     constexpr off_t sparseSize = off_t{5} << 30;
     ASSERT_EQ(::truncate((from / "sparse").c_str(), sparseSize), 0);
     std::fstream(from / "sparse").seekp((off_t{3} << 30) + 17) << "middle";
@@ -79,13 +78,11 @@ TEST_F(CopyTool, CopiesATreeWithModesTimesAttributesLinksAndHoles) {
 }
 
 TEST_F(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
-    fs::create_directories(from / "sub");
-    fs::create_directories(to / "sub");
-    writeFile(from / "sub/same", "new");
-    writeFile(from / "sub/link", "a file now");
-    writeFile(to / "sub/same", "old and longer");
-    writeFile(to / "sub/foreign", "kept");
-    writeFile(folder / "outside", "kept");
+    writeFiles(folder.path(), {{"from/sub/same", "new"},
+                               {"from/sub/link", "a file now"},
+                               {"to/sub/same", "old and longer"},
+                               {"to/sub/foreign", "kept"},
+                               {"outside", "kept"}});
     fs::create_symlink(folder / "outside", to / "sub/link");
     ASSERT_EQ(::chmod((to / "sub/same").c_str(), 0400), 0);
     EXPECT_EQ(ditto(from, to).exitStatus, 0);
@@ -96,12 +93,10 @@ TEST_F(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
 }
 
 TEST_F(CopyTool, LeavesNeitherAFileThatChangedForWholeNorTheFolderForALink) {
-    fs::create_directories(from / "sub");
-    fs::create_directories(folder / "elsewhere");
+    writeFiles(from, {{"sub/item", "x"}, {"file", std::string(8 << 20, 'x')}});
+    fs::create_directory(folder / "elsewhere");
     fs::create_directory(to);
     fs::create_directory_symlink(folder / "elsewhere", to / "sub");
-    writeFile(from / "sub/item", "x");
-    writeFile(from / "file", std::string(8 << 20, 'x'));
     const RestlessFile changing(from / "file");
     const std::string expected = (from / "file").native() + ": Changed while it was copied\n" +
                                  (to / "sub").native() + ": File exists\n";
@@ -115,11 +110,8 @@ TEST_F(CopyTool, LeavesNeitherAFileThatChangedForWholeNorTheFolderForALink) {
 
 TEST_F(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
     fs::create_directories(from / "folder");
-    fs::create_directories(to / "file");
-    writeFile(from / "file", "in the way of a folder");
-    writeFile(from / "z last", "copied");
-    writeFile(to / "folder", "in the way of a file");
-    writeFile(to / "file/precious", "kept");
+    writeFiles(from, {{"file", "in the way of a folder"}, {"z last", "copied"}});
+    writeFiles(to, {{"folder", "in the way of a file"}, {"file/precious", "kept"}});
     ASSERT_EQ(::mkfifo((from / "pipe").c_str(), 0600), 0);
     const ProcessResult result = ditto(from, to);
     EXPECT_EQ(result.exitStatus, 1);
@@ -139,8 +131,7 @@ TEST_F(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
 TEST_F(CopyTool, FailsOnAnUnreadableSourceAndAFullDestination) {
     fs::create_directories(from / "closed");
     fs::create_directory(to);
-    writeFile(from / "big", std::string(4 << 20, 'x'));
-    writeFile(from / "secret", "x");
+    writeFiles(from, {{"big", std::string(4 << 20, 'x')}, {"secret", "x"}});
     for (const char* name : {"secret", "closed"})
         fs::permissions(from / name, fs::perms::none);
     for (const fs::path& open : {folder.path(), to})

@@ -94,30 +94,6 @@ TEST(FileManager, FollowsNoLinkAndNoMountBelowAVolume) {
         std::errc::filename_too_long);
 }
 
-TEST(FileManager, IdentityTellsVolumesFromTheFolderOfOneThatIsNotMounted) {
-    const TemporaryFolder folder;
-    const fs::path root = folder / "Volumes";
-    fs::create_directories(root / "Someones");
-    fs::create_directory(root / "Ours");
-    fs::create_directory(folder / "NotAVolume");
-    for (const fs::path& closed : {root / "Ours", folder / "NotAVolume"})
-        fs::permissions(closed, fs::perms::none);
-    const LinuxFileManager files(root);
-    EXPECT_FALSE(files.volumeIdentity(root / "Missing"));
-    EXPECT_FALSE(files.volumeIdentity(root / "Ours/"));
-    // What mounting may make of it for a moment: its user may write there and not list it.
-    fs::permissions(root / "Ours", fs::perms::owner_write | fs::perms::owner_exec);
-    EXPECT_FALSE(files.volumeIdentity(root / "Ours") || files.exists(root / "Ours"));
-    EXPECT_TRUE(files.exists(root / "Someones"));
-    const LinuxFileManager informed(root,
-                                    [](const fs::path& entry) { return entry.filename() == "Someones"; });
-    EXPECT_FALSE(informed.volumeIdentity(root / "Someones") || informed.exists(root / "Someones/"));
-    EXPECT_TRUE(files.volumeIdentity(folder / "NotAVolume"));
-    ASSERT_TRUE(files.volumeIdentity(root / "Someones"));
-    EXPECT_EQ(files.volumeIdentity(root / "Someones"), files.volumeIdentity(root));
-    EXPECT_NE(files.volumeIdentity("/proc"), files.volumeIdentity(root));
-}
-
 TEST(FileLocations, FollowTheEnvironmentThenTheUserDatabase) {
     qputenv("HOME", "/home/someone");
     qunsetenv("XDG_CONFIG_HOME");

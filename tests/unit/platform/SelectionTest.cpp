@@ -77,31 +77,41 @@ TEST(FileSelection, HoldsTheFilesAsEachFileManagerWritesThem) {
     }
 }
 
-/// Completes on a thread of its own.
-struct ThreadedItem : ItemProvider {
-    explicit ThreadedItem(std::vector<std::jthread>& loads) : threads(loads) {}
-    void load(const QString& type, Completion completion) override {
-        threads.emplace_back([type, done = std::move(completion)] { done(QUrl(u"file:///s/"_s + type)); });
-    }
-    std::vector<std::jthread>& threads;
+/// Completes when the test says so.
+struct HeldItem : ItemProvider {
+    explicit HeldItem(std::vector<Completion>& completions) : held(completions) {}
+    void load(const QString&, Completion completion) override { held.push_back(std::move(completion)); }
+    std::vector<Completion>& held;
 };
 
-TEST(Drop, LoadsOfManyThreadsAreHandedOverOnceOnTheMainThread) {
+TEST(Drop, IsHandedOverOnceOnTheMainThreadInTheOrderOfCompletion) {
+    const ItemProvider::Item items[] = {QByteArray("file:///s/a"), QUrl(u"file:///s/c"_s),
+                                        QByteArray("file:///s/\xff"), std::monostate()};
     QtMainLoop mainLoop;
-    std::vector<std::size_t> handOvers;
-    {
-        std::vector<std::jthread> threads;
-        std::vector<std::unique_ptr<ItemProvider>> items;
-        for (int i = 0; i < 50; ++i)
-            items.push_back(std::make_unique<ThreadedItem>(threads));
-        EXPECT_TRUE(
-            handleDrop(items, mainLoop, [&, main = std::this_thread::get_id()](std::vector<QUrl> urls) {
-                EXPECT_EQ(std::this_thread::get_id(), main);
-                handOvers.push_back(urls.size());
-            }));
-    }
+    std::vector<ItemProvider::Completion> held;
+    std::vector<std::unique_ptr<ItemProvider>> providers;
+    for (int i = 0; i < 50; ++i)
+        providers.push_back(std::make_unique<HeldItem>(held));
+    std::vector<std::vector<QUrl>> handedOver;
+    handleDrop(providers, mainLoop, [&, main = std::this_thread::get_id()](std::vector<QUrl> urls) {
+        EXPECT_EQ(std::this_thread::get_id(), main);
+        handedOver.push_back(std::move(urls));
+    });
+    providers.clear();
+    for (std::size_t i = std::size(items); i-- > 0;)
+        held[i](items[i]);
     QCoreApplication::processEvents();
-    EXPECT_EQ(handOvers, std::vector<std::size_t>{50});
+    EXPECT_TRUE(handedOver.empty());
+    std::vector<std::jthread> threads;
+    for (std::size_t i = std::size(items); i < held.size(); ++i)
+        threads.emplace_back([done = std::move(held[i])] { done(QUrl(u"file:///s/x"_s)); });
+    threads.clear();
+    EXPECT_TRUE(handedOver.empty()) << "only on a later turn";
+    QCoreApplication::processEvents();
+    std::vector<QUrl> expected(48, QUrl(u"file:///s/x"_s));
+    expected[0] = QUrl(u"file:///s/c"_s);
+    expected[1] = QUrl(u"file:///s/a"_s);
+    EXPECT_EQ(handedOver, std::vector<std::vector<QUrl>>{expected});
 }
 
 } // namespace
