@@ -8,10 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <sstream>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace ternvault::test {
 
@@ -75,8 +79,11 @@ protected:
         process.write(QByteArray::fromStdString(input));
         return finish(process);
     }
+    void startTool(QProcess& process, const QStringList& arguments) const {
+        start(process, tool.front(), tool.mid(1) + arguments);
+    }
     Outcome cli(const QStringList& arguments, const std::string& input = {}) const {
-        return run(QStringLiteral(TERNVAULT_CLI), arguments, input);
+        return run(tool.front(), tool.mid(1) + arguments, input);
     }
     /// stop, start, kill, pause or resume the server.
     void server(const char* command) const {
@@ -93,6 +100,15 @@ protected:
         logIn();
         const Outcome mounted = cli({u"mount"_s});
         ASSERT_EQ(mounted.status, 0) << mounted.errors;
+    }
+    void eject() const {
+        EXPECT_EQ(cli({u"eject"_s}).status, 0);
+        EXPECT_TRUE(isVolumesRootEmpty());
+    }
+    /// Returns the error's number; 0 where it succeeded.
+    static int setModified(const fs::path& file, std::time_t time, long nanoseconds = 0) {
+        const timespec times[] = {{time, nanoseconds}, {time, nanoseconds}};
+        return ::utimensat(AT_FDCWD, file.c_str(), times, 0) == 0 ? 0 : errno;
     }
     std::string log() const { return readFile(home / ".local/share/Tern Vault/transfer.log"); }
     /// What diff says about two trees, in which a link is a link.
@@ -122,8 +138,8 @@ protected:
         }
         return found;
     }
-    static void signalDaemons(int signal) {
-        const std::vector<pid_t> daemons = volumeProcesses(false);
+    static void signalDaemons(int signal, bool keepers = false) {
+        const std::vector<pid_t> daemons = volumeProcesses(keepers);
         ASSERT_FALSE(daemons.empty());
         for (const pid_t daemon : daemons)
             ::kill(daemon, signal);
@@ -152,6 +168,8 @@ protected:
     TemporaryFolder home;
     TemporaryFolder volumes;
     TemporaryFolder source;
+    /// The command line tool, with what it is to be started by.
+    QStringList tool{QStringLiteral(TERNVAULT_CLI)};
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 };
 

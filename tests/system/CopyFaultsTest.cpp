@@ -1,8 +1,6 @@
 #include "support/RealPC.h"
 
-#include <fcntl.h>
 #include <functional>
-#include <sys/stat.h>
 
 namespace ternvault::test {
 
@@ -20,7 +18,7 @@ protected:
     /// Of a film, until a part has arrived.
     void startCopy(std::size_t size) {
         mountShare();
-        start(copy, QStringLiteral(TERNVAULT_CLI), {u"copy"_s, path(file("film", size))});
+        startTool(copy, {u"copy"_s, path(file("film", size))});
         std::error_code error;
         const auto hasBegun = [&] { return fs::file_size(served("film"), error) > 1'000'000 && !error; };
         EXPECT_TRUE(eventually(hasBegun, 15s));
@@ -96,11 +94,9 @@ TEST_F(CopyFaults, AnUnfinishedFileOfTheSameLengthAndSecondIsCopied) {
     ASSERT_EQ(cli({u"copy"_s, path(source / "tree")}).status, 0);
     // The first will be another user's.
     for (const char* name : {"film", "tree/sub/film"}) {
-        const timespec saved[] = {{1'700'000'000, 250'000'000}, {1'700'000'000, 250'000'000}};
-        const timespec cut[] = {{1'700'000'000, 750'000'000}, {1'700'000'000, 750'000'000}};
-        ASSERT_EQ(::utimensat(AT_FDCWD, file(name, 50'000).c_str(), saved, 0), 0);
+        ASSERT_EQ(setModified(file(name, 50'000), 1'700'000'000, 250'000'000), 0);
         writeFile(served(name), std::string(50'000, 'x'));
-        ASSERT_EQ(::utimensat(AT_FDCWD, served(name).c_str(), cut, 0), 0);
+        ASSERT_EQ(setModified(served(name), 1'700'000'000, 750'000'000), 0);
     }
     ASSERT_EQ(cli({u"copy"_s, path(source / "film"), path(source / "tree")}).status, 0) << log();
     EXPECT_EQ(difference(source.path(), served()), "");
@@ -126,7 +122,7 @@ TEST_F(CopyFaults, ACopyProgramThatOutlivesItsStarterIsWaitedFor) {
     copy.waitForFinished();
     fs::rename(source / "film", source / "first");
     QProcess second;
-    start(second, QStringLiteral(TERNVAULT_CLI), {u"copy"_s, path(file("film", 50'000'000))});
+    startTool(second, {u"copy"_s, path(file("film", 50'000'000))});
     QByteArray said;
     EXPECT_TRUE(eventually(
         [&] { return (said += second.readAllStandardError()).contains("waiting for it to end"); }, 20s));
@@ -143,23 +139,19 @@ TEST_F(CopyFaults, NothingLandsInALocalDirectoryWhenTheDaemonDies) {
     const std::function<void()> faults[] = {
         [] { signalDaemons(SIGSTOP); },
         [] { signalDaemons(SIGKILL); },
-        [] {
-            // With the keepers hit as well, what is left behind is everything there can be.
-            for (const pid_t process : volumeProcesses(true))
-                ::kill(process, SIGKILL);
-        },
+        // With the keepers hit as well, what is left behind is everything there can be.
+        [] { signalDaemons(SIGKILL, true); },
     };
     for (const auto& fault : faults) {
         fs::remove_all(served("tree"));
-        start(copy, QStringLiteral(TERNVAULT_CLI), {u"copy"_s, path(source / "tree")});
+        startTool(copy, {u"copy"_s, path(source / "tree")});
         ASSERT_TRUE(eventually([] { return fs::exists(served("tree/20")); }, 15s));
         fault();
         const Outcome outcome = finish(copy);
         EXPECT_EQ(outcome.status, 0) << outcome.errors << log();
         EXPECT_NE(log().find("FAIL attempt 1: tree"), std::string::npos) << "the fault came too late";
         EXPECT_EQ(difference(source / "tree", served("tree")), "");
-        EXPECT_EQ(cli({u"eject"_s}).status, 0);
-        EXPECT_TRUE(isVolumesRootEmpty());
+        eject();
         fs::remove(home / ".local/share/Tern Vault/transfer.log");
     }
 }
