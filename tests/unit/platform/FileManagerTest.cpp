@@ -2,11 +2,11 @@
 #include "platform/linux/LinuxFileManager.h"
 #include "support/TemporaryFolder.h"
 
+#include <QByteArray>
+
 #include <gtest/gtest.h>
 
-#include <pwd.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace ternvault::test {
 
@@ -94,11 +94,16 @@ TEST(FileManager, FollowsNoLinkAndNoMountBelowAVolume) {
         std::errc::filename_too_long);
 }
 
-TEST(FileLocations, IgnoreWhatIsNotAbsoluteAndFallBackOnTheUserDatabase) {
-    qputenv("HOME", "");
+TEST(FileLocations, FollowTheEnvironmentThenTheUserDatabase) {
+    qputenv("HOME", "/home/someone");
+    qunsetenv("XDG_CONFIG_HOME");
     qputenv("XDG_DATA_HOME", "relative");
-    const fs::path home = ::getpwuid(::getuid())->pw_dir;
-    EXPECT_EQ(LinuxFileLocations("/Volumes/").applicationSupport(), home / ".local/share");
+    const LinuxFileLocations set("/Volumes/");
+    EXPECT_EQ(set.configuration(), "/home/someone/.config");
+    EXPECT_EQ(set.applicationSupport(), "/home/someone/.local/share");
+    qputenv("HOME", "");
+    const auto home = LinuxFileLocations("/Volumes").home();
+    EXPECT_TRUE(home && home->is_absolute());
 }
 
 } // namespace ternvault::test
