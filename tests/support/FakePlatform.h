@@ -157,7 +157,7 @@ public:
 
     std::function<ProcessResult(const QStringList& call)> respond;
     std::vector<QStringList> calls;
-    std::set<QString> executables;
+    std::set<QString> executables{u"/usr/bin/rsync"_s};
 };
 
 /// A file system of names; true stands for a folder.

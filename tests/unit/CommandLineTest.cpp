@@ -1,5 +1,4 @@
 #include "cli/AgentCommands.h"
-#include "cli/ExitStatus.h"
 #include "cli/MountCommands.h"
 #include "cli/SetupCommands.h"
 #include "support/ModelFixture.h"
@@ -16,17 +15,16 @@ protected:
     std::pair<QString, QString> print(Task<int> command, const HttpResponse& answer = {}) {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        perform(keepStatus(std::move(command), status));
+        perform(run(std::move(command)));
         if (!fake.http.pending.empty())
             fake.http.answer(answer);
         fake.time.run();
         const auto output = QString::fromStdString(testing::internal::GetCapturedStdout());
         return {output, QString::fromStdString(testing::internal::GetCapturedStderr())};
     }
-    static Task<> keepStatus(Task<int> command, int& status) { status = co_await command; }
+    static Task<> run(Task<int> command) { co_await command; }
 
     AppModel& model = startWithAccount();
-    int status = -1;
 };
 
 TEST_F(CommandLine, PrintsNamesSoThatTheyReachNeitherTheTerminalNorTheFormat) {

@@ -14,8 +14,6 @@ namespace ternvault::test {
 
 /// Real files, faked programs.
 struct CopyEnginesTest : testing::Test {
-    CopyEnginesTest() { processes.executables = {u"/usr/bin/rsync"_s}; }
-
     TemporaryFolder folder;
     fs::path source = folder.path() / "from" / "a";
     fs::path target = folder.path() / "root" / "volume" / "a";

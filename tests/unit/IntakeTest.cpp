@@ -8,8 +8,7 @@ const QString fileNames = u"NSFilenamesPboardType"_s;
 const QString itemText = u"public.file-url"_s;
 struct Intake : ModelFixture {
     Intake() {
-        for (const char* file :
-             {"/s/a", "/s/b b", "/s/c", "/s/100%", "/s/b b%20%", "/s/lost+found", "/s/n\xff"})
+        for (const char* file : {"/s/a", "/s/b b", "/s/c", "/s/100%", "/s/b b%20%", "/s/n\xff"})
             fake.files.entries[file] = false;
     }
     /// The URLs found, as text.
@@ -60,7 +59,6 @@ TEST_F(Intake, TakesItemTextsThatAreNoURLsApartByHand) {
 
 TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
     AppModel& model = startWithAccount();
-    fake.processes.executables = {u"/usr/bin/rsync"_s};
     fake.processes.respond = [this](const QStringList& call) {
         if (!call.back().contains(u":right@"_s))
             return ProcessResult{std::nullopt, isMount(call) ? 1 : 0, {}, "refused"};
@@ -91,7 +89,6 @@ TEST_F(Intake, FilesThatComeWhileOneMountIsUnderWayWaitForItInTheirOrder) {
 
 TEST_F(Intake, APasteMadeInAFolderOfTheVolumeGoesThere) {
     fake.files.entries["/Volumes/MOSSBOX1"] = true;
-    fake.processes.executables = {u"/usr/bin/rsync"_s};
     AppModel& model = startWithAccount();
     copy({"file:///s/a"});
     const std::pair<const char*, const char*> rows[] = {{"/Volumes/MOSSBOX1/b/c", "b/c/a"},
@@ -111,8 +108,7 @@ TEST_F(Intake, APasteMadeInAFolderOfTheVolumeGoesThere) {
 TEST_F(Intake, WhatIsNoFileOfThisPCIsCountedAndReportedAsMissing) {
     fake.files.entries["/Volumes/MOSSBOX1"] = true;
     AppModel& model = start();
-    const std::vector<QUrl> urls{QUrl(u"https://pc/s/a"_s), QUrl(u"file:///s/n%FF"_s)};
-    perform(model.handleIncomingFileURLs(urls));
+    perform(model.handleIncomingFileURLs({QUrl(u"https://pc/s/a"_s), QUrl(u"file:///s/n%FF"_s)}));
     EXPECT_EQ(*model.status, u"Queued 2 item(s) → /Volumes/MOSSBOX1"_s);
     EXPECT_EQ(model.transfers.totalCount, 1);
     EXPECT_EQ(fake.log.messages.at(0), u"space.larkspur.ternvault/transfer: Missing: a"_s);

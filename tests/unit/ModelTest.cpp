@@ -9,34 +9,38 @@ const Item legacyItem{u"space.larkspur.mossbox"_s, u"mossbox.smbPassword"_s};
 
 struct ModelStart : ModelFixture {};
 struct ModelMount : ModelFixture {};
+struct ReconnectMonitor : ModelFixture {
+    AppModel& startConnected() {
+        AppModel& model = startWithAccount();
+        model.setupComplete = true;
+        model.autoConnect = true;
+        return model;
+    }
+};
 
 TEST_F(ModelStart, MigratesOldKeysOnlyWhereTheCurrentOnesAreAbsentOrBlank) {
-    auto& values = fake.defaults.values;
-    values[u"mossbox.serverIP"_s] = u"192.168.1.20"_s;
-    values[u"mossbox.smbUser"_s] = u"old"_s;
-    values[u"ternvault.smbUser"_s] = u"new"_s;
-    values[u"mossbox.selectedShare"_s] = u"Films"_s;
-    values[u"ternvault.selectedShare"_s] = u"  \n"_s;
-    values[u"mossbox.agentPort"_s] = u" "_s;
-    values[u"mossbox.setupComplete"_s] = true;
+    fake.defaults.values = {
+        {u"mossbox.serverIP"_s, u"192.168.1.20"_s}, {u"mossbox.smbUser"_s, u"old"_s},
+        {u"ternvault.smbUser"_s, u"new"_s},         {u"mossbox.selectedShare"_s, u"Films"_s},
+        {u"ternvault.selectedShare"_s, u"  \n"_s},  {u"mossbox.agentPort"_s, u" "_s},
+        {u"mossbox.setupComplete"_s, true}};
     const AppModel& model = start();
     EXPECT_EQ(*model.serverIP, u"192.168.1.20"_s);
     EXPECT_EQ(*model.smbUser, u"new"_s);
     EXPECT_EQ(*model.selectedShare, u"Films"_s);
     EXPECT_EQ(*model.agentPort, u"8743"_s);
     EXPECT_TRUE(model.setupComplete);
-    EXPECT_EQ(values[u"mossbox.serverIP"_s], QVariant(u"192.168.1.20"_s));
+    EXPECT_EQ(fake.defaults.values[u"mossbox.serverIP"_s], QVariant(u"192.168.1.20"_s));
 }
 
 TEST_F(ModelStart, ReadsValuesByTheirStoredType) {
-    auto& values = fake.defaults.values;
-    values[u"ternvault.serverIP"_s] = QVariantList{1};
-    values[u"ternvault.smbUser"_s] = 42LL;
-    values[u"ternvault.autoConnect"_s] = u"true"_s;
-    values[u"ternvault.showDesktopIcon"_s] = 1LL;
-    values[u"ternvault.legalAccepted"_s] = true;
+    fake.defaults.values = {{u"ternvault.serverIP"_s, QVariantList{1}},
+                            {u"ternvault.smbUser"_s, 42LL},
+                            {u"ternvault.autoConnect"_s, u"true"_s},
+                            {u"ternvault.showDesktopIcon"_s, 1LL},
+                            {u"ternvault.legalAccepted"_s, true}};
     for (const QString& version : {u"2026-08-05 "_s, u"2026-08-05"_s}) {
-        values[u"ternvault.legalVersion"_s] = version;
+        fake.defaults.values[u"ternvault.legalVersion"_s] = version;
         const AppModel& model = start();
         EXPECT_EQ(*model.serverIP, u""_s);
         EXPECT_EQ(*model.smbUser, u"42"_s);
@@ -127,6 +131,47 @@ TEST_F(ModelMount, AnEjectIsJudgedByWhatIsLeft) {
     perform(model.unmount());
     EXPECT_EQ(*model.status, u"Ejected"_s);
     EXPECT_FALSE(model.isBusy);
+}
+
+TEST_F(ReconnectMonitor, TriesAFailingShareOnEverySecondTickUntilItIsThere) {
+    letProgramsFail("unreachable");
+    const AppModel& model = startConnected();
+    const std::size_t expected[] = {1, 1, 2, 2, 3};
+    fake.time.advance(11999ms);
+    EXPECT_EQ(mounts(), 0u);
+    fake.time.advance(1ms);
+    for (const std::size_t count : expected) {
+        EXPECT_EQ(mounts(), count);
+        fake.time.advance(12s);
+    }
+    EXPECT_TRUE(model.status->contains(u"failed"_s));
+    fake.files.entries["/Volumes/MOSSBOX1"] = true;
+    fake.time.advance(12s);
+    EXPECT_FALSE(model.status->contains(u"failed"_s));
+}
+
+TEST_F(ReconnectMonitor, NothingMountsByItselfUnlessEverythingIsSetUp) {
+    AppModel& model = startConnected();
+    const std::function<void(bool)> gates[] = {
+        [&](bool open) { model.setupComplete = open; },
+        [&](bool open) { model.autoConnect = open; },
+        [&](bool open) { model.isBusy = !open; },
+        [&](bool open) { model.smbUser = open ? u"anna"_s : u""_s; },
+        [&](bool open) { model.smbPassword = open ? u"x"_s : u""_s; },
+        [&](bool open) { model.serverIP = open ? u"h"_s : u""_s; },
+    };
+    for (const auto& gate : gates) {
+        gate(false);
+        if (!model.isBusy)
+            perform(model.autoMountIfNeeded());
+        fake.time.advance(24s);
+        EXPECT_EQ(mounts(), 0u);
+        gate(true);
+    }
+    model.setupComplete = false;
+    fake.files.entries["/Volumes/MOSSBOX1"] = true;
+    fake.time.advance(12s);
+    EXPECT_EQ(*model.mountedVolumeName, u"MOSSBOX1"_s);
 }
 
 } // namespace ternvault::test

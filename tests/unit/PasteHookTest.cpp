@@ -126,9 +126,7 @@ TEST_F(PasteHookTest, TheTapSwallowsPastesOfFilesOntoTheVolume) {
     EXPECT_EQ(swallows(command | capsLock), 1);
     EXPECT_EQ(target.pastes, 1);
     EXPECT_EQ(target.lastFolder, "/Volumes/MOSSBOX1/Photos");
-    const std::vector<QString> asked = std::exchange(finder.scripts, {});
-    ASSERT_EQ(asked.size(), 1U);
-    EXPECT_TRUE(asked[0].startsWith(u"tell application \"Finder\"\n  if (count of Finder windows) is 0"_s));
+    EXPECT_EQ(std::exchange(finder.scripts, {}).size(), 1U);
 
     for (const std::uint32_t flags : {0U, shift | command, option | command, control | command, shift})
         EXPECT_EQ(swallows(flags), 0) << flags;
@@ -145,20 +143,17 @@ TEST_F(PasteHookTest, TheTapSwallowsPastesOfFilesOntoTheVolume) {
 }
 
 TEST_F(PasteHookTest, KnowsFoldersOnTheVolume) {
-    const std::pair<std::optional<QString>, bool> folders[] = {{u"/Volumes/MOSSBOX"_s, true},
-                                                               {u"/Volumes/MOSS BOX 2/a"_s, true},
-                                                               {u" /Volumes/./MOSSBOX1/ \n"_s, true},
-                                                               {u"/Volumes/MOSSBOX1/.."_s, false},
-                                                               {u"/Volumes/PHOTOS"_s, false},
-                                                               {u"/home/anna/MOSSBOX1"_s, false},
-                                                               {u"/Volumes/x/../MOSSBOX1"_s, true},
-                                                               {u" \n"_s, false},
-                                                               {std::nullopt, false}};
-    for (const auto& [folder, isOnVolume] : folders) {
+    const auto isOnVolume = [this](const std::optional<QString>& folder) {
         finder.folder = folder;
-        EXPECT_EQ(PasteBoardFiles::finderIsOnTernVault(finder, finder, "/Volumes"), isOnVolume)
-            << folder.value_or(u"none"_s).toStdString();
-    }
+        return PasteBoardFiles::finderIsOnTernVault(finder, finder, "/Volumes");
+    };
+    for (const QString& folder : {u"/Volumes/MOSSBOX"_s, u"/Volumes/MOSS BOX 2/a"_s,
+                                  u" /Volumes/./MOSSBOX1/ \n"_s, u"/Volumes/x/../MOSSBOX1"_s})
+        EXPECT_TRUE(isOnVolume(folder)) << folder.toStdString();
+    for (const QString& folder :
+         {u"/Volumes/MOSSBOX1/.."_s, u"/Volumes/PHOTOS"_s, u"/home/anna/MOSSBOX1"_s, u" \n"_s})
+        EXPECT_FALSE(isOnVolume(folder)) << folder.toStdString();
+    EXPECT_FALSE(isOnVolume(std::nullopt));
 }
 
 TEST_F(PasteHookTest, DoesNothingOnceTheModelIsGone) {

@@ -12,15 +12,7 @@ struct Transfers : ModelFixture {
         std::filesystem::create_directory(support / "Tern Vault");
         fake.files.entries = {
             {"/Volumes/MOSSBOX1", true}, {"/s/a", false}, {"/s/b", false}, {"/s/dir", true}};
-        fake.processes.executables = {u"/usr/bin/rsync"_s};
         return startWithAccount().transfers;
-    }
-    /// Both programs refuse the folder, so that each attempt makes two calls.
-    void failFolderCopies() {
-        fake.processes.respond = [](const QStringList& call) {
-            const bool refused = call.back().startsWith(u"/Volumes/MOSSBOX1/dir"_s);
-            return ProcessResult{std::nullopt, refused ? 1 : 0, {}, "refused\n"};
-        };
     }
     void copy(const std::vector<fs::path>& files) {
         transfers.enqueue(files, "/Volumes/MOSSBOX1");
@@ -66,7 +58,11 @@ TEST_F(Transfers, ReportsWhatItLeavesOutWithoutCountingIt) {
 }
 
 TEST_F(Transfers, TriesFourTimesWithGrowingPausesAndGoesOn) {
-    failFolderCopies();
+    // Both programs refuse the folder, so that each attempt makes two calls.
+    fake.processes.respond = [](const QStringList& call) {
+        const bool refused = call.back().startsWith(u"/Volumes/MOSSBOX1/dir"_s);
+        return ProcessResult{std::nullopt, refused ? 1 : 0, {}, "refused\n"};
+    };
     transfers.enqueue({"/s/dir", "/s/b"}, "/Volumes/MOSSBOX1");
     const auto attempts = [this] { return copies() / 2; };
     fake.time.run();

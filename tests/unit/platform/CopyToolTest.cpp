@@ -92,35 +92,33 @@ TEST_F(CopyTool, MergesAndReplacesFilesOfTheSameNameOnly) {
     EXPECT_EQ(readFile(to / "sub/link"), "a file now");
 }
 
-TEST_F(CopyTool, LeavesNeitherAFileThatChangedForWholeNorTheFolderForALink) {
-    writeFiles(from, {{"sub/item", "x"}, {"file", std::string(8 << 20, 'x')}});
-    fs::create_directory(folder / "elsewhere");
-    fs::create_directory(to);
-    fs::create_directory_symlink(folder / "elsewhere", to / "sub");
-    const RestlessFile changing(from / "file");
-    const std::string expected = (from / "file").native() + ": Changed while it was copied\n" +
-                                 (to / "sub").native() + ": File exists\n";
+TEST_F(CopyTool, DoesNotLeaveAFileThatChangedForWhole) {
+    writeFile(from, std::string(8 << 20, 'x'));
+    const RestlessFile changing(from);
     std::string said;
-    for (int copies = 0; said != expected && copies < RestlessFile::copiesAtMost; ++copies)
+    for (int copies = 0; said.empty() && copies < RestlessFile::copiesAtMost; ++copies)
         said = ditto(from, to).standardError.toStdString();
-    EXPECT_EQ(said, expected);
-    EXPECT_EQ(statusOf(to / "file").st_mtim.tv_sec, unfinishedTime.tv_sec);
-    EXPECT_TRUE(fs::is_empty(folder / "elsewhere"));
+    EXPECT_EQ(said, from.native() + ": Changed while it was copied\n");
+    EXPECT_EQ(statusOf(to).st_mtim.tv_sec, unfinishedTime.tv_sec);
 }
 
 TEST_F(CopyTool, NamesEachItemItCouldNotCopyAndCopiesTheRest) {
     fs::create_directories(from / "folder");
-    writeFiles(from, {{"file", "in the way of a folder"}, {"z last", "copied"}});
+    writeFiles(from, {{"file", "in the way of a folder"}, {"link/item", "x"}, {"z last", "copied"}});
     writeFiles(to, {{"folder", "in the way of a file"}, {"file/precious", "kept"}});
+    fs::create_directory(folder / "elsewhere");
+    fs::create_directory_symlink(folder / "elsewhere", to / "link");
     ASSERT_EQ(::mkfifo((from / "pipe").c_str(), 0600), 0);
     const ProcessResult result = ditto(from, to);
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(result.standardError.toStdString(),
               (to / "file").native() + ": Is a directory\n" + (to / "folder").native() + ": File exists\n" +
-                  (from / "pipe").native() + ": Not a file, folder or symbolic link\n");
+                  (to / "link").native() + ": File exists\n" + (from / "pipe").native() +
+                  ": Not a file, folder or symbolic link\n");
     EXPECT_EQ(readFile(to / "z last"), "copied");
     EXPECT_EQ(readFile(to / "file/precious"), "kept");
     EXPECT_EQ(readFile(to / "folder"), "in the way of a file");
+    EXPECT_TRUE(fs::is_empty(folder / "elsewhere"));
 
     const ProcessResult refusal = ditto(to, to / "folder2");
     EXPECT_EQ(refusal.exitStatus, 1);

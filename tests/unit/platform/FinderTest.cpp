@@ -54,10 +54,8 @@ TEST(Finder, KnowsWhatHasTheFocusInEachFileManager) {
 }
 
 TEST(Finder, TakesOnlyMainWindows) {
-    WindowInfo info{.className = "Thunar"};
-    EXPECT_NE(fileManagerOf(info), nullptr);
-    info.isTransient = true;
-    EXPECT_EQ(fileManagerOf(info), nullptr);
+    EXPECT_NE(fileManagerOf({.className = "Thunar"}), nullptr);
+    EXPECT_EQ(fileManagerOf({.className = "Thunar", .isTransient = true}), nullptr);
 }
 
 TEST(Finder, FindsTheFolderInTitleLocationAndButtons) {

@@ -81,15 +81,4 @@ TEST(MainLoop, TimersRepeatEndWithTheirHandleAndMayDestroyThemselves) {
     EXPECT_EQ(ticks, 3);
 }
 
-TEST(MainLoop, DropsWhatHasNotRunWhenItEnds) {
-    const auto owned = std::make_shared<int>(0);
-    {
-        QtMainLoop mainLoop;
-        mainLoop.post([owned] { ++*owned; });
-    }
-    QEventLoop().processEvents();
-    EXPECT_EQ(*owned, 0);
-    EXPECT_EQ(owned.use_count(), 1);
-}
-
 } // namespace ternvault

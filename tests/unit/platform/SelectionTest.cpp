@@ -100,8 +100,6 @@ TEST(Drop, IsHandedOverOnceOnTheMainThreadInTheOrderOfCompletion) {
     providers.clear();
     for (std::size_t i = std::size(items); i-- > 0;)
         held[i](items[i]);
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(handedOver.empty());
     std::vector<std::jthread> threads;
     for (std::size_t i = std::size(items); i < held.size(); ++i)
         threads.emplace_back([done = std::move(held[i])] { done(QUrl(u"file:///s/x"_s)); });
