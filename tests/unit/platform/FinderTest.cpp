@@ -36,12 +36,18 @@ AccessibleNode in(int parent, std::uint32_t role, std::uint64_t states = 0, cons
 
 TEST(Finder, KnowsWhatHasTheFocusInEachFileManager) {
     const std::tuple<const char*, AccessibleWindow, Focus> rows[] = {
+        {"Thunar, files",
+         {window(), in(0, accessible::text, editable), in(0, panel, focused)},
+         Focus::control},
+        {"Thunar, after a change of folder", {window(), in(0, panel)}, Focus::nothing},
+        {"Thunar, location", {window(), in(0, accessible::text, editable | focused)}, Focus::text},
         {"PCManFM, search in a popup",
          {window(), window(), in(0, accessible::icon, focused), in(1, accessible::text, editable | focused)},
          Focus::text},
         {"PCManFM-Qt, files",
          {window(), in(0, accessible::pageTab, focused), in(0, panel, focused)},
          Focus::control},
+        {"PCManFM-Qt, new name", {window(), in(0, accessible::pageTab, focused)}, Focus::item},
         {"Dolphin, new name",
          {window(), in(0, accessible::pageTab, focused), in(0, accessible::tableCell, focused)},
          Focus::item},
@@ -53,9 +59,15 @@ TEST(Finder, KnowsWhatHasTheFocusInEachFileManager) {
         EXPECT_EQ(focusIn(controls), focus) << what;
 }
 
-TEST(Finder, TakesOnlyMainWindows) {
-    EXPECT_NE(fileManagerOf({.className = "Thunar"}), nullptr);
-    EXPECT_EQ(fileManagerOf({.className = "Thunar", .isTransient = true}), nullptr);
+TEST(Finder, TakesOnlyMainWindowsOfKnownFileManagers) {
+    WindowInfo info;
+    info.className = "Thunar";
+    EXPECT_NE(fileManagerOf(info), nullptr);
+    info.isTransient = true;
+    EXPECT_EQ(fileManagerOf(info), nullptr);
+    info = {};
+    info.className = "XTerm";
+    EXPECT_EQ(fileManagerOf(info), nullptr);
 }
 
 TEST(Finder, FindsTheFolderInTitleLocationAndButtons) {
